@@ -1,0 +1,112 @@
+#include "tests/support/support.h"
+
+#include <dirent.h>
+#include <fcntl.h>
+#include <netinet/in.h>
+#include <sys/socket.h>
+#include <unistd.h>
+
+#include <chrono>
+#include <cstdio>
+#include <cstdlib>
+#include <fstream>
+#include <iterator>
+#include <thread>
+
+namespace test {
+namespace {
+int CountEntries(const char* path)
+{
+    DIR* const directory = opendir(path);
+    int count = 0;
+    while (const dirent* entry = readdir(directory)) {
+        count += entry->d_name[0] != '.' ? 1 : 0;
+    }
+    closedir(directory);
+    return count;
+}
+}  // namespace
+
+bool WaitUntil(const std::function<bool()>& condition, int milliseconds)
+{
+    const auto deadline =
+        std::chrono::steady_clock::now() + std::chrono::milliseconds(milliseconds);
+    while (!condition()) {
+        if (std::chrono::steady_clock::now() > deadline) {
+            return false;
+        }
+        std::this_thread::sleep_for(std::chrono::milliseconds(2));
+    }
+    return true;
+}
+
+std::string ReadFile(const std::string& path)
+{
+    std::ifstream file(path, std::ios::binary);
+    return std::string(std::istreambuf_iterator<char>(file), {});
+}
+
+void WriteFile(const std::string& path, const std::string& text)
+{
+    std::ofstream(path, std::ios::binary) << text;
+}
+
+int FreePort()
+{
+    const int descriptor = socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
+    sockaddr_in address = {};
+    address.sin_family = AF_INET;
+    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+    socklen_t length = sizeof(address);
+    const bool bound = bind(descriptor, reinterpret_cast<sockaddr*>(&address), length) == 0 &&
+                       getsockname(descriptor, reinterpret_cast<sockaddr*>(&address), &length) == 0;
+    close(descriptor);
+    return bound ? ntohs(address.sin_port) : -1;
+}
+
+int CountDescriptors()
+{
+    return CountEntries("/proc/self/fd");
+}
+
+int CountThreads()
+{
+    return CountEntries("/proc/self/task");
+}
+
+int Count(const std::string& text, const std::string& word)
+{
+    int count = 0;
+    for (std::size_t at = text.find(word); at != std::string::npos; at = text.find(word, at + 1)) {
+        ++count;
+    }
+    return count;
+}
+
+CapturedStderr::CapturedStderr() : mOriginal(fcntl(STDERR_FILENO, F_DUPFD_CLOEXEC, 10))
+{
+    char path[] = "./stderr.XXXXXX";
+    const int file = mkostemp(path, O_APPEND | O_CLOEXEC);
+    mPath = path;
+    std::fflush(stderr);
+    dup2(file, STDERR_FILENO);
+    close(file);
+}
+
+CapturedStderr::~CapturedStderr()
+{
+    std::fflush(stderr);
+    dup2(mOriginal, STDERR_FILENO);
+    close(mOriginal);
+}
+
+std::string CapturedStderr::Text() const
+{
+    return ReadFile(mPath);
+}
+
+bool CapturedStderr::WaitFor(const std::string& text, int milliseconds) const
+{
+    return WaitUntil([&] { return Text().find(text) != std::string::npos; }, milliseconds);
+}
+}  // namespace test

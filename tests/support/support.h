@@ -1,0 +1,48 @@
+// What several tests need: a condition awaited with a deadline, the log captured in a file, a
+// file's text.
+#ifndef TESTS_SUPPORT_SUPPORT_H
+#define TESTS_SUPPORT_SUPPORT_H
+
+#include <functional>
+#include <string>
+
+namespace test {
+// Polls until the condition holds or the milliseconds ran out; whether it held.
+bool WaitUntil(const std::function<bool()>& condition, int milliseconds = 10000);
+
+// The whole file, "" when there is none.
+std::string ReadFile(const std::string& path);
+void WriteFile(const std::string& path, const std::string& text);
+
+// A TCP port on the loopback address that was free a moment ago.
+int FreePort();
+
+// Open descriptors and threads of this process.
+int CountDescriptors();
+int CountThreads();
+
+// Counts the occurrences of the word.
+int Count(const std::string& text, const std::string& word);
+
+// Captures standard error, and with it the log once Logger::ChangeMode(1) was called, into a file.
+class CapturedStderr
+{
+public:
+    CapturedStderr();
+    CapturedStderr(const CapturedStderr&) = delete;
+    CapturedStderr& operator=(const CapturedStderr&) = delete;
+    ~CapturedStderr();
+
+    // What was written so far.
+    std::string Text() const;
+
+    // Waits until the text was written; whether it was.
+    bool WaitFor(const std::string& text, int milliseconds = 10000) const;
+
+private:
+    int mOriginal;
+    std::string mPath;
+};
+}  // namespace test
+
+#endif  // TESTS_SUPPORT_SUPPORT_H

@@ -1,0 +1,20 @@
+// Public. A source of raw memory blocks for the containers.
+#ifndef UTIL_CONTAINER_ALLOCATOR_H
+#define UTIL_CONTAINER_ALLOCATOR_H
+
+namespace tavi {
+class Allocator
+{
+public:
+    virtual ~Allocator() = default;
+
+    // A block of at least size bytes, owned by the allocator, or null when it has none left.
+    virtual void* GetMemory(int size) = 0;
+
+    // Gives a block back.
+    virtual void PutMemory(void* block) = 0;
+};
+
+}  // namespace tavi
+
+#endif  // UTIL_CONTAINER_ALLOCATOR_H

@@ -1,0 +1,120 @@
+// Public. The framework's growable array of pointers.
+//
+// The vector stores pointers and never owns what they point to; DestroyVectorContents deletes the
+// objects for the users that do own them. No lock: a vector shared between threads is guarded by
+// its user. Nothing is reported when memory runs out; the process then ends.
+#ifndef UTIL_CONTAINER_VECTOR_H
+#define UTIL_CONTAINER_VECTOR_H
+
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <exception>
+#include <type_traits>
+
+#include "util/container/VectorIterator.h"
+
+namespace tavi {
+template <typename P>
+class Vector
+{
+    static_assert(std::is_pointer<P>::value, "a Vector holds pointers");
+
+public:
+    Vector() : mCount(0), mCapacity(kStep), mBuffer(NewBuffer(kStep)) {}
+    Vector(const Vector&) = delete;
+    Vector& operator=(const Vector&) = delete;
+    ~Vector() { std::free(mBuffer); }
+
+    // Appends the pointer. A full buffer grows by 32 slots.
+    void Pushback(P const& element)
+    {
+        P const kept = element;  // may live in the buffer that Grow releases
+        if (mCount >= mCapacity) {
+            Grow();
+        }
+        mBuffer[mCount++] = kept;
+    }
+
+    // Removes every occurrence of the pointer; the others keep their order. An absent pointer is
+    // no error.
+    void Remove(P const& element)
+    {
+        P const wanted = element;  // may live in a slot that Erase overwrites
+        for (int index = 0; index < mCount; ++index) {
+            if (mBuffer[index] == wanted) {
+                Erase(index--);
+            }
+        }
+    }
+
+    // Removes the element at the index. An index outside 0 to Size() - 1 does nothing.
+    void Erase(int index)
+    {
+        if (index < 0 || index >= mCount) {
+            return;
+        }
+        std::memmove(mBuffer + index, mBuffer + index + 1, Bytes(mCount - index - 1));
+        --mCount;
+    }
+
+    // The slot at the index, to read or to overwrite.
+    // REQUIRES: 0 <= index < Size(); anything else ends the process through std::terminate.
+    P& At(int index)
+    {
+        if (index < 0 || index >= mCount) {
+            std::printf("ERROR invalid index = %x/%x\n", static_cast<unsigned>(index),
+                        static_cast<unsigned>(mCount));
+            std::terminate();
+        }
+        return mBuffer[index];
+    }
+
+    int Size() const { return mCount; }
+
+    // An iterator at the first element, or a null iterator when the vector is empty.
+    VectorIterator<P> Begin()
+    {
+        return VectorIterator<P>(this, mCount != 0 ? 0 : VectorIterator<P>::kEnd);
+    }
+
+    // Forgets every element and clears all slots; the capacity stays.
+    void Flush()
+    {
+        mCount = 0;
+        std::memset(mBuffer, 0, Bytes(mCapacity));
+    }
+
+private:
+    static constexpr int kStep = 32;
+
+    static std::size_t Bytes(int slots) { return static_cast<std::size_t>(slots) * sizeof(P); }
+    static P* NewBuffer(int slots) { return static_cast<P*>(std::malloc(Bytes(slots))); }
+
+    void Grow()
+    {
+        P* const grown = NewBuffer(mCapacity + kStep);
+        std::memcpy(grown, mBuffer, Bytes(mCount));
+        std::free(mBuffer);
+        mBuffer = grown;
+        mCapacity += kStep;
+    }
+
+    int mCount;
+    int mCapacity;
+    P* mBuffer;
+};
+
+// Deletes every object the vector points to and leaves the vector empty and usable.
+template <typename T>
+void DestroyVectorContents(Vector<T*>& vector)
+{
+    for (VectorIterator<T*> it = vector.Begin(); !it.IsNull(); it.Next()) {
+        delete *it;
+    }
+    vector.Flush();
+}
+
+}  // namespace tavi
+
+#endif  // UTIL_CONTAINER_VECTOR_H

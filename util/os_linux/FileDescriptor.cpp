@@ -1,0 +1,97 @@
+#include "util/os_linux/FileDescriptor.h"
+
+#include <fcntl.h>
+#include <poll.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <climits>
+#include <ctime>
+
+#include "util/os_linux/CancelGuard.h"
+
+namespace {
+constexpr int kFirstOwn = 3;
+
+// Moves a descriptor out of the range of the standard streams.
+int KeepAboveStandard(int descriptor)
+{
+    if (descriptor < 0 || descriptor >= kFirstOwn) {
+        return descriptor;
+    }
+    const int moved = fcntl(descriptor, F_DUPFD_CLOEXEC, kFirstOwn);
+    const int reason = errno;
+    close(descriptor);
+    errno = reason;
+    return moved;
+}
+
+template <typename Call>
+auto RestartInterrupted(Call call)
+{
+    auto result = call();
+    while (result < 0 && errno == EINTR) {
+        result = call();
+    }
+    return result;
+}
+}  // namespace
+
+int OpenDescriptor(const char* path, int flags, mode_t mode)
+{
+    return KeepAboveStandard(
+        RestartInterrupted([=] { return open(path, flags | O_CLOEXEC, mode); }));
+}
+
+int OpenSocket(int domain, int type, int protocol)
+{
+    return KeepAboveStandard(socket(domain, type | SOCK_CLOEXEC, protocol));
+}
+
+int AcceptSocket(int listener, sockaddr* peer, socklen_t* length)
+{
+    return KeepAboveStandard(
+        RestartInterrupted([=] { return accept4(listener, peer, length, SOCK_CLOEXEC); }));
+}
+
+ssize_t SendBytes(int socket, const void* data, std::size_t length, int flags)
+{
+    return RestartInterrupted([=] { return send(socket, data, length, flags | MSG_NOSIGNAL); });
+}
+
+ssize_t WriteBytes(int descriptor, const void* data, std::size_t length)
+{
+    return RestartInterrupted([=] { return write(descriptor, data, length); });
+}
+
+int WaitForEvents(int descriptor, short events, int milliseconds)
+{
+    const long long deadline = milliseconds < 0 ? 0 : MonotonicMilliseconds() + milliseconds;
+    int left = milliseconds;
+    for (;;) {
+        pollfd entry = {descriptor, events, 0};
+        const int result = poll(&entry, 1, left);
+        if (result >= 0 || errno != EINTR) {
+            return result;
+        }
+        if (milliseconds >= 0) {
+            left = static_cast<int>(std::max(0LL, deadline - MonotonicMilliseconds()));
+        }
+    }
+}
+
+long long MonotonicMilliseconds()
+{
+    timespec now = {};
+    clock_gettime(CLOCK_MONOTONIC, &now);
+    return static_cast<long long>(now.tv_sec) * 1000 + now.tv_nsec / 1000000;
+}
+
+ScopedDescriptor::~ScopedDescriptor()
+{
+    if (mDescriptor >= 0) {
+        const CancelGuard guard;
+        close(mDescriptor);
+    }
+}

@@ -1,0 +1,45 @@
+// Internal. Descriptors as the whole library makes them: close-on-exec, and never 0, 1 or 2, so
+// that a process started without standard streams does not write its output to a peer.
+#ifndef UTIL_OS_LINUX_FILEDESCRIPTOR_H
+#define UTIL_OS_LINUX_FILEDESCRIPTOR_H
+
+#include <sys/socket.h>
+#include <sys/types.h>
+
+#include <cstddef>
+
+// Each returns a descriptor of 3 or more that the caller closes, or -1 with errno set.
+int OpenDescriptor(const char* path, int flags, mode_t mode = 0);
+int OpenSocket(int domain, int type, int protocol);
+int AcceptSocket(int listener, sockaddr* peer, socklen_t* length);
+
+// send with EINTR restarted and no SIGPIPE: the bytes written, or -1 with errno set.
+ssize_t SendBytes(int socket, const void* data, std::size_t length, int flags = 0);
+
+// write with EINTR restarted: the bytes written, or -1 with errno set.
+ssize_t WriteBytes(int descriptor, const void* data, std::size_t length);
+
+// Waits until one of the poll events is there: 1, 0 when the milliseconds ran out (negative: no
+// limit), -1 with errno set. A signal does not shorten or lengthen the wait.
+int WaitForEvents(int descriptor, short events, int milliseconds);
+
+// Milliseconds of the monotonic clock, for deadlines.
+long long MonotonicMilliseconds();
+
+// Owns a descriptor for a scope.
+class ScopedDescriptor
+{
+public:
+    explicit ScopedDescriptor(int descriptor) : mDescriptor(descriptor) {}
+    ScopedDescriptor(const ScopedDescriptor&) = delete;
+    ScopedDescriptor& operator=(const ScopedDescriptor&) = delete;
+    ~ScopedDescriptor();
+
+    int Get() const { return mDescriptor; }
+    bool IsOpen() const { return mDescriptor >= 0; }
+
+private:
+    const int mDescriptor;
+};
+
+#endif  // UTIL_OS_LINUX_FILEDESCRIPTOR_H

@@ -1,0 +1,401 @@
+#include "util/os_linux/Logger.h"
+
+#include <arpa/inet.h>
+#include <fcntl.h>
+#include <poll.h>
+#include <pthread.h>
+#include <strings.h>
+#include <sys/un.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <ctime>
+
+#include "util/os_linux/FileDescriptor.h"
+#include "util/os_linux/FixedText.h"
+#include "util/os_linux/Sleep.h"
+
+StaticLock Logger::sLock;
+std::atomic<bool> Logger::sInitialized{false};
+LogConfig Logger::sLogConfig{};
+std::atomic<Logger*> Logger::sLoggers[256]{};
+
+// The one formatting buffer of all loggers: the message of the line in work. Guarded by the
+// logger's lock.
+char PrintBuffer[1024];
+
+namespace {
+enum Mode
+{
+    kNone = 0,
+    kStandardError = 1,
+    kFile = 2,
+    kUdp = 3,
+    kUnixStream = 4
+};
+
+constexpr int kLoggerCount = 27;
+constexpr int kDefaultPort = 7272;
+constexpr std::size_t kConfigLine = 256;
+
+// Guards the creation of loggers; sLock cannot, since making the first one opens the output.
+StaticLock sCreationLock;
+
+// A whole decorated line: a prefix of at most 63 characters, the message, the suffix of at most
+// 1023. Guarded by the logger's lock.
+constexpr std::size_t kPrefixRoom = 64;
+char sLine[kPrefixRoom + sizeof(PrintBuffer) + 1024];
+
+struct Prefix
+{
+    const char* before;
+    const char* after;
+};
+
+constexpr Prefix kPrefixes[] = {
+    {"[", "][LOG]: "},
+    {" \033[0;35m[", "][LOG-WARN]:\033[0;0m "},
+    {"\033[0;31m[", "][[LOG-ERROR]]:\033[0;0m "},
+};
+
+char* Append(char* to, const char* text)
+{
+    return static_cast<char*>(mempcpy(to, text, std::strlen(text)));
+}
+
+// Appends at most room characters.
+char* AppendBounded(char* to, const char* text, std::size_t room)
+{
+    return static_cast<char*>(mempcpy(to, text, strnlen(text, room)));
+}
+
+// Appends the number in decimal, zero-padded to at least width digits.
+char* AppendNumber(char* to, unsigned long number, int width)
+{
+    char digits[24];
+    char* first = digits + sizeof(digits);
+    for (; number != 0 || width > 0; number /= 10, --width) {
+        *--first = static_cast<char>('0' + number % 10);
+    }
+    return static_cast<char*>(
+        mempcpy(to, first, static_cast<std::size_t>(digits + sizeof(digits) - first)));
+}
+
+char* AppendPrefix(char* to, int level, const timespec& now)
+{
+    const Prefix& prefix = kPrefixes[std::clamp(level, 0, 2)];
+    to = Append(to, prefix.before);
+    to = AppendNumber(to, static_cast<unsigned long>(now.tv_sec), 8);
+    *to++ = '.';
+    to = AppendNumber(to, static_cast<unsigned long>(now.tv_nsec / 1000), 6);
+    return Append(to, prefix.after);
+}
+
+// " -> function in (/File line)\n", cut to 1023 characters in all.
+char* AppendSuffix(char* to, const char* function, const char* file, int line)
+{
+    const char* const slash = std::strrchr(file, '/');
+    constexpr std::size_t kNameRoom = 490;  // twice this, a number and the rest stay below 1023
+    to = Append(to, " -> ");
+    to = AppendBounded(to, function, kNameRoom);
+    to = Append(to, " in (");
+    to = AppendBounded(to, slash != nullptr ? slash : file, kNameRoom);
+    *to++ = ' ';
+    if (line < 0) {
+        *to++ = '-';
+    }
+    to = AppendNumber(to, static_cast<unsigned long>(std::labs(line)), 1);
+    return Append(to, ")\n");
+}
+
+// Formats into PrintBuffer; the length of what stands there.
+std::size_t FormatMessage(const char* format, va_list arguments)
+{
+    const int wanted = std::vsnprintf(PrintBuffer, sizeof(PrintBuffer), format, arguments);
+    return wanted < 0 ? 0 : std::min(static_cast<std::size_t>(wanted), sizeof(PrintBuffer) - 1);
+}
+
+// One write, or one datagram; its outcome is nobody's concern.
+void WriteOut(const LogConfig& config, const char* text, std::size_t length)
+{
+    if (config.mode == kUdp || config.mode == kUnixStream) {
+        SendBytes(config.fd, text, length);
+    } else {
+        WriteBytes(config.fd, text, length);
+    }
+}
+
+void WriteDecorated(const LogConfig& config, char* line, char* message, char* suffix, char* end)
+{
+    if (config.mode != kUdp) {
+        WriteOut(config, line, static_cast<std::size_t>(end - line));
+        return;
+    }
+    WriteOut(config, line, static_cast<std::size_t>(message - line));
+    WriteOut(config, message, static_cast<std::size_t>(suffix - message));
+    WriteOut(config, suffix, static_cast<std::size_t>(end - suffix));
+}
+
+int OpenLogFile(const char* path)
+{
+    constexpr int kFlags = O_WRONLY | O_CREAT | O_TRUNC;
+    const int descriptor = OpenDescriptor(path, kFlags, 0700);
+    return descriptor >= 0 ? descriptor : OpenDescriptor("/config/debug.out", kFlags, 0700);
+}
+
+int OpenUdp(const LogConfig& config)
+{
+    const int descriptor = OpenSocket(AF_INET, SOCK_DGRAM, 0);
+    if (descriptor >= 0) {
+        sockaddr_in peer = {};
+        peer.sin_family = AF_INET;
+        peer.sin_port = htons(static_cast<uint16_t>(config.port));
+        peer.sin_addr.s_addr = inet_addr(config.serverip);
+        static_cast<void>(
+            connect(descriptor, reinterpret_cast<const sockaddr*>(&peer), sizeof(peer)));
+    }
+    return descriptor;
+}
+
+int OpenUnixStream(const LogConfig& config)
+{
+    const int descriptor = OpenSocket(AF_UNIX, SOCK_STREAM, 0);
+    if (descriptor >= 0) {
+        sockaddr_un peer = {};
+        peer.sun_family = AF_UNIX;
+        const std::size_t length = strnlen(config.outpath, sizeof(peer.sun_path) - 1);
+        std::memcpy(peer.sun_path, config.outpath, length);
+        static_cast<void>(connect(descriptor, reinterpret_cast<const sockaddr*>(&peer),
+                                  static_cast<socklen_t>(length + 2)));
+    }
+    return descriptor;
+}
+
+// Opens the output of the mode into the record.
+void OpenOutput(LogConfig& config, int mode)
+{
+    config.mode = mode;
+    switch (mode) {
+        case kStandardError:
+            config.fd = STDERR_FILENO;
+            break;
+        case kFile:
+            config.fd = OpenLogFile(config.outpath);
+            break;
+        case kUdp:
+            config.port = config.port < 1 ? kDefaultPort : config.port;
+            config.fd = OpenUdp(config);
+            break;
+        case kUnixStream:
+            config.fd = OpenUnixStream(config);
+            break;
+        default:
+            config.mode = kNone;
+            config.fd = -1;
+            break;
+    }
+}
+
+// When the line starts with the key, in any case, the rest of the line; else null.
+const char* ValueOf(const char* line, const char* key)
+{
+    const std::size_t length = std::strlen(key);
+    return strncasecmp(line, key, length) == 0 ? line + length : nullptr;
+}
+}  // namespace
+
+Logger* Logger::GetLogger(int index)
+{
+    if (index < 0 || index >= kLoggerCount) {
+        return nullptr;
+    }
+    Logger* logger = sLoggers[index].load(std::memory_order_acquire);
+    if (logger == nullptr) {
+        const StaticLockHold hold(sCreationLock);
+        logger = sLoggers[index].load(std::memory_order_relaxed);
+        if (logger == nullptr) {
+            logger = new Logger;
+            sLoggers[index].store(logger, std::memory_order_release);
+        }
+    }
+    return logger;
+}
+
+Logger::Logger() : mLevel(kInfo)
+{
+    if (!sInitialized.load(std::memory_order_acquire)) {
+        Init();
+    }
+}
+
+Logger::~Logger() = default;
+
+void Logger::Init()
+{
+    static StaticLock sInitLock;
+    const StaticLockHold hold(sInitLock);
+    if (sInitialized.load(std::memory_order_relaxed)) {
+        return;
+    }
+    LoadConfig();
+    ChangeMode(sLogConfig.mode);
+    std::printf("mode=%d\nkmsg=%d\nserverip=%s\nport=%d\noutpath=%s\n", sLogConfig.mode.load(),
+                sLogConfig.kmsg.load(), sLogConfig.serverip, sLogConfig.port, sLogConfig.outpath);
+    sInitialized.store(true, std::memory_order_release);
+}
+
+void Logger::LoadConfig()
+{
+    FILE* const file = std::fopen("./logger.conf", "re");
+    if (file == nullptr) {
+        std::printf("Can not open config file\n");
+        return;
+    }
+    char line[kConfigLine];
+    while (std::fgets(line, sizeof(line), file) != nullptr) {
+        if (std::strchr("#\r\n", line[0]) == nullptr) {
+            ParseConfig(line);
+        }
+    }
+    std::fclose(file);
+}
+
+void Logger::ParseConfig(char* line)
+{
+    std::size_t length = std::strlen(line);
+    while (length > 1 && (line[length - 1] == '\n' || line[length - 1] == '\t')) {
+        line[--length] = '\0';
+    }
+    const StaticLockHold hold(sLock);
+    if (const char* value = ValueOf(line, "mode=")) {
+        sLogConfig.mode = std::atoi(value);
+    } else if ((value = ValueOf(line, "kmsg=")) != nullptr) {
+        sLogConfig.kmsg = std::atoi(value);
+    } else if ((value = ValueOf(line, "serverip=")) != nullptr) {
+        CopyText(sLogConfig.serverip, value);
+    } else if ((value = ValueOf(line, "port=")) != nullptr) {
+        sLogConfig.port = std::atoi(value);
+    } else if ((value = ValueOf(line, "outpath=")) != nullptr) {
+        CopyText(sLogConfig.outpath, value);
+    }
+}
+
+void Logger::ChangeMode(int mode)
+{
+    const StaticLockHold hold(sLock);
+    if (sLogConfig.fd != 0 && mode == sLogConfig.mode) {
+        return;
+    }
+    if (sLogConfig.fd > STDERR_FILENO) {
+        close(sLogConfig.fd);
+        sLogConfig.fd = -1;
+    }
+    OpenOutput(sLogConfig, mode);
+}
+
+int Logger::GetMode()
+{
+    return sLogConfig.mode;
+}
+
+void Logger::Print(int level, int raw, const char* function, const char* file, int line,
+                   const char* format, ...)
+{
+    if (GetLevel() > level) {
+        return;
+    }
+    va_list arguments;
+    va_start(arguments, format);
+    VPrint(level, raw, function, file, line, format, arguments);
+    va_end(arguments);
+}
+
+void Logger::VPrint(int level, int raw, const char* function, const char* file, int line,
+                    const char* format, va_list arguments)
+{
+    const int savedErrno = errno;
+    const StaticLockHold hold(sLock);
+    timespec now = {};
+    clock_gettime(CLOCK_MONOTONIC, &now);
+    if (sLogConfig.fd > 0) {
+        errno = savedErrno;  // for a %m in the format
+        const std::size_t length = raw == 0 || raw == 1 ? FormatMessage(format, arguments) : 0;
+        if (raw == 1) {
+            WriteOut(sLogConfig, PrintBuffer, length);
+        } else if (raw == 0) {
+            char* const message = AppendPrefix(sLine, level, now);
+            char* const suffix = static_cast<char*>(mempcpy(message, PrintBuffer, length));
+            char* const end = AppendSuffix(suffix, function, file, line);
+            WriteDecorated(sLogConfig, sLine, message, suffix, end);
+        }
+    }
+    errno = savedErrno;
+}
+
+void Logger::Assert(int raw, const char* function, const char* file, int line,
+                    const char* expression)
+{
+    char text[128];
+    std::snprintf(text, sizeof(text), "%s is FAILED", expression);
+    Print(kError, raw, function, file, line, "%s", text);
+}
+
+void Logger::SetLevel(int level)
+{
+    const StaticLockHold hold(sLock);
+    mLevel.store(level, std::memory_order_relaxed);
+}
+
+void Logger::Lock()
+{
+    sLock.Lock();
+}
+
+void Logger::Unlock()
+{
+    sLock.Unlock();
+}
+
+void* Logger::ThreadKmsg(void*)
+{
+    const ScopedDescriptor kernel(OpenDescriptor("/proc/kmsg", O_RDONLY));
+    if (!kernel.IsOpen()) {
+        return nullptr;
+    }
+    constexpr std::size_t kTag = 5;
+    char text[1024] = "KMSG:";
+    for (;;) {
+        if (sLogConfig.kmsg == 0) {
+            USleep(1000000);
+            continue;
+        }
+        pollfd entry = {kernel.Get(), POLLPRI, 0};
+        static_cast<void>(poll(&entry, 1, 500));
+        ssize_t got = 0;
+        while ((got = read(kernel.Get(), text + kTag, sizeof(text) - kTag)) > 0) {
+            const StaticLockHold hold(sLock);
+            if (sLogConfig.fd > 0) {
+                WriteOut(sLogConfig, text, kTag + static_cast<std::size_t>(got));
+            }
+        }
+    }
+}
+
+extern "C" void Logger_Print(int index, int level, int raw, const char* function, const char* file,
+                             int line, const char* format, ...)
+{
+    Logger* const logger = Logger::GetLogger(index);
+    if (logger == nullptr || logger->GetLevel() > level) {
+        return;
+    }
+    char text[1024];
+    va_list arguments;
+    va_start(arguments, format);
+    std::vsnprintf(text, sizeof(text), format, arguments);
+    va_end(arguments);
+    logger->Print(level, raw, function, file, line, "%s", text);
+}

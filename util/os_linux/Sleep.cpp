@@ -1,0 +1,28 @@
+#include "util/os_linux/Sleep.h"
+
+#include <unistd.h>
+
+#include <ctime>
+
+extern "C" void NanoSleep(unsigned int aSeconds, unsigned int aNanoseconds)
+{
+    const timespec length = {static_cast<time_t>(aSeconds), static_cast<long>(aNanoseconds)};
+    nanosleep(&length, nullptr);
+}
+
+extern "C" void Sleep(unsigned int aSeconds)
+{
+    sleep(aSeconds);
+}
+
+// In seconds and nanoseconds rather than through usleep, whose argument would overflow after 71
+// minutes.
+extern "C" void MSleep(unsigned int aMilliseconds)
+{
+    NanoSleep(aMilliseconds / 1000, aMilliseconds % 1000 * 1000000);
+}
+
+extern "C" void USleep(unsigned int aMicroseconds)
+{
+    usleep(aMicroseconds);
+}

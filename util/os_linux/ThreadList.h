@@ -1,0 +1,46 @@
+// Public. The registry of the Thread objects that exist. It does not own them: each adds itself
+// when it is constructed and removes itself when it is destroyed. Safe from any thread.
+#ifndef UTIL_OS_LINUX_THREADLIST_H
+#define UTIL_OS_LINUX_THREADLIST_H
+
+#include <atomic>
+
+#include "util/Export.h"
+#include "util/container/Vector.h"
+#include "util/os_linux/StaticLock.h"
+
+class Thread;
+
+class HTML5_VIDEO_API ThreadList
+{
+public:
+    // The one instance, made on first use and never destroyed.
+    static ThreadList* GetInstance();
+
+    ThreadList();
+    ThreadList(const ThreadList&) = delete;
+    ThreadList& operator=(const ThreadList&) = delete;
+    ~ThreadList();
+
+    void AddThread(Thread* thread);
+    void RemoveThread(Thread* thread);
+
+    // The first registered object with that POSIX handle, or null. The object lives as long as its
+    // owner keeps it.
+    Thread* GetThread(unsigned long handle);
+
+    // Writes the listing to the log, as raw info lines.
+    void ShowThread();
+
+    // Calls action(thread) while the registry is held, so that the object cannot go meanwhile;
+    // does nothing when the object is no longer registered or has another handle.
+    void WithThread(Thread* thread, unsigned long handle, void (*action)(Thread*));
+
+private:
+    static std::atomic<ThreadList*> sThreadList;
+
+    StaticLock mLock;
+    tavi::Vector<Thread*> mThreads TAVI_GUARDED_BY(mLock);
+};
+
+#endif  // UTIL_OS_LINUX_THREADLIST_H
