@@ -1,0 +1,77 @@
+#include "html5_video/html5_video_client.h"
+
+#include "html5_video/HTML5VideoClient.h"
+
+extern "C" {
+int html5_video_client_init(void)
+{
+    return HTML5VideoClient::GetInstance()->Init();
+}
+
+int html5_video_client_load(const char* url)
+{
+    return HTML5VideoClient::GetInstance()->load(url);
+}
+
+int html5_video_client_cancel_load(void)
+{
+    return HTML5VideoClient::GetInstance()->cancelLoad();
+}
+
+int html5_video_client_play(void)
+{
+    return HTML5VideoClient::GetInstance()->play();
+}
+
+int html5_video_client_pause(void)
+{
+    return HTML5VideoClient::GetInstance()->pause();
+}
+
+int html5_video_client_seek(float seconds)
+{
+    return HTML5VideoClient::GetInstance()->seek(seconds);
+}
+
+int html5_video_client_setRate(float rate)
+{
+    return HTML5VideoClient::GetInstance()->setRate(rate);
+}
+
+int html5_video_client_setVolume(float volume)
+{
+    return HTML5VideoClient::GetInstance()->setVolume(volume);
+}
+
+int html5_video_client_setSize(int width, int height)
+{
+    return HTML5VideoClient::GetInstance()->setSize(width, height);
+}
+
+int html5_video_client_setMuted(bool muted)
+{
+    return HTML5VideoClient::GetInstance()->setMuted(muted);
+}
+
+int html5_video_get_status(int* playTime, int* endTime, int* speed, int* mediaStatus, int* inSeek,
+                           unsigned long long* totalBytes, unsigned long long* currentOffset)
+{
+    const PlayerStatus status = HTML5VideoClient::GetInstance()->GetStatus();
+    *playTime = status.playTime;
+    *endTime = status.endTime;
+    *speed = status.speed;
+    *mediaStatus = status.mediaStatus;
+    *inSeek = status.inSeek ? 1 : 0;
+    *totalBytes = status.totalBytes;
+    *currentOffset = status.currentOffset;
+    return 0;
+}
+
+int html5_video_get_video_dimension(int* width, int* height)
+{
+    const PlayerStatus status = HTML5VideoClient::GetInstance()->GetStatus();
+    *width = status.videoWidth;
+    *height = status.videoHeight;
+    return 0;
+}
+}

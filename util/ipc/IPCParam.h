@@ -1,0 +1,100 @@
+// Public. The argument list of a method call: an ordered list of named, typed arguments with its
+// own binary encoding, which is the payload of requests and replies (docs/protocol.md).
+//
+// Names and values are copied: nothing in a record borrows the caller's memory, and the record
+// owns all it holds. Used by one thread at a time. Records of up to 12 arguments keep them in the
+// object itself, without allocation per argument.
+#ifndef UTIL_IPC_IPCPARAM_H
+#define UTIL_IPC_IPCPARAM_H
+
+#include <cstddef>
+#include <cstdint>
+
+#include "util/Export.h"
+#include "util/container/Vector.h"
+
+class HTML5_VIDEO_API IPCParam
+{
+public:
+    // One argument, read directly. Type and value:
+    //   'i' signed 32-bit integer   mLen 4, mValue the integer
+    //   's' string                  mLen padded length, mValue points to the NUL-padded text
+    //   'b' binary block            mLen its bytes, mValue points to them
+    //   'n' null string             mLen 0, mValue 0
+    class HTML5_VIDEO_API Arg
+    {
+    public:
+        // Copies the name, cut to 63 characters.
+        explicit Arg(const char* name);
+
+        char mName[64];
+        unsigned char mNameLen;  // with NUL and padding: a multiple of 4
+        char mType;
+        int mLen;
+        std::intptr_t mValue;  // cast to the pointer for 's' and 'b'; the record owns the buffer
+
+    private:
+        friend class IPCParam;
+        Arg(const char* name, std::size_t length);
+    };
+
+    // A decoded record holds at most this many arguments.
+    static constexpr int kMaxDecodedArgs = 65535;
+
+    IPCParam();
+    IPCParam(const IPCParam&) = delete;
+    IPCParam& operator=(const IPCParam&) = delete;
+    ~IPCParam();
+
+    // Each appends an argument. A null string becomes a null argument; a null or negative-length
+    // block counts as empty.
+    void Add(const char* name, int value);
+    void Add(const char* name, const void* block, int length);
+    void Add(const char* name, const char* string);
+
+    int GetCount() const { return mArgs.Size(); }
+
+    // The argument at the position, counted from 0 in order of addition; owned by the record and
+    // valid until it is destroyed. Null, with an error line, outside 0 to GetCount() - 1.
+    Arg* GetArg(int index);
+
+    // The exact number of bytes that Serialize writes.
+    int GetSeiralizedLength() const;
+
+    // Writes the encoding into a buffer of at least GetSeiralizedLength() bytes and returns the
+    // number of bytes written.
+    int Serialize(unsigned char* buffer);
+
+    // Writes one argument's name and value; the bytes written, 0 for an unknown type code. A part
+    // of Serialize.
+    int BinWriteData(const Arg* argument, unsigned char* buffer);
+
+    // Appends the arguments of the encoding at the buffer. Returns the bytes consumed, 0 when the
+    // encoding holds no arguments, or -1, with an error line and the record as before, when it has
+    // a wrong start code, is cut, lies about a length or holds more than kMaxDecodedArgs
+    // arguments. A null argument arrives as the integer 0; an unknown type code is passed over.
+    int DeSerialize(const unsigned char* buffer, int length);
+
+    // The same for an encoding that is trusted to be whole: nothing bounds the reads.
+    int DeSerialize(const unsigned char* buffer);
+
+private:
+    class Reader;
+
+    static constexpr int kInlineArgs = 12;
+
+    Arg* Append(const char* name, std::size_t nameLength, char type, int length);
+    void AppendInteger(const char* name, std::size_t nameLength, int value);
+    void AppendBlock(const char* name, std::size_t nameLength, const void* block, int length);
+    void AppendString(const char* name, std::size_t nameLength, const char* string,
+                      std::size_t length);
+    bool DecodeArgument(char type, Reader& reader);
+    int DecodeAll(Reader& reader);
+    void RemoveFrom(int count);
+
+    tavi::Vector<Arg*> mArgs;
+    std::size_t mArgsLength;  // encoded bytes of the arguments, without start and type codes
+    alignas(Arg) unsigned char mInline[kInlineArgs * sizeof(Arg)];  // the first arguments
+};
+
+#endif  // UTIL_IPC_IPCPARAM_H

@@ -1,0 +1,116 @@
+// Public. A channel over two stream sockets, TCP or UNIX-domain.
+//
+// The send socket connects to the peer's receive endpoint on the first call and carries this
+// side's calls and their replies. The receive socket listens; a serving thread accepts one
+// connection of the peer, runs the registered methods for its requests and answers each. The two
+// processes of a pair are configured crosswise. Frames: docs/protocol.md.
+//
+// Calls from any thread are serialised by the channel's mutex. A peer that closed the connection
+// shows as failing calls until Reopen, and as an ended serving loop until Start.
+#ifndef UTIL_IPC_IPCSOCKETCHANNEL_H
+#define UTIL_IPC_IPCSOCKETCHANNEL_H
+
+#include <atomic>
+
+#include "util/Export.h"
+#include "util/ipc/IPCChannel.h"
+#include "util/ipc/ReplyReader.h"
+#include "util/os_linux/StaticLock.h"
+
+class FrameBuffer;
+class IPCSocket;
+class Mutex;
+class Thread;
+
+class HTML5_VIDEO_API IPCSocketChannel : public IPCChannel
+{
+public:
+    // How long a call waits for its reply, and a connect or a write for the peer.
+    static constexpr int kDefaultReplyTimeout = 30000;  // milliseconds
+
+    // UNIX-domain sockets at the two paths.
+    IPCSocketChannel(const char* name, const char* sendPath, const char* receivePath);
+
+    // TCP on 127.0.0.1; a priority above 0 makes the serving thread a real-time one.
+    IPCSocketChannel(const char* name, int sendPort, int receivePort);
+    IPCSocketChannel(const char* name, int sendPort, int receivePort, int priority);
+
+    // TCP at the addresses, in dotted decimal.
+    IPCSocketChannel(const char* name, const char* sendAddress, const char* receiveAddress,
+                     int sendPort, int receivePort);
+
+    // Stops serving when it does. REQUIRES: no call in progress.
+    ~IPCSocketChannel() override;
+
+    int Open() override;
+    int Close() override;
+    void Start() override;
+    void Bind() override;
+
+    // Also ends a call that waits for its reply. Always 0.
+    int Reopen() override;
+
+    void Run() override;
+
+    // Returns at once when nothing is served, else when the serving thread has ended: within a
+    // second, or when the handler that runs has returned.
+    void Quit() override;
+
+    // -1 also when the reply did not come in time. A late reply is dropped when it comes; when the
+    // stream can no longer be trusted, the connection is shut down and calls fail until Reopen. A
+    // request whose frame is above 2 MB is refused, since no peer would answer it.
+    int Call(const char* method, IPCParam* request, IPCParam* reply) override;
+    int CallWithoutReturn(const char* method, IPCParam* request) override;
+
+    // -1 when not all bytes could be written.
+    int SendRaw(const unsigned char* data, int length) override;
+
+    // The bytes read: fewer than length when the connection ended or the reply time-out passed, -1
+    // when nothing came. Replies still owed by the peer come first.
+    int ReceiveRaw(unsigned char* buffer, int length) override;
+
+    // Milliseconds, at least 1, for the calls from now on.
+    void SetReplyTimeout(int milliseconds);
+
+    // The serving thread's entry; the argument is the channel and the result.
+    static void* ChannelThread(void* channel);
+
+    // Reads and answers one request of the accepted connection; -1 ends the serving of it. For the
+    // serving loop only.
+    int HandleRequest();
+
+private:
+    IPCSocketChannel(const char* name, IPCSocket* sendSocket, IPCSocket* recvSocket, int priority);
+
+    void Serve();
+    void AcceptConnection();
+    void ServeConnection();
+    void DropConnection();
+    void StopServing();
+    void WakeAccept();
+
+    int HandleLength(int length);
+    int HandlePayload(const unsigned char* payload, int length);
+    void Dispatch(const char* method, const unsigned char* parameters, int length);
+    void Reply(IPCParam* result);
+
+    bool EnsureConnected(bool setOptions);
+    bool SendRequest(const char* method, IPCParam* request);
+    bool SendOrShutDown(const unsigned char* data, int length);
+    int ReceiveReply(IPCParam* reply, long long deadline);
+
+    IPCSocket* const mSendSocket;  // used under mMutex; shut down from anywhere
+    IPCSocket* const mRecvSocket;
+    IPCSocket* mConnSocket;  // the serving thread's; changed under mConnLock
+    Thread* const mThread;
+    Mutex* const mMutex;  // one outgoing exchange at a time
+    std::atomic<bool> mRun;
+    int mZeroCount;  // length words of 0 in a row
+
+    StaticLock mConnLock;   // mConnSocket against Quit
+    StaticLock mStartLock;  // one Start or Quit at a time
+    ReplyReader mReplies;   // under mMutex
+    std::atomic<int> mReplyTimeout;
+};
+
+#endif  // UTIL_IPC_IPCSOCKETCHANNEL_H

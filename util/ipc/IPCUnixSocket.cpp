@@ -1,0 +1,73 @@
+#include "util/ipc/IPCUnixSocket.h"
+
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstddef>
+#include <cstring>
+
+#include "util/os_linux/FileDescriptor.h"
+#include "util/os_linux/FixedText.h"
+#include "util/os_linux/ModuleLog.h"
+
+static Logger* const _logger = Logger::GetLogger(2);
+
+static_assert(sizeof(sockaddr_un::sun_path) == 108, "the path array is the system's size");
+
+IPCUnixSocket::IPCUnixSocket(const char* path)
+    : IPCSocket(-1), mFamily(AF_UNIX), mPath(), mSocketAddress()
+{
+    if (path != nullptr && std::strlen(path) < sizeof(mPath)) {
+        CopyText(mPath, path);
+    }
+}
+
+IPCSocket* IPCUnixSocket::Duplicate()
+{
+    TAVI_INFO("");
+    return new IPCUnixSocket(mPath);
+}
+
+int IPCUnixSocket::Open()
+{
+    if (mPath[0] == '\0') {
+        TAVI_ERROR("Unix Socket Open() Failed, no path or one of 108 bytes or more");
+        errno = ENAMETOOLONG;
+        return -1;
+    }
+    const int descriptor = OpenSocket(AF_UNIX, SOCK_STREAM, 0);
+    if (descriptor < 0) {
+        TAVI_ERROR("Unix Socket Open() Failed");
+        return -1;
+    }
+    mSocketAddress = {};
+    mSocketAddress.sun_family = mFamily;
+    const std::size_t length = CopyText(mSocketAddress.sun_path, mPath);
+    Opened(descriptor, reinterpret_cast<sockaddr*>(&mSocketAddress),
+           static_cast<socklen_t>(offsetof(sockaddr_un, sun_path) + length));
+    return descriptor;
+}
+
+int IPCUnixSocket::Bind()
+{
+    if (!IsBound()) {
+        unlink(mPath);
+    }
+    TAVI_INFO("Bind to %s", mPath);
+    const int result = IPCSocket::Bind();
+    if (result == 0 && chmod(mPath, 0777) != 0) {
+        TAVI_ERROR("CHMOD failed");
+    }
+    return result;
+}
+
+// A bound socket's file is its own: removing it would cut the socket off from its callers.
+bool IPCUnixSocket::IsBound() const
+{
+    sockaddr_un name = {};
+    socklen_t length = sizeof(name);
+    return Descriptor() >= 0 &&
+           getsockname(Descriptor(), reinterpret_cast<sockaddr*>(&name), &length) == 0 &&
+           length > offsetof(sockaddr_un, sun_path);
+}
