@@ -30,19 +30,10 @@ constexpr int kWakeTimeout = 200;  // milliseconds for the connection that wakes
 constexpr int kWakeWait = 500;     // milliseconds for the serving thread to see it
 constexpr int kPoll = 10;          // milliseconds
 
-const char* LogAddresses(const char* name, const char* sendAddress, int sendPort,
-                         const char* receiveAddress, int receivePort)
+// A null address means any.
+const char* Shown(const char* address)
 {
-    TAVI_INFO("%s aSendAddress = %s:%d, aRecvAddress = %s:%d", name,
-              sendAddress != nullptr ? sendAddress : "", sendPort,
-              receiveAddress != nullptr ? receiveAddress : "", receivePort);
-    return name;
-}
-
-const char* LogPaths(const char* name, const char* sendPath, const char* receivePath)
-{
-    TAVI_INFO("aSendSocketPath =%s, aRecvSocketPath = %s", sendPath, receivePath);
-    return name;
+    return address != nullptr ? address : "";
 }
 
 Thread* NewThread(const char* channel, int priority)
@@ -74,26 +65,31 @@ IPCSocketChannel::IPCSocketChannel(const char* name, IPCSocket* sendSocket, IPCS
 {}
 
 IPCSocketChannel::IPCSocketChannel(const char* name, const char* sendPath, const char* receivePath)
-    : IPCSocketChannel(LogPaths(name, sendPath, receivePath), new IPCUnixSocket(sendPath),
-                       new IPCUnixSocket(receivePath), 0)
-{}
+    : IPCSocketChannel(name, new IPCUnixSocket(sendPath), new IPCUnixSocket(receivePath), 0)
+{
+    TAVI_INFO("aSendSocketPath =%s, aRecvSocketPath = %s", Shown(sendPath), Shown(receivePath));
+}
 
 IPCSocketChannel::IPCSocketChannel(const char* name, int sendPort, int receivePort)
     : IPCSocketChannel(name, sendPort, receivePort, 0)
 {}
 
 IPCSocketChannel::IPCSocketChannel(const char* name, int sendPort, int receivePort, int priority)
-    : IPCSocketChannel(LogAddresses(name, kLoopback, sendPort, kLoopback, receivePort),
-                       new IPCTCPSocket(kLoopback, sendPort),
+    : IPCSocketChannel(name, new IPCTCPSocket(kLoopback, sendPort),
                        new IPCTCPSocket(kLoopback, receivePort), priority)
-{}
+{
+    TAVI_INFO("%s aSendAddress = %s:%d, aRecvAddress = %s:%d", mName, kLoopback, sendPort,
+              kLoopback, receivePort);
+}
 
 IPCSocketChannel::IPCSocketChannel(const char* name, const char* sendAddress,
                                    const char* receiveAddress, int sendPort, int receivePort)
-    : IPCSocketChannel(LogAddresses(name, sendAddress, sendPort, receiveAddress, receivePort),
-                       new IPCTCPSocket(sendAddress, sendPort),
+    : IPCSocketChannel(name, new IPCTCPSocket(sendAddress, sendPort),
                        new IPCTCPSocket(receiveAddress, receivePort), 0)
-{}
+{
+    TAVI_INFO("%s aSendAddress = %s:%d, aRecvAddress = %s:%d", mName, Shown(sendAddress), sendPort,
+              Shown(receiveAddress), receivePort);
+}
 
 IPCSocketChannel::~IPCSocketChannel()
 {
