@@ -21,7 +21,7 @@ class Vector
     static_assert(std::is_pointer<P>::value, "a Vector holds pointers");
 
 public:
-    Vector() : mCount(0), mCapacity(kStep), mBuffer(NewBuffer(kStep)) {}
+    Vector() : mCount(0), mCapacity(kStep), mBuffer(Resize(nullptr, kStep)) {}
     Vector(const Vector&) = delete;
     Vector& operator=(const Vector&) = delete;
     ~Vector() { std::free(mBuffer); }
@@ -89,15 +89,17 @@ private:
     static constexpr int kStep = 32;
 
     static std::size_t Bytes(int slots) { return static_cast<std::size_t>(slots) * sizeof(P); }
-    static P* NewBuffer(int slots) { return static_cast<P*>(std::malloc(Bytes(slots))); }
+
+    // realloc moves whole pages of a large buffer instead of copying them.
+    static P* Resize(P* buffer, int slots)
+    {
+        return static_cast<P*>(std::realloc(buffer, Bytes(slots)));
+    }
 
     void Grow()
     {
-        P* const grown = NewBuffer(mCapacity + kStep);
-        std::memcpy(grown, mBuffer, Bytes(mCount));
-        std::free(mBuffer);
-        mBuffer = grown;
         mCapacity += kStep;
+        mBuffer = Resize(mBuffer, mCapacity);
     }
 
     int mCount;

@@ -1,0 +1,69 @@
+// A peer made of plain system calls, so that what the library puts on the wire is checked by code
+// that shares nothing with it.
+#ifndef TESTS_SUPPORT_RAWPEER_H
+#define TESTS_SUPPORT_RAWPEER_H
+
+#include <cstdint>
+#include <string>
+
+namespace test {
+// The bytes that the hexadecimal digits name; blanks and "|" are passed over.
+std::string Hex(const std::string& digits);
+
+// A signed 32-bit number, least significant byte first.
+std::string Number(std::int32_t value);
+
+// A text with its NUL and zero padding to a multiple of 4.
+std::string Text(const std::string& text);
+
+// A request frame around an encoded record, and the encoding of a record without arguments.
+std::string Frame(const std::string& method, const std::string& record);
+std::string EmptyRecord();
+
+// One stream connection; every receive gives up after 10 seconds.
+class RawPeer
+{
+public:
+    explicit RawPeer(int descriptor) : mDescriptor(descriptor) {}
+    RawPeer(RawPeer&& other) noexcept : mDescriptor(other.mDescriptor) { other.mDescriptor = -1; }
+    RawPeer(const RawPeer&) = delete;
+    RawPeer& operator=(const RawPeer&) = delete;
+    ~RawPeer() { Close(); }
+
+    // Tries again until somebody listens.
+    static RawPeer Connect(int port, const std::string& address = "127.0.0.1");
+
+    bool IsOpen() const { return mDescriptor >= 0; }
+    bool Send(const std::string& bytes) const;
+
+    // Exactly that many bytes, fewer when the connection ended or time ran out.
+    std::string Receive(std::size_t length, int milliseconds = 10000) const;
+
+    // One whole frame or reply: the length word and as many bytes as it says.
+    std::string ReceiveFrame() const;
+
+    // Whether the other side closed the connection.
+    bool WaitClosed() const;
+    void Close();
+
+private:
+    int mDescriptor;
+};
+
+// A listening TCP socket.
+class RawListener
+{
+public:
+    explicit RawListener(int port, const std::string& address = "127.0.0.1");
+    RawListener(const RawListener&) = delete;
+    RawListener& operator=(const RawListener&) = delete;
+    ~RawListener();
+
+    RawPeer Accept() const;
+
+private:
+    int mDescriptor;
+};
+}  // namespace test
+
+#endif  // TESTS_SUPPORT_RAWPEER_H

@@ -1,0 +1,318 @@
+// The calling side of a channel against a server made of plain system calls, and against another
+// channel.
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <chrono>
+#include <memory>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "tests/support/RawPeer.h"
+#include "tests/support/support.h"
+#include "util/ipc/IPCParam.h"
+#include "util/ipc/IPCSocketChannel.h"
+#include "util/os_linux/Logger.h"
+
+namespace {
+using test::EmptyRecord;
+using test::Frame;
+using test::Hex;
+using test::Number;
+using test::RawListener;
+using test::RawPeer;
+
+const std::string kEmptyReply = Hex("08 00 00 00") + EmptyRecord();
+
+// A reply record with one integer.
+std::string IntegerReply(int value)
+{
+    return Number(16) + Hex("00 00 00 48 69 00 00 00 | 61 00 00 00") + Number(value);
+}
+
+class IPCCalls : public testing::Test
+{
+protected:
+    void SetUp() override
+    {
+        Logger::ChangeMode(1);
+        channel.Open();
+    }
+
+    // One call with an empty request; the integer of its reply, -1 when it failed, 0 without one.
+    int Ask(const char* method = "play")
+    {
+        IPCParam request;
+        IPCParam reply;
+        const int result = channel.Call(method, &request, &reply);
+        return result != 0 ? -1 : reply.GetCount() == 0 ? 0 : AsInt(reply);
+    }
+
+    static int AsInt(IPCParam& record) { return static_cast<int>(record.GetArg(0)->mValue); }
+
+    const test::CapturedStderr log;
+    const int port = test::FreePort();
+    IPCSocketChannel channel{"tv", port, test::FreePort()};
+};
+
+TEST_F(IPCCalls, WritesTheRequestAndReadsTheReplyToTheByte)
+{
+    const RawListener server(port);
+    std::thread peer([&] {
+        const RawPeer connection = server.Accept();
+        EXPECT_EQ(
+            connection.ReceiveFrame(),
+            Hex("14 00 00 00 | 00 00 00 47 | 70 6C 61 79 00 00 00 00 | 00 00 00 48 00 00 00 00"));
+        connection.Send(kEmptyReply);
+        EXPECT_EQ(connection.ReceiveFrame(),
+                  Frame("abc", Hex("00 00 00 48 69 00 00 00 | 6D 73 00 00 | DC 05 00 00")));
+        connection.Send(IntegerReply(77));
+        EXPECT_EQ(connection.ReceiveFrame(), Frame(std::string(63, 'm'), EmptyRecord()));
+        connection.Send(Number(0));
+        connection.ReceiveFrame();
+        connection.Send(Number(-5));
+    });
+    EXPECT_EQ(Ask(), 0);
+    EXPECT_EQ(test::Count(log.Text(), "No Arguments in IPCParam"), 1);
+    IPCParam request;
+    request.Add("ms", 1500);
+    EXPECT_EQ(channel.Call("abc", &request, nullptr), 0);
+    EXPECT_EQ(test::Count(log.Text(), "No Returned Param"), 1);
+    EXPECT_EQ(Ask(std::string(70, 'm').c_str()), 0);
+    EXPECT_EQ(Ask(), 0);
+    peer.join();
+}
+
+TEST_F(IPCCalls, FailsWithoutAPeerAndConnectsWhenThereIsOne)
+{
+    EXPECT_EQ(Ask(), -1);
+    unsigned char byte = 0;
+    EXPECT_EQ(channel.ReceiveRaw(&byte, 1), -1);
+    EXPECT_EQ(channel.SendRaw(&byte, 1), -1);
+    EXPECT_EQ(test::Count(log.Text(), "Call Failure, IPCChannel is not activated tv"), 3);
+    const RawListener server(port);
+    std::thread peer([&] {
+        const RawPeer connection = server.Accept();
+        connection.ReceiveFrame();
+        connection.Send(IntegerReply(5));
+    });
+    EXPECT_EQ(Ask(), 5);
+    peer.join();
+}
+
+TEST_F(IPCCalls, FailsWhenTheServerDiesAtAnyOffsetOfTheReply)
+{
+    const std::string reply = IntegerReply(9);
+    const RawListener server(port);
+    for (std::size_t offset = 0; offset < reply.size(); ++offset) {
+        std::thread peer([&] {
+            const RawPeer connection = server.Accept();
+            connection.ReceiveFrame();
+            connection.Send(reply.substr(0, offset));
+        });
+        EXPECT_EQ(Ask(), -1) << offset;
+        EXPECT_EQ(Ask(), -1) << "fails at once until Reopen";
+        peer.join();
+        EXPECT_EQ(channel.Reopen(), 0);
+    }
+    EXPECT_EQ(test::Count(log.Text(), "Read Failed"), 20);
+    std::thread peer([&] {
+        const RawPeer connection = server.Accept();
+        connection.ReceiveFrame();
+        connection.Send(reply);
+    });
+    EXPECT_EQ(Ask(), 9);
+    peer.join();
+}
+
+TEST_F(IPCCalls, NeverTakesALateReplyForTheNext)
+{
+    channel.SetReplyTimeout(100);
+    const RawListener server(port);
+    std::atomic<bool> late{false};
+    std::thread peer([&] {
+        const RawPeer connection = server.Accept();
+        connection.ReceiveFrame();
+        const std::string first = IntegerReply(1);
+        connection.Send(first.substr(0, 10));  // in time, but not whole
+        test::WaitUntil([&] { return late.load(); });
+        connection.Send(first.substr(10));
+        connection.ReceiveFrame();
+        connection.Send(IntegerReply(2));
+    });
+    EXPECT_EQ(Ask(), -1);
+    late = true;
+    EXPECT_EQ(Ask(), 2);
+    peer.join();
+}
+
+TEST_F(IPCCalls, WaitsForASlowDripOnlyUntilTheTimeOut)
+{
+    channel.SetReplyTimeout(150);
+    const RawListener server(port);
+    std::thread peer([&] {
+        const RawPeer connection = server.Accept();
+        connection.ReceiveFrame();
+        for (const char byte : IntegerReply(1)) {
+            connection.Send(std::string(1, byte));
+            std::this_thread::sleep_for(std::chrono::milliseconds(20));
+        }
+    });
+    const auto start = std::chrono::steady_clock::now();
+    EXPECT_EQ(Ask(), -1);
+    EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::milliseconds(380));
+    peer.join();
+}
+
+TEST_F(IPCCalls, ShutsDownAConnectionWithAnAbsurdReplyLength)
+{
+    const RawListener server(port);
+    std::thread peer([&] {
+        const RawPeer connection = server.Accept();
+        connection.ReceiveFrame();
+        connection.Send(Number(2097153));
+        EXPECT_TRUE(connection.WaitClosed());
+    });
+    EXPECT_EQ(Ask(), -1);
+    peer.join();
+    EXPECT_EQ(test::Count(log.Text(), "Too big reply length ( > 2 MB ): 2097153"), 1);
+    EXPECT_EQ(Ask(), -1);
+    EXPECT_EQ(test::Count(log.Text(), "Write Failed"), 1);
+}
+
+TEST_F(IPCCalls, TakesALargeReply)
+{
+    const std::size_t size = 2000000;
+    const RawListener server(port);
+    std::thread peer([&] {
+        const RawPeer connection = server.Accept();
+        connection.ReceiveFrame();
+        const std::string record = Hex("00 00 00 48 62 00 00 00 | 64 00 00 00") +
+                                   Number(static_cast<std::int32_t>(size)) + std::string(size, 'b');
+        connection.Send(Number(static_cast<std::int32_t>(record.size())) + record);
+    });
+    IPCParam request;
+    IPCParam reply;
+    EXPECT_EQ(channel.Call("get", &request, &reply), 0);
+    peer.join();
+    ASSERT_EQ(reply.GetCount(), 1);
+    EXPECT_EQ(reply.GetArg(0)->mLen, static_cast<int>(size));
+}
+
+TEST_F(IPCCalls, RefusesARequestThatNoPeerWouldAnswer)
+{
+    const RawListener server(port);
+    const std::string block(2097152, 'b');
+    IPCParam request;
+    request.Add("d", block.data(), static_cast<int>(block.size()));
+    EXPECT_EQ(channel.Call("play", &request, nullptr), -1);
+    EXPECT_EQ(test::Count(log.Text(), "Too big length ( > 2 MB )"), 1);
+}
+
+TEST_F(IPCCalls, SendsOnlyTheLengthWordOfARecordThatContradictsItself)
+{
+    const RawListener server(port);
+    IPCParam request;
+    request.Add("a", 1);
+    request.GetArg(0)->mType = '?';
+    EXPECT_EQ(channel.Call("play", &request, nullptr), -1);
+    EXPECT_EQ(test::Count(log.Text(), "Serialization Failure"), 1);
+    const RawPeer connection = server.Accept();
+    EXPECT_EQ(connection.Receive(100), Number(4 + 8 + 16));
+}
+
+TEST_F(IPCCalls, MovesRawBytes)
+{
+    const RawListener server(port);
+    const unsigned char data[] = {1, 2, 3};
+    EXPECT_EQ(channel.SendRaw(data, 3), 0);
+    const RawPeer connection = server.Accept();
+    EXPECT_EQ(connection.Receive(3), Hex("01 02 03"));
+    connection.Send("abc");
+    unsigned char buffer[3] = {};
+    EXPECT_EQ(channel.ReceiveRaw(buffer, 3), 3);
+    EXPECT_EQ(buffer[2], 'c');
+}
+
+TEST_F(IPCCalls, ReopenEndsACallThatWaits)
+{
+    const RawListener server(port);
+    std::thread caller([&] { EXPECT_EQ(Ask(), -1); });
+    const RawPeer connection = server.Accept();
+    connection.ReceiveFrame();
+    EXPECT_EQ(channel.Reopen(), 0);
+    caller.join();
+}
+
+// A pair of channels whose server answers with the number it was asked for.
+IPCParam* Same(IPCParam* request)
+{
+    IPCParam* const reply = new IPCParam;
+    reply->Add("n", static_cast<int>(request->GetArg(0)->mValue));
+    if (request->GetCount() > 1) {
+        const std::string ballast(static_cast<std::size_t>(request->GetArg(1)->mValue), 'b');
+        reply->Add("b", ballast.data(), static_cast<int>(ballast.size()));
+    }
+    return reply;
+}
+
+class IPCPair : public testing::Test
+{
+protected:
+    void SetUp() override
+    {
+        Logger::GetLogger(2)->SetLevel(Logger::kError + 1);
+        server.Register("same", Same);
+        server.Start();
+        client.Open();
+    }
+
+    bool AskFor(int number)
+    {
+        IPCParam request;
+        request.Add("n", number);
+        IPCParam reply;
+        return client.Call("same", &request, &reply) == 0 && reply.GetCount() == 1 &&
+               reply.GetArg(0)->mValue == number;
+    }
+
+    const int clientPort = test::FreePort();
+    const int serverPort = test::FreePort();
+    IPCSocketChannel server{"server", clientPort, serverPort};
+    IPCSocketChannel client{"client", serverPort, clientPort};
+};
+
+TEST_F(IPCPair, MixedCallsFromManyThreadsStayInStep)
+{
+    std::atomic<int> wrong{0};
+    std::vector<std::thread> threads;
+    for (int thread = 0; thread < 4; ++thread) {
+        threads.emplace_back([&, thread] {
+            for (int index = 0; index < 50; ++index) {
+                const int number = thread * 1000 + index;
+                IPCParam request;
+                request.Add("n", -number);
+                wrong += client.CallWithoutReturn("same", &request) == 0 ? 0 : 1;
+                wrong += AskFor(number) ? 0 : 1;
+            }
+        });
+    }
+    for (std::thread& thread : threads) {
+        thread.join();
+    }
+    EXPECT_EQ(wrong, 0);
+}
+
+TEST_F(IPCPair, UnreadRepliesNeverBlockTheRequests)
+{
+    // Far more replies than any socket buffer holds.
+    IPCParam request;
+    request.Add("n", 1);
+    request.Add("size", 100000);
+    for (int index = 0; index < 300; ++index) {
+        ASSERT_EQ(client.CallWithoutReturn("same", &request), 0) << index;
+    }
+    EXPECT_TRUE(AskFor(7));
+}
+}  // namespace

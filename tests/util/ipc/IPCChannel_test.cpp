@@ -1,0 +1,145 @@
+#include "util/ipc/IPCChannel.h"
+
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "tests/support/support.h"
+#include "util/ipc/IPCChannelMgr.h"
+#include "util/ipc/IPCParam.h"
+#include "util/ipc/IPCSocketChannel.h"
+#include "util/os_linux/Logger.h"
+
+namespace {
+IPCParam* First(IPCParam*)
+{
+    return nullptr;
+}
+
+IPCParam* Second(IPCParam*)
+{
+    return nullptr;
+}
+
+// A channel without a transport.
+class NoChannel : public IPCChannel
+{
+public:
+    using IPCChannel::FindMethod;
+    using IPCChannel::IPCChannel;
+    int Open() override { return -1; }
+    int Close() override { return -1; }
+    void Start() override {}
+    void Bind() override {}
+    void Run() override {}
+    void Quit() override {}
+    int Call(const char*, IPCParam*, IPCParam*) override { return -1; }
+    int SendRaw(const unsigned char*, int) override { return -1; }
+    int CallWithoutReturn(const char*, IPCParam*) override { return -1; }
+};
+
+TEST(StringHashFunction, HashesBytesAsUnsigned)
+{
+    StringHashFunction function;
+    const std::pair<const char*, unsigned> cases[] = {
+        {"", 0},      {"a", 97}, {"play", 3443508}, {"load", 3327206}, {"SetStatus", 2592884436},
+        {"\xFF", 255}};
+    for (const auto& [text, hash] : cases) {
+        const char* key = text;
+        EXPECT_EQ(function.Hash(key), hash) << text;
+    }
+}
+
+TEST(IPCChannel, FindsTheFirstOfTwoMethodsByExactName)
+{
+    NoChannel channel("name");
+    channel.Register("SetStatus", First);
+    channel.Register("SetStatus", Second);
+    ASSERT_NE(channel.FindMethod("SetStatus"), nullptr);
+    EXPECT_EQ(channel.FindMethod("SetStatus")->mHandler, First);
+    EXPECT_EQ(channel.FindMethod("setStatus"), nullptr);
+    EXPECT_EQ(channel.Reopen(), 0);
+    EXPECT_EQ(channel.ReceiveRaw(nullptr, 0), 0);
+}
+
+TEST(IPCChannel, CutsNamesTo63Characters)
+{
+    const std::string longName(80, 'n');
+    NoChannel channel(longName.c_str());
+    EXPECT_EQ(channel.GetName(), std::string(63, 'n'));
+    channel.Register(longName.c_str(), First);
+    EXPECT_NE(channel.FindMethod(std::string(63, 'n').c_str()), nullptr);
+}
+
+TEST(IPCChannel, RegistrationsDoNotDisturbLookups)
+{
+    NoChannel channel("busy");
+    channel.Register("SetStatus", First);
+    std::atomic<bool> done{false};
+    std::thread lookups([&] {
+        while (!done) {
+            EXPECT_EQ(channel.FindMethod("SetStatus")->mHandler, First);
+            channel.FindMethod("method7");
+        }
+    });
+    std::vector<std::thread> registrations;
+    for (int thread = 0; thread < 2; ++thread) {
+        registrations.emplace_back([&] {
+            for (int index = 0; index < 1000; ++index) {
+                channel.Register(
+                    index % 2 == 0 ? "SetStatus" : ("method" + std::to_string(index)).c_str(),
+                    Second);
+            }
+        });
+    }
+    for (std::thread& registration : registrations) {
+        registration.join();
+    }
+    done = true;
+    lookups.join();
+    EXPECT_NE(channel.FindMethod("method999"), nullptr);
+}
+
+TEST(IPCChannelMgr, GivesOneChannelPerNameWhateverTheEndpoints)
+{
+    const test::CapturedStderr log;
+    Logger::ChangeMode(1);
+    IPCChannelMgr* const manager = IPCChannelMgr::GetInstance();
+    EXPECT_EQ(manager->GetIPCChannel("tv"), nullptr);
+    IPCChannel* const channel = manager->GetIPCChannel("tv", "127.0.0.1", "127.0.0.1", 1, 2);
+    ASSERT_NE(channel, nullptr);
+    EXPECT_EQ(manager->GetIPCChannel("tv"), channel);
+    EXPECT_EQ(manager->GetIPCChannel("tv", "a", "b"), channel);
+    EXPECT_EQ(test::Count(log.Text(), "Name Found tv"), 0);
+    EXPECT_EQ(manager->GetIPCChannel("tv", 5, 6), channel);
+    EXPECT_EQ(manager->GetIPCChannelWithPriority("tv", 5, 6, 7), channel);
+    EXPECT_EQ(test::Count(log.Text(), "Name Found tv"), 2);
+    EXPECT_EQ(manager->GetIPCChannel("TV"), nullptr);
+    const std::string longName(70, 'l');
+    EXPECT_EQ(manager->GetIPCChannel(longName.c_str(), 1, 2),
+              manager->GetIPCChannel(longName.c_str(), 1, 2));
+}
+
+TEST(IPCChannelMgr, GivesOneChannelToConcurrentFirstRequests)
+{
+    std::atomic<int> differing{0};
+    std::atomic<IPCChannel*> first{nullptr};
+    std::vector<std::thread> threads;
+    for (int index = 0; index < 8; ++index) {
+        threads.emplace_back([&] {
+            IPCChannel* const got = IPCChannelMgr::GetInstance()->GetIPCChannel("one", 1, 2);
+            IPCChannel* expected = nullptr;
+            if (!first.compare_exchange_strong(expected, got) && expected != got) {
+                ++differing;
+            }
+        });
+    }
+    for (std::thread& thread : threads) {
+        thread.join();
+    }
+    EXPECT_EQ(differing, 0);
+}
+}  // namespace

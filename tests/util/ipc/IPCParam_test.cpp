@@ -1,0 +1,233 @@
+#include "util/ipc/IPCParam.h"
+
+#include <gtest/gtest.h>
+
+#include <climits>
+#include <memory>
+#include <random>
+#include <string>
+#include <vector>
+
+#include "tests/support/RawPeer.h"
+#include "tests/support/support.h"
+#include "util/os_linux/Logger.h"
+
+namespace {
+using test::Hex;
+
+std::string Encode(IPCParam& record)
+{
+    std::string bytes(static_cast<std::size_t>(record.GetSeiralizedLength()), '\xEE');
+    EXPECT_EQ(record.Serialize(reinterpret_cast<unsigned char*>(&bytes[0])),
+              record.GetSeiralizedLength());
+    return bytes;
+}
+
+// Decodes from memory of exactly the encoding's size, so that a read beyond it is noticed.
+int Decode(IPCParam& record, const std::string& bytes)
+{
+    const std::vector<unsigned char> exact(bytes.begin(), bytes.end());
+    return record.DeSerialize(exact.data(), static_cast<int>(exact.size()));
+}
+
+std::string TextOf(const IPCParam::Arg& argument)
+{
+    return reinterpret_cast<const char*>(argument.mValue);
+}
+
+const unsigned char kBlock[] = {1, 2, 3};
+
+// One argument of every type, with a block that leaves what follows at an odd offset.
+void FillWithEveryType(IPCParam& record)
+{
+    record.Add("pos", 5);
+    record.Add("url", "ab");
+    record.Add("d", kBlock, 3);
+    record.Add("name", static_cast<const char*>(nullptr));
+    record.Add("last", -1);
+}
+
+const char kEveryType[] =
+    "00 00 00 48 | 69 73 62 6E 69 00 00 00"
+    "| 70 6F 73 00 | 05 00 00 00"
+    "| 75 72 6C 00 | 61 62 00 00"
+    "| 64 00 00 00 | 03 00 00 00 | 01 02 03"
+    "| 6E 61 6D 65 00 00 00 00"
+    "| 6C 61 73 74 00 00 00 00 | FF FF FF FF";
+
+TEST(IPCParam, EncodesEveryTypeToTheByte)
+{
+    IPCParam empty;
+    EXPECT_EQ(Encode(empty), test::EmptyRecord());
+    IPCParam record;
+    FillWithEveryType(record);
+    EXPECT_EQ(Encode(record), Hex(kEveryType));
+    EXPECT_EQ(record.GetArg(1)->mLen, 4);
+    EXPECT_EQ(record.GetArg(3)->mType, 'n');
+    EXPECT_EQ(record.GetArg(3)->mNameLen, 8);
+    EXPECT_EQ(record.GetArg(3)->mValue, 0);
+}
+
+TEST(IPCParam, PadsTypeCodesAndTextsWithAtLeastOneZero)
+{
+    for (int count = 1; count <= 9; ++count) {
+        IPCParam record;
+        for (int index = 0; index < count; ++index) {
+            record.Add("n", index);
+        }
+        EXPECT_EQ(record.GetSeiralizedLength(), 4 + (count / 4 + 1) * 4 + count * 8) << count;
+        EXPECT_EQ(Encode(record).substr(4, static_cast<std::size_t>(count) + 1),
+                  std::string(static_cast<std::size_t>(count), 'i') + '\0');
+    }
+    IPCParam record;
+    record.Add("12345678", "");
+    EXPECT_EQ(Encode(record), Hex("00 00 00 48 73 00 00 00") + "12345678" + std::string(8, '\0'));
+}
+
+TEST(IPCParam, DecodesWhatWasEncodedAndNullAsZero)
+{
+    IPCParam record;
+    record.Add("before", 1);
+    EXPECT_EQ(Decode(record, Hex(kEveryType)), static_cast<int>(Hex(kEveryType).size()));
+    ASSERT_EQ(record.GetCount(), 6);
+    EXPECT_STREQ(record.GetArg(0)->mName, "before");
+    EXPECT_EQ(record.GetArg(1)->mValue, 5);
+    EXPECT_EQ(TextOf(*record.GetArg(2)), "ab");
+    EXPECT_EQ(record.GetArg(3)->mLen, 3);
+    EXPECT_EQ(reinterpret_cast<const unsigned char*>(record.GetArg(3)->mValue)[2], 3);
+    EXPECT_EQ(record.GetArg(4)->mType, 'i');
+    EXPECT_EQ(record.GetArg(4)->mValue, 0);
+    EXPECT_EQ(record.GetArg(5)->mValue, -1);
+    // The form without a length reads the same.
+    IPCParam trusted;
+    const std::string bytes = Hex(kEveryType);
+    EXPECT_EQ(trusted.DeSerialize(reinterpret_cast<const unsigned char*>(bytes.data())),
+              static_cast<int>(bytes.size()));
+    EXPECT_EQ(trusted.GetCount(), 5);
+}
+
+TEST(IPCParam, CopiesNamesAndValuesAndCutsLongNames)
+{
+    IPCParam record;
+    std::string name(70, 'n');
+    std::string value = "text";
+    record.Add(name.c_str(), value.c_str());
+    record.Add(name.substr(0, 63).c_str(), 1);
+    name.assign(70, 'x');
+    value = "gone";
+    EXPECT_EQ(record.GetArg(0)->mName, std::string(63, 'n'));
+    EXPECT_EQ(record.GetArg(0)->mNameLen, 64);
+    EXPECT_EQ(TextOf(*record.GetArg(0)), "text");
+    EXPECT_STREQ(record.GetArg(1)->mName, record.GetArg(0)->mName);
+    // The same from the wire: cut, and what follows is still found.
+    IPCParam decoded;
+    const std::string bytes = Hex("00 00 00 48 69 69 00 00") + test::Text(std::string(100, 'w')) +
+                              test::Number(7) + test::Text("b") + test::Number(8);
+    EXPECT_EQ(Decode(decoded, bytes), static_cast<int>(bytes.size()));
+    EXPECT_EQ(decoded.GetArg(0)->mName, std::string(63, 'w'));
+    EXPECT_EQ(decoded.GetArg(1)->mValue, 8);
+}
+
+TEST(IPCParam, RefusesACutEncodingAtEveryLengthAndKeepsTheRecord)
+{
+    const std::string whole = Hex(kEveryType);
+    for (std::size_t length = 0; length < whole.size(); ++length) {
+        IPCParam record;
+        record.Add("kept", 42);
+        EXPECT_EQ(Decode(record, whole.substr(0, length)), -1) << length;
+        EXPECT_EQ(record.GetCount(), 1) << length;
+        EXPECT_EQ(record.GetSeiralizedLength(), 20) << length;
+    }
+}
+
+TEST(IPCParam, RefusesWrongStartCodesAndLyingLengths)
+{
+    const test::CapturedStderr log;
+    Logger::ChangeMode(1);
+    const std::string name = test::Text("d");
+    const std::string lies[] = {
+        Hex("00 00 00 47 00 00 00 00"),
+        Hex("48 00 00 00 00 00 00 00"),
+        Hex("00 00 00 48 62 00 00 00") + name + test::Number(4) + "123",
+        Hex("00 00 00 48 62 00 00 00") + name + test::Number(-1) + "123",
+        Hex("00 00 00 48 62 00 00 00") + name + test::Number(INT_MAX) + "123",
+        Hex("00 00 00 48 62 00 00 00") + name + test::Number(INT_MIN) + "123",
+        Hex("00 00 00 48") + std::string(64, 'i'),
+    };
+    for (const std::string& lie : lies) {
+        IPCParam record;
+        EXPECT_EQ(Decode(record, lie), -1);
+        EXPECT_EQ(record.GetCount(), 0);
+    }
+    EXPECT_EQ(test::Count(log.Text(), "[[LOG-ERROR]]"), 7);
+    EXPECT_EQ(test::Count(log.Text(), "Wrong Start Code : 48 00 00 00"), 1);
+}
+
+TEST(IPCParam, BoundsTheNumberOfDecodedArguments)
+{
+    const auto encoding = [](std::size_t count) {
+        std::string bytes = Hex("00 00 00 48") + test::Text(std::string(count, 'n'));
+        for (std::size_t index = 0; index < count; ++index) {
+            bytes += std::string(4, '\0');
+        }
+        return bytes;
+    };
+    IPCParam most;
+    EXPECT_GT(Decode(most, encoding(65535)), 0);
+    EXPECT_EQ(most.GetCount(), 65535);
+    IPCParam tooMany;
+    EXPECT_EQ(Decode(tooMany, encoding(65536)), -1);
+    EXPECT_EQ(tooMany.GetCount(), 0);
+}
+
+TEST(IPCParam, PassesOverUnknownTypeCodes)
+{
+    IPCParam record;
+    const std::string bytes = Hex("00 00 00 48 7A 69 3F 00 | 61 00 00 00 | 09 00 00 00");
+    EXPECT_EQ(Decode(record, bytes), static_cast<int>(bytes.size()));
+    ASSERT_EQ(record.GetCount(), 1);
+    EXPECT_EQ(record.GetArg(0)->mValue, 9);
+}
+
+TEST(IPCParam, LogsEmptyEncodingsAndPositionsOutOfRange)
+{
+    const test::CapturedStderr log;
+    Logger::ChangeMode(1);
+    IPCParam record;
+    EXPECT_EQ(Decode(record, test::EmptyRecord()), 0);
+    EXPECT_EQ(test::Count(log.Text(), "[LOG-WARN]:\033[0;0m No Arguments in IPCParam -> "), 1);
+    record.Add("a", 1);
+    EXPECT_EQ(record.GetArg(1), nullptr);
+    EXPECT_EQ(record.GetArg(-1), nullptr);
+    EXPECT_EQ(record.GetArg(INT_MAX), nullptr);
+    EXPECT_EQ(test::Count(log.Text(), "[[LOG-ERROR]]:\033[0;0m  -> GetArg in (/IPCParam.cpp "), 3);
+}
+
+TEST(IPCParam, RandomRecordsSurviveTheRoundTrip)
+{
+    std::mt19937 random(20261124);
+    for (int round = 0; round < 300; ++round) {
+        IPCParam record;
+        const int count = static_cast<int>(random() % 40);
+        for (int index = 0; index < count; ++index) {
+            const std::string name(random() % 63, 'n');
+            const std::string value(random() % 300, static_cast<char>('a' + random() % 26));
+            switch (random() % 3) {
+                case 0:
+                    record.Add(name.c_str(), static_cast<int>(random()));
+                    break;
+                case 1:
+                    record.Add(name.c_str(), value.c_str());
+                    break;
+                default:
+                    record.Add(name.c_str(), value.data(), static_cast<int>(value.size()));
+                    break;
+            }
+        }
+        const std::string bytes = Encode(record);
+        IPCParam decoded;
+        EXPECT_EQ(Decode(decoded, bytes), count == 0 ? 0 : static_cast<int>(bytes.size()));
+        EXPECT_EQ(Encode(decoded), bytes);
+    }
+}
+}  // namespace

@@ -1,0 +1,372 @@
+// The serving side of a channel against a peer made of plain system calls.
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <chrono>
+#include <functional>
+#include <memory>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "tests/support/RawPeer.h"
+#include "tests/support/support.h"
+#include "util/ipc/IPCParam.h"
+#include "util/ipc/IPCSocketChannel.h"
+#include "util/os_linux/Logger.h"
+
+namespace {
+using test::EmptyRecord;
+using test::Frame;
+using test::Hex;
+using test::Number;
+using test::RawPeer;
+
+std::atomic<int> gHandled{0};
+std::atomic<bool> gHold{false};
+
+// Answers with the integers it was sent, under the names it was sent.
+IPCParam* Echo(IPCParam* request)
+{
+    ++gHandled;
+    IPCParam* const reply = new IPCParam;
+    for (int index = 0; index < request->GetCount(); ++index) {
+        const IPCParam::Arg& argument = *request->GetArg(index);
+        reply->Add(argument.mName, argument.mType == 'i' ? static_cast<int>(argument.mValue) : -7);
+    }
+    return reply;
+}
+
+IPCParam* Nothing(IPCParam*)
+{
+    return nullptr;
+}
+
+IPCParam* Hold(IPCParam*)
+{
+    gHold = true;
+    test::WaitUntil([] { return !gHold; });
+    return nullptr;
+}
+
+const std::string kRecord = Hex("00 00 00 48 69 00 00 00 | 61 00 00 00 | 2A 00 00 00");
+const std::string kEchoed = Hex("10 00 00 00") + kRecord;
+const std::string kNoRecord = Hex("00 00 00 00");
+
+long long Milliseconds(const std::function<void()>& action)
+{
+    const auto start = std::chrono::steady_clock::now();
+    action();
+    return std::chrono::duration_cast<std::chrono::milliseconds>(std::chrono::steady_clock::now() -
+                                                                 start)
+        .count();
+}
+
+class IPCServing : public testing::Test
+{
+protected:
+    void SetUp() override
+    {
+        Logger::ChangeMode(1);
+        channel = std::make_unique<IPCSocketChannel>("tv", test::FreePort(), port);
+        channel->Register("echo", Echo);
+        channel->Register("nothing", Nothing);
+        channel->Register("hold", Hold);
+        gHandled = 0;
+        channel->Start();
+    }
+
+    // Serves the next connection when the last one has ended.
+    void Restart()
+    {
+        ASSERT_TRUE(test::WaitUntil([&] { return !channel->IsRunning(); }));
+        channel->Start();
+    }
+
+    // That a well-behaved peer is served on the next connection.
+    void ExpectServed()
+    {
+        Restart();
+        const RawPeer peer = RawPeer::Connect(port);
+        ASSERT_TRUE(peer.Send(Frame("echo", kRecord)));
+        EXPECT_EQ(peer.ReceiveFrame(), kEchoed);
+    }
+
+    const test::CapturedStderr log;
+    const int port = test::FreePort();
+    std::unique_ptr<IPCSocketChannel> channel;
+};
+
+TEST_F(IPCServing, AnswersEveryKindOfRequestToTheByte)
+{
+    const RawPeer peer = RawPeer::Connect(port);
+    const std::pair<std::string, std::string> cases[] = {
+        {Frame("echo", EmptyRecord()), Hex("08 00 00 00 | 00 00 00 48 00 00 00 00")},
+        {Frame("echo", kRecord), kEchoed},
+        {Frame("nothing", kRecord), kNoRecord},
+        {Frame("unknown", kRecord), kNoRecord},
+        {Frame(std::string(80, 'u'), kRecord), kNoRecord},
+        {Frame("echo", "no record"), Hex("08 00 00 00") + EmptyRecord()},  // the call goes ahead
+        {Frame("echo", ""), Hex("08 00 00 00") + EmptyRecord()},
+    };
+    for (const auto& [request, reply] : cases) {
+        ASSERT_TRUE(peer.Send(request));
+        EXPECT_EQ(peer.ReceiveFrame(), reply);
+    }
+    EXPECT_EQ(test::Count(log.Text(), "Method [unknown] is Not Registered"), 1);
+    EXPECT_EQ(test::Count(log.Text(), "length = 28 length2 = 28"), 3);
+}
+
+TEST_F(IPCServing, TakesFramesInAnyPieces)
+{
+    const RawPeer peer = RawPeer::Connect(port);
+    const std::string request = Frame("echo", kRecord);
+    for (const char byte : request) {
+        ASSERT_TRUE(peer.Send(std::string(1, byte)));
+        std::this_thread::sleep_for(std::chrono::milliseconds(1));
+    }
+    EXPECT_EQ(peer.ReceiveFrame(), kEchoed);
+    std::string glued;
+    for (int count = 0; count < 100; ++count) {
+        glued += request;
+    }
+    ASSERT_TRUE(peer.Send(glued + request.substr(0, 9)));
+    for (int count = 0; count < 100; ++count) {
+        ASSERT_EQ(peer.ReceiveFrame(), kEchoed);
+    }
+    ASSERT_TRUE(peer.Send(request.substr(9)));
+    EXPECT_EQ(peer.ReceiveFrame(), kEchoed);
+}
+
+TEST_F(IPCServing, SurvivesAPeerThatDiesAtEveryOffset)
+{
+    const std::string request = Frame("echo", kRecord);
+    for (std::size_t offset = 0; offset <= request.size(); ++offset) {
+        {
+            const RawPeer peer = RawPeer::Connect(port);
+            ASSERT_TRUE(offset == 0 || peer.Send(request.substr(0, offset)));
+        }
+        Restart();
+    }
+    const RawPeer peer = RawPeer::Connect(port);
+    ASSERT_TRUE(peer.Send(request));
+    EXPECT_EQ(peer.ReceiveFrame(), kEchoed);
+}
+
+TEST_F(IPCServing, SkipsWhatItCannotUseAndServesTheNextFrame)
+{
+    const RawPeer peer = RawPeer::Connect(port);
+    const std::string skipped[] = {
+        Number(3) + "abc",
+        Number(8) + Hex("00 00 00 48 00 00 00 00"),
+        Number(0),
+        Number(2097153) + std::string(2097153, 'x'),
+        Number(5000000) + std::string(5000000, '\0'),
+    };
+    for (const std::string& frame : skipped) {
+        ASSERT_TRUE(peer.Send(frame + Frame("echo", kRecord)));
+        EXPECT_EQ(peer.ReceiveFrame(), kEchoed);
+    }
+    const std::string text = log.Text();
+    EXPECT_EQ(test::Count(text, "Wrong Method Code : 61 62 63 00"), 1);
+    EXPECT_EQ(test::Count(text, "Wrong Method Code : 00 00 00 48"), 1);
+    EXPECT_EQ(test::Count(text, "Too big length ( > 2 MB ): 2097153"), 1);
+    EXPECT_EQ(test::Count(text, "Too big length ( > 2 MB ): 5000000"), 1);
+}
+
+TEST_F(IPCServing, ServesTheLargestFrame)
+{
+    const RawPeer peer = RawPeer::Connect(port);
+    const std::string head = Hex("00 00 00 48 62 00 00 00 | 64 00 00 00");
+    const std::size_t block = 2097152 - 4 - 8 - head.size() - 4;
+    const std::string record =
+        head + Number(static_cast<std::int32_t>(block)) + std::string(block, 'b');
+    std::thread sender([&] { peer.Send(Frame("echo", record)); });
+    EXPECT_EQ(peer.ReceiveFrame(),
+              Hex("10 00 00 00 | 00 00 00 48 69 00 00 00 | 64 00 00 00 | F9 FF FF FF"));
+    sender.join();
+}
+
+TEST_F(IPCServing, EndsAConnectionThatCannotBeTrusted)
+{
+    const std::pair<std::string, std::string> cases[] = {
+        {Number(-1), "Negative length : -1"},
+        {Number(-2147483647 - 1), "Negative length : -2147483648"},
+        {Number(8) + Hex("00 00 00 47") + "echo", "Method Name Without End in 8 Bytes"},
+        {Number(4) + Hex("00 00 00 47"), "Method Name Without End in 4 Bytes"},
+    };
+    for (const auto& [bytes, line] : cases) {
+        {
+            const RawPeer peer = RawPeer::Connect(port);
+            ASSERT_TRUE(peer.Send(bytes));
+            EXPECT_TRUE(peer.WaitClosed());
+        }
+        EXPECT_TRUE(log.WaitFor(line)) << line;
+        Restart();
+    }
+    {
+        const RawPeer peer = RawPeer::Connect(port);
+        ASSERT_TRUE(peer.Send(Number(100) + "cut"));
+    }
+    EXPECT_TRUE(log.WaitFor("Payload Cut : 3 of 100"));
+    ExpectServed();
+}
+
+TEST_F(IPCServing, EndsAConnectionAtThe101stZeroLengthInARow)
+{
+    {
+        const RawPeer peer = RawPeer::Connect(port);
+        std::string zeros(100 * 4, '\0');
+        ASSERT_TRUE(peer.Send(zeros + Frame("echo", kRecord)));
+        EXPECT_EQ(peer.ReceiveFrame(), kEchoed);  // starts the count again
+        ASSERT_TRUE(peer.Send(zeros + Number(0)));
+        EXPECT_TRUE(peer.WaitClosed());
+    }
+    EXPECT_TRUE(log.WaitFor("Trigger Force Quit tv"));
+    EXPECT_EQ(test::Count(log.Text(), "Zero Length Method !!! tv 99"), 2);
+    EXPECT_EQ(test::Count(log.Text(), "Zero Length Method !!! tv 100"), 1);
+    ExpectServed();
+}
+
+TEST_F(IPCServing, PromisesCostNoMemory)
+{
+    const RawPeer peer = RawPeer::Connect(port);
+    // The serving thread's heap exists from its first large frame on.
+    ASSERT_TRUE(peer.Send(Number(100000) + std::string(100000, 'x') + Frame("echo", kRecord)));
+    ASSERT_EQ(peer.ReceiveFrame(), kEchoed);
+    const std::string before = test::ReadFile("/proc/self/statm");
+    ASSERT_TRUE(peer.Send(Number(2097152) + std::string(10, 'x')));
+    ASSERT_TRUE(log.WaitFor("length = 2097152"));
+    const auto pages = [](const std::string& statm) { return std::stol(statm); };
+    EXPECT_LT(pages(test::ReadFile("/proc/self/statm")) - pages(before), 300);
+}
+
+TEST_F(IPCServing, QuitsWithinASecondInEveryState)
+{
+    // Waiting in accept.
+    EXPECT_LT(Milliseconds([&] { channel->Quit(); }), 1000);
+    EXPECT_FALSE(channel->IsRunning());
+    // Connected and idle, and in the middle of a frame.
+    for (const std::string& bytes : {std::string(), Number(100) + "part"}) {
+        channel->Start();
+        const RawPeer peer = RawPeer::Connect(port);
+        ASSERT_TRUE(bytes.empty() || peer.Send(bytes));
+        ASSERT_TRUE(peer.Send(Frame("nothing", EmptyRecord())) || !bytes.empty());
+        std::this_thread::sleep_for(std::chrono::milliseconds(30));
+        EXPECT_LT(Milliseconds([&] { channel->Quit(); }), 1000);
+        EXPECT_TRUE(peer.WaitClosed());
+    }
+    // A handler runs: when it ends.
+    channel->Start();
+    const RawPeer peer = RawPeer::Connect(port);
+    ASSERT_TRUE(peer.Send(Frame("hold", EmptyRecord())));
+    ASSERT_TRUE(test::WaitUntil([] { return gHold.load(); }));
+    std::thread quitter([&] { channel->Quit(); });
+    std::this_thread::sleep_for(std::chrono::milliseconds(50));
+    EXPECT_TRUE(channel->IsRunning());
+    gHold = false;
+    quitter.join();
+    // Blocked in a reply that the peer does not read.
+    channel->Start();
+    const RawPeer deaf = RawPeer::Connect(port);
+    std::thread flood([&] {
+        while (deaf.Send(Frame("echo", kRecord))) {}
+    });
+    std::this_thread::sleep_for(std::chrono::milliseconds(200));
+    EXPECT_LT(Milliseconds([&] { channel->Quit(); }), 1000);
+    flood.join();
+    ExpectServed();
+}
+
+TEST_F(IPCServing, QuitsWhenItsPortBelongsToAnother)
+{
+    IPCSocketChannel second("second", test::FreePort(), port);
+    second.Start();
+    EXPECT_TRUE(log.WaitFor("Bind Failed Address already in use"));
+    EXPECT_TRUE(log.WaitFor("Socket Accept() Failed"));
+    EXPECT_LT(Milliseconds([&] { second.Quit(); }), 1000);
+}
+
+TEST_F(IPCServing, StartsAndRunsOnlyOnce)
+{
+    const int threads = test::CountThreads();
+    channel->Start();
+    channel->Run();
+    EXPECT_EQ(test::CountThreads(), threads);
+    EXPECT_EQ(test::Count(log.Text(), "Start Failure"), 2);
+    EXPECT_EQ(channel->Open(), -1);
+    EXPECT_EQ(test::Count(log.Text(), "Socket Channel is Already Opened tv"), 1);
+}
+
+TEST(IPCSocketChannel, RunNeedsAnOpenAndBoundChannel)
+{
+    const test::CapturedStderr log;
+    Logger::ChangeMode(1);
+    const int port = test::FreePort();
+    IPCSocketChannel channel("tv", test::FreePort(), port);
+    channel.Register("echo", Echo);
+    EXPECT_EQ(channel.Close(), -1);
+    channel.Run();
+    EXPECT_EQ(channel.Open(), 0);
+    channel.Run();
+    EXPECT_EQ(test::Count(log.Text(), "Not Opened!!"), 1);
+    EXPECT_EQ(test::Count(log.Text(), "Not Binded!!"), 1);
+    channel.Bind();
+    std::thread caller([&] { channel.Run(); });
+    {
+        const RawPeer peer = RawPeer::Connect(port);
+        ASSERT_TRUE(peer.Send(Frame("echo", kRecord)));
+        EXPECT_EQ(peer.ReceiveFrame(), kEchoed);
+    }
+    caller.join();  // when the peer has gone
+    EXPECT_EQ(channel.Close(), 0);
+    EXPECT_EQ(test::Count(log.Text(), "Socket is Closed"), 3);
+}
+
+TEST(IPCSocketChannel, RestartsLeakNothing)
+{
+    Logger::GetLogger(1)->SetLevel(3);
+    Logger::GetLogger(2)->SetLevel(3);
+    const int port = test::FreePort();
+    IPCSocketChannel channel("tv", test::FreePort(), port);
+    channel.Register("echo", Echo);
+    int descriptors = 0;
+    int threads = 0;
+    for (int round = 0; round < 300; ++round) {
+        channel.Start();
+        RawPeer peer = RawPeer::Connect(port);
+        ASSERT_TRUE(peer.Send(Frame("echo", kRecord)));
+        ASSERT_EQ(peer.ReceiveFrame(), kEchoed);
+        if (round == 10) {
+            descriptors = test::CountDescriptors();
+            threads = test::CountThreads();
+        }
+        if (round == 299) {
+            EXPECT_EQ(test::CountDescriptors(), descriptors);
+            EXPECT_EQ(test::CountThreads(), threads);
+        }
+        peer.Close();
+        ASSERT_TRUE(test::WaitUntil([&] { return !channel.IsRunning(); }));
+    }
+}
+
+TEST(IPCSocketChannel, UnixChannelsServeAgainAfterTheirPeerLeft)
+{
+    Logger::ChangeMode(1);
+    const test::CapturedStderr log;
+    IPCSocketChannel server("server", "./server.send", "./server.receive");
+    server.Register("echo", Echo);
+    for (int round = 0; round < 3; ++round) {
+        server.Start();
+        IPCSocketChannel client("client", "./server.receive", "./client.receive");
+        client.Open();
+        IPCParam request;
+        request.Add("a", 42);
+        IPCParam reply;
+        EXPECT_EQ(client.Call("echo", &request, &reply), 0);
+        EXPECT_EQ(reply.GetCount(), 1);
+        client.Close();
+        ASSERT_TRUE(test::WaitUntil([&] { return !server.IsRunning(); }));
+    }
+}
+}  // namespace
