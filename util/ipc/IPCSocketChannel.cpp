@@ -407,6 +407,22 @@ void IPCSocketChannel::WakeAccept()
         copy->Close();
     }
     delete copy;
+    DropPending();
+}
+
+// The serving thread may have left without taking the connection that was to wake it; the next
+// Start must not take it for its peer.
+void IPCSocketChannel::DropPending()
+{
+    while (!mRunning && mRecvSocket->Select(0) > 0)
+    {
+        const IPCSocket* const pending = mRecvSocket->Accept();
+        if (pending == nullptr)
+        {
+            return;
+        }
+        delete pending;
+    }
 }
 
 void IPCSocketChannel::SetReplyTimeout(int milliseconds)

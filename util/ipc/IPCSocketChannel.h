@@ -88,6 +88,7 @@ private:
     void DropConnection();
     void StopServing();
     void WakeAccept();
+    void DropPending();
 
     int HandleLength(int length);
     int HandlePayload(const unsigned char* payload, int length);

@@ -278,6 +278,18 @@ TEST_F(IPCServing, QuitsWithinASecondInEveryState)
     ExpectServed();
 }
 
+TEST_F(IPCServing, StartsAgainRightAfterQuit)
+{
+    for (int round = 0; round < 20; ++round)
+    {
+        channel->Quit();
+        channel->Start();
+    }
+    const RawPeer peer = RawPeer::Connect(port);
+    ASSERT_TRUE(peer.Send(Frame("echo", kRecord)));
+    EXPECT_EQ(peer.ReceiveFrame(), kEchoed);
+}
+
 TEST_F(IPCServing, QuitsWhenItsPortBelongsToAnother)
 {
     IPCSocketChannel second("second", test::FreePort(), port);

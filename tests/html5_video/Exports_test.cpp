@@ -1,0 +1,82 @@
+// What the library's file shows to others: its exports and how it was linked.
+#include <gtest/gtest.h>
+
+#include <array>
+#include <cstdio>
+#include <memory>
+#include <regex>
+#include <sstream>
+#include <string>
+
+namespace {
+std::string OutputOf(const std::string& command)
+{
+    const std::unique_ptr<FILE, int (*)(FILE*)> pipe(popen(command.c_str(), "r"), pclose);
+    std::string text;
+    std::array<char, 4096> buffer{};
+    while (std::fgets(buffer.data(), buffer.size(), pipe.get()) != nullptr) {
+        text += buffer.data();
+    }
+    return text;
+}
+
+TEST(Exports, OnlyThePublicInterfaceIsVisible)
+{
+    const std::regex allowed(
+        "(typeinfo (name )?for |vtable for |guard variable for |non-virtual thunk to )?"
+        "(IPCParam|IPCSocket|IPCTCPSocket|IPCUnixSocket|IPCChannel|IPCMethod|StringHashFunction"
+        "|IPCSocketChannel|IPCChannelMgr|Mutex|CondVar|Thread|ThreadList|ThreadListCmdClient"
+        "|Logger|ExecShell|PartitionParser|FSUtil|FileCompare|FSDefaultCompare|FilePath"
+        "|SimpleAllocator|CmdMgr|CmdParser|CmdValue|CmdListMgr|CmdInfo|SymListMgr|SymInfo"
+        "|CmdHistory|CmdBlock|SHA1Calculator|MCrc32|HTML5VideoClient|tavi::Allocator"
+        "|tavi::HashFunction<char const\\*>)(::.*)?"
+        "|html5_video_(client_(init|load|cancel_load|play|pause|seek|setRate|setVolume|setSize"
+        "|setMuted)|get_(status|video_dimension))"
+        "|Logger_Print|NanoSleep|Sleep|MSleep|USleep|SetStatus_IPC\\(IPCParam\\*\\)"
+        "|SHA1(Init|Update|Final|Transform)\\(.*\\)|crc_table"
+        "|(typeinfo (name )?for |vtable for )?CmdClient<ThreadList>(::.*)?");
+    std::istringstream lines(OutputOf("nm -DC --defined-only " LIBRARY_FILE));
+    std::string line;
+    int count = 0;
+    while (std::getline(lines, line)) {
+        const std::string name = line.substr(line.find(' ', line.find(' ') + 1) + 1);
+        EXPECT_TRUE(std::regex_match(name, allowed)) << name;
+        ++count;
+    }
+    EXPECT_GT(count, 100);
+}
+
+TEST(Exports, TheTwelveCFunctionsAreThere)
+{
+    const std::string names = OutputOf("nm -D --defined-only " LIBRARY_FILE);
+    for (const char* name :
+         {"client_init", "client_load", "client_cancel_load", "client_play", "client_pause",
+          "client_seek", "client_setRate", "client_setVolume", "client_setSize", "client_setMuted",
+          "get_status", "get_video_dimension"}) {
+        EXPECT_NE(names.find(std::string(" T html5_video_") + name + "\n"), std::string::npos);
+    }
+}
+
+TEST(Exports, TheFileIsHardenedAndNeedsNothingElse)
+{
+    const std::string headers = OutputOf("readelf -lWd " LIBRARY_FILE);
+    EXPECT_NE(headers.find("Library soname: [libhtml5_video.so.1]"), std::string::npos);
+    EXPECT_NE(headers.find("GNU_RELRO"), std::string::npos);
+    EXPECT_NE(headers.find("BIND_NOW"), std::string::npos);
+    EXPECT_FALSE(std::regex_search(headers, std::regex("GNU_STACK[^\n]* RWE")));
+    std::istringstream lines(headers);
+    std::string line;
+    const std::regex known(
+        "libstdc\\+\\+|libm\\.|libgcc_s|libc\\.|ld-linux|libasan|libubsan|libtsan|libpthread");
+    while (std::getline(lines, line)) {
+        if (line.find("(NEEDED)") != std::string::npos) {
+            EXPECT_TRUE(std::regex_search(line, known)) << line;
+        }
+    }
+}
+
+TEST(Exports, NoPathOfTheBuildMachineIsInside)
+{
+    EXPECT_EQ(OutputOf("strings " LIBRARY_FILE " | grep -F '" TEST_SOURCE_DIR "/'"), "");
+}
+}  // namespace

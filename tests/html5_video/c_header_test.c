@@ -1,0 +1,24 @@
+/* Compiling and linking is the test: every function by its C prototype. */
+#include "html5_video/html5_video_client.h"
+#include "util/os_linux/Sleep.h"
+
+int main(void)
+{
+    int numbers[7];
+    unsigned long long bytes[2];
+    int result = html5_video_client_init();
+    result += html5_video_client_load("http://example.com/a.mp4");
+    result += html5_video_client_play();
+    result += html5_video_client_pause();
+    result += html5_video_client_seek(1.5F);
+    result += html5_video_client_setRate(1.0F);
+    result += html5_video_client_setVolume(0.5F);
+    result += html5_video_client_setSize(1280, 720);
+    result += html5_video_client_setMuted(true);
+    result += html5_video_client_cancel_load();
+    result += html5_video_get_status(&numbers[0], &numbers[1], &numbers[2], &numbers[3],
+                                     &numbers[4], &bytes[0], &bytes[1]);
+    result += html5_video_get_video_dimension(&numbers[5], &numbers[6]);
+    MSleep(1);
+    return result;
+}
