@@ -1,0 +1,103 @@
+// Reads the byte blocks of docs/protocol.md and compares each with what the library sends.
+#include <gtest/gtest.h>
+
+#include <functional>
+#include <map>
+#include <regex>
+#include <sstream>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "html5_video/html5_video_client.h"
+#include "tests/support/RawPeer.h"
+#include "tests/support/support.h"
+#include "util/ipc/IPCChannel.h"
+#include "util/ipc/IPCChannelMgr.h"
+#include "util/ipc/IPCParam.h"
+
+namespace {
+using test::RawListener;
+using test::RawPeer;
+
+// The page's blocks by the words behind "bytes".
+std::map<std::string, std::string> BlocksOf(const std::string& page)
+{
+    std::map<std::string, std::string> blocks;
+    const std::regex fence("```bytes ([^\n]*)\n([^`]*)```");
+    for (std::sregex_iterator it(page.begin(), page.end(), fence), end; it != end; ++it) {
+        blocks[(*it)[1]] = test::Hex((*it)[2]);
+    }
+    return blocks;
+}
+
+// The frame that a command sends.
+std::string FrameOf(const RawListener& listener, const std::function<void()>& command)
+{
+    std::string frame;
+    std::thread player([&] {
+        const RawPeer connection = listener.Accept();
+        frame = connection.ReceiveFrame();
+        connection.Send(test::Number(0));
+    });
+    command();
+    player.join();
+    IPCChannelMgr::GetInstance()->GetIPCChannel("HTML5 Video Socket")->Reopen();
+    return frame;
+}
+
+// What the library answers to a request.
+std::string ReplyTo(const RawPeer& peer, const std::string& request)
+{
+    peer.Send(request);
+    return peer.ReceiveFrame();
+}
+
+std::string EncodedEveryType()
+{
+    const unsigned char block[] = {1, 2, 3};
+    IPCParam record;
+    record.Add("pos", 5);
+    record.Add("url", "ab");
+    record.Add("d", block, 3);
+    record.Add("n", static_cast<const char*>(nullptr));
+    std::string bytes(static_cast<std::size_t>(record.GetSeiralizedLength()), '\0');
+    record.Serialize(reinterpret_cast<unsigned char*>(&bytes[0]));
+    return bytes;
+}
+
+TEST(Protocol, EveryBlockOfThePageIsWhatTheLibraryDoes)
+{
+    auto blocks = BlocksOf(test::ReadFile(TEST_SOURCE_DIR "/docs/protocol.md"));
+    const test::CapturedStderr log;
+    html5_video_client_init();
+    const RawListener listener(56911);
+    const RawPeer peer = RawPeer::Connect(56910);
+    const std::string status = "SetStatus 1000 60000 100 7 2 640 360 1 0 5000 0 2500";
+    const std::map<std::string, std::function<std::string()>> actual = {
+        {"call play", [&] { return FrameOf(listener, [] { html5_video_client_play(); }); }},
+        {"call load http://a/b.mp4",
+         [&] { return FrameOf(listener, [] { html5_video_client_load("http://a/b.mp4"); }); }},
+        {"call load null",
+         [&] { return FrameOf(listener, [] { html5_video_client_load(nullptr); }); }},
+        {"call seek 1.5", [&] { return FrameOf(listener, [] { html5_video_client_seek(1.5F); }); }},
+        {"call setSize 1280 720",
+         [&] { return FrameOf(listener, [] { html5_video_client_setSize(1280, 720); }); }},
+        {"record every type", EncodedEveryType},
+        {"reply none", [&] { return ReplyTo(peer, test::Frame("unknown", test::EmptyRecord())); }},
+        {"reply empty", [&] { return ReplyTo(peer, blocks[status]); }},
+    };
+    for (const auto& [name, bytes] : actual) {
+        ASSERT_EQ(blocks.count(name), 1u) << name;
+        EXPECT_EQ(bytes(), blocks[name]) << name;
+    }
+    EXPECT_EQ(blocks.size(), actual.size() + 1);
+    // The frame of the page arrived as its words say.
+    int playTime = 0, endTime = 0, speed = 0, mediaStatus = 0, inSeek = 0;
+    unsigned long long total = 0, offset = 0;
+    html5_video_get_status(&playTime, &endTime, &speed, &mediaStatus, &inSeek, &total, &offset);
+    EXPECT_TRUE(log.WaitFor("7 1000 60000 100 2 inSeek 1 5000 2500"));
+    EXPECT_EQ(endTime, 60000);
+    EXPECT_EQ(offset, 2500u);
+}
+}  // namespace
