@@ -48,7 +48,7 @@ private:
     static constexpr unsigned kSlots = 16;
     static constexpr unsigned kWords = 12;
 
-    struct alignas(64) Slot
+    struct Slot
     {
         std::atomic<bool> taken;  // published, or being filled
         std::atomic<std::uint32_t> words[kWords];
