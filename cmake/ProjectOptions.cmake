@@ -11,6 +11,7 @@ function(html5_video_compile_options target)
     target_compile_options(${target} PRIVATE
         ${html5_video_warnings}
         $<$<COMPILE_LANGUAGE:CXX>:${html5_video_cxx_warnings}>
+        $<$<CXX_COMPILER_ID:Clang>:-Wthread-safety>
         # Log lines name files relative to the repository, so builds are reproducible.
         -fmacro-prefix-map=${PROJECT_SOURCE_DIR}/=
         -ffile-prefix-map=${PROJECT_SOURCE_DIR}/=
@@ -28,6 +29,9 @@ function(html5_video_compile_options target)
         target_compile_options(${target} PRIVATE
             -fsanitize=${HTML5_VIDEO_SANITIZE} -fno-omit-frame-pointer -fno-sanitize-recover=all)
         target_link_options(${target} PRIVATE -fsanitize=${HTML5_VIDEO_SANITIZE} -Wl,-z,undefs)
+        if(HTML5_VIDEO_FUZZERS)
+            target_compile_options(${target} PRIVATE -fsanitize=fuzzer-no-link)
+        endif()
         if(HTML5_VIDEO_SANITIZE MATCHES "thread" AND CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
             # Fences are not modelled; every word they order is atomic, so no report is lost.
             target_compile_options(${target} PRIVATE -Wno-tsan)

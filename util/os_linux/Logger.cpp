@@ -113,7 +113,8 @@ char* AppendSuffix(char* to, const char* function, const char* file, int line)
 }
 
 // Formats into PrintBuffer; the length of what stands there.
-std::size_t FormatMessage(const char* format, va_list arguments)
+__attribute__((format(printf, 1, 0))) std::size_t FormatMessage(const char* format,
+                                                                va_list arguments)
 {
     const int wanted = std::vsnprintf(PrintBuffer, sizeof(PrintBuffer), format, arguments);
     return wanted < 0 ? 0 : std::min(static_cast<std::size_t>(wanted), sizeof(PrintBuffer) - 1);

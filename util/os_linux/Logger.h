@@ -88,7 +88,7 @@ public:
 
 private:
     void VPrint(int level, int raw, const char* function, const char* file, int line,
-                const char* format, va_list arguments);
+                const char* format, va_list arguments) __attribute__((format(printf, 7, 0)));
 
     static StaticLock sLock;
     static std::atomic<bool> sInitialized;

@@ -1,0 +1,54 @@
+// What the fuzz targets share.
+#ifndef FUZZ_SUPPORT_SUPPORT_H
+#define FUZZ_SUPPORT_SUPPORT_H
+
+#include <cstddef>
+#include <cstdint>
+#include <string>
+
+namespace fuzz {
+// Ends the process with the text when the condition does not hold: that is a finding.
+void Require(bool condition, const char* text);
+
+// Silences the log's outcome but not its work: lines are formatted and written to /dev/null.
+void QuietLog();
+
+// Takes an input apart from the front.
+class Input
+{
+public:
+    Input(const std::uint8_t* data, std::size_t size) : mData(data), mSize(size) {}
+
+    bool IsEmpty() const { return mSize == 0; }
+
+    // 0 at the end.
+    std::uint8_t TakeByte();
+    std::uint16_t TakeShort();
+
+    // At most that many bytes.
+    std::string TakeBytes(std::size_t length);
+    std::string TakeRest() { return TakeBytes(mSize); }
+
+private:
+    const std::uint8_t* mData;
+    std::size_t mSize;
+};
+
+// A frame's parts, least significant byte first and zero-padded.
+std::string Number(std::uint32_t value);
+std::string Text(const std::string& text);
+
+// Connects to a UNIX-domain socket; tries again while nobody listens, for at most 10 seconds.
+int Connect(const char* path);
+
+// Makes a listening UNIX-domain socket.
+int Listen(const char* path);
+
+// Sends all it can; a peer that is gone is no fault.
+void Send(int socket, const std::string& bytes);
+
+// Everything until the peer closes; a silence of 10 seconds is a finding.
+std::string ReceiveAll(int socket);
+}  // namespace fuzz
+
+#endif  // FUZZ_SUPPORT_SUPPORT_H

@@ -1,0 +1,111 @@
+// A channel fed arbitrary bytes on its accepted connection. The same bytes in one piece and in
+// small ones must be answered alike, and the next connection must be served.
+//
+// The input is a row of steps, so that whole frames with flaws come up often; a step is a frame, a
+// frame with another length word, or loose bytes.
+#include <sys/socket.h>
+#include <unistd.h>
+
+#include <string>
+
+#include "fuzz/support/support.h"
+#include "util/ipc/IPCParam.h"
+#include "util/ipc/IPCSocketChannel.h"
+
+namespace {
+IPCParam* Echo(IPCParam* request)
+{
+    IPCParam* const reply = new IPCParam;
+    for (int index = 0; index < request->GetCount(); ++index) {
+        reply->Add(request->GetArg(index)->mName, request->GetArg(index)->mLen);
+    }
+    return reply;
+}
+
+IPCParam* Nothing(IPCParam*)
+{
+    return nullptr;
+}
+
+class Server
+{
+public:
+    Server() : mChannel("fuzz", "./fuzz.send", "./fuzz.receive")
+    {
+        fuzz::QuietLog();
+        mChannel.Register("echo", Echo);
+        mChannel.Register("nothing", Nothing);
+    }
+
+    // What the channel answers to the bytes, sent in pieces of that size.
+    std::string Answer(const std::string& bytes, std::size_t piece)
+    {
+        while (mChannel.IsRunning()) {
+            usleep(50);
+        }
+        mChannel.Start();
+        const int connection = fuzz::Connect("./fuzz.receive");
+        for (std::size_t at = 0; at < bytes.size(); at += piece) {
+            fuzz::Send(connection, bytes.substr(at, piece));
+        }
+        shutdown(connection, SHUT_WR);
+        const std::string answer = fuzz::ReceiveAll(connection);
+        close(connection);
+        return answer;
+    }
+
+private:
+    IPCSocketChannel mChannel;
+};
+
+std::string MethodOf(std::uint8_t choice, fuzz::Input& input)
+{
+    switch (choice % 4) {
+        case 0:
+            return "echo";
+        case 1:
+            return "nothing";
+        case 2:
+            return input.TakeBytes(choice);
+        default:
+            return std::string(choice, 'm');
+    }
+}
+
+std::string StepOf(fuzz::Input& input)
+{
+    const std::uint8_t kind = input.TakeByte();
+    if (kind % 4 == 0) {
+        return input.TakeBytes(input.TakeByte());
+    }
+    std::string payload = std::string("\0\0\0G", 4) + fuzz::Text(MethodOf(kind / 4, input)) +
+                          input.TakeBytes(input.TakeByte());
+    if (kind % 4 == 1) {
+        payload = input.TakeBytes(input.TakeByte());
+    }
+    const std::uint32_t length =
+        kind % 4 == 2 ? input.TakeShort() * 0x10001u : static_cast<std::uint32_t>(payload.size());
+    return fuzz::Number(length) + payload;
+}
+}  // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
+{
+    static Server* const server = new Server;
+    fuzz::Input input(data, size);
+    const std::size_t piece = 1 + input.TakeByte() % 7;
+    std::string bytes;
+    while (!input.IsEmpty() && bytes.size() < 4096) {
+        bytes += StepOf(input);
+    }
+    const std::string whole = server->Answer(bytes, bytes.size() + 1);
+    if (bytes.size() < 200) {
+        fuzz::Require(server->Answer(bytes, piece) == whole, "pieces are answered otherwise");
+    }
+    const std::string call = fuzz::Number(20) + std::string("\0\0\0G", 4) + fuzz::Text("echo") +
+                             std::string("\0\0\0H\0\0\0\0", 8);
+    fuzz::Require(
+        server->Answer(call, call.size()) == fuzz::Number(8) + std::string("\0\0\0H\0\0\0\0", 8),
+        "the next connection is not served");
+    return 0;
+}

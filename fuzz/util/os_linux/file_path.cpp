@@ -1,0 +1,41 @@
+// Path splitting: results stay within the path, and the items joined again are the path.
+#include <string>
+
+#include "fuzz/support/support.h"
+#include "util/os_linux/FilePath.h"
+
+namespace {
+bool IsPart(const std::string& path, const char* part)
+{
+    return path.find(part) != std::string::npos;
+}
+
+std::string JoinItems(FilePath& path, int count)
+{
+    std::string joined;
+    for (int index = 0; index < count; ++index) {
+        joined += (index > 0 ? "/" : "") + std::string(path.GetItem(index));
+    }
+    return joined;
+}
+}  // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
+{
+    const std::string text(std::string(reinterpret_cast<const char*>(data), size).c_str());
+    FilePath path(text.c_str());
+    fuzz::Require(IsPart(text, path.GetLastItem()), "the last item is not in the path");
+    fuzz::Require(IsPart(text, path.GetLastDirectory()), "the directory is not in the path");
+    fuzz::Require(path.GuessDir() == (!text.empty() && text.back() == '/'), "directory guess");
+    if (text.size() > 255 || text.find('/') == std::string::npos) {
+        return 0;
+    }
+    const std::string relative = path.IsAbsolutePath() ? text.substr(1) : text;
+    int count = 1;
+    for (const char letter : relative) {
+        count += letter == '/' ? 1 : 0;
+    }
+    fuzz::Require(JoinItems(path, count) == relative, "the items are not the path");
+    fuzz::Require(*path.GetItem(count) == '\0' && *path.GetItem(-1) == '\0', "beyond the items");
+    return 0;
+}
