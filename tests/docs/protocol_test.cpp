@@ -68,6 +68,7 @@ std::string EncodedEveryType()
 
 TEST(Protocol, EveryBlockOfThePageIsWhatTheLibraryDoes)
 {
+    test::UsePrivateNetwork();
     auto blocks = BlocksOf(test::ReadFile(TEST_SOURCE_DIR "/docs/protocol.md"));
     const test::CapturedStderr log;
     html5_video_client_init();

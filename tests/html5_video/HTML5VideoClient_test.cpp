@@ -63,6 +63,8 @@ std::string Integers(const std::vector<int>& values)
 class HTML5VideoClientTest : public testing::Test
 {
 protected:
+    static void SetUpTestSuite() { test::UsePrivateNetwork(); }
+
     // The player's side: answers commands on a thread and records them.
     void ServeCommands()
     {

@@ -2,13 +2,17 @@
 
 #include <dirent.h>
 #include <fcntl.h>
+#include <net/if.h>
 #include <netinet/in.h>
+#include <sched.h>
+#include <sys/ioctl.h>
 #include <sys/socket.h>
 #include <unistd.h>
 
 #include <chrono>
 #include <cstdio>
 #include <cstdlib>
+#include <cstring>
 #include <fstream>
 #include <iterator>
 #include <thread>
@@ -62,6 +66,21 @@ int FreePort()
                        getsockname(descriptor, reinterpret_cast<sockaddr*>(&address), &length) == 0;
     close(descriptor);
     return bound ? ntohs(address.sin_port) : -1;
+}
+
+void UsePrivateNetwork()
+{
+    if (unshare(CLONE_NEWNET) != 0 && unshare(CLONE_NEWUSER | CLONE_NEWNET) != 0) {
+        return;
+    }
+    ifreq request = {};
+    std::strcpy(request.ifr_name, "lo");
+    request.ifr_flags = IFF_UP | IFF_RUNNING;
+    const int descriptor = socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, 0);
+    if (ioctl(descriptor, SIOCSIFFLAGS, &request) != 0) {
+        std::perror("loopback");
+    }
+    close(descriptor);
 }
 
 int CountDescriptors()

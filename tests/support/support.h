@@ -17,6 +17,10 @@ void WriteFile(const std::string& path, const std::string& text);
 // A TCP port on the loopback address that was free a moment ago.
 int FreePort();
 
+// Gives this process a loopback network of its own, so that fixed ports are free whatever else runs
+// on the machine. Where that is not permitted, nothing changes. Call it before any thread starts.
+void UsePrivateNetwork();
+
 // Open descriptors and threads of this process.
 int CountDescriptors();
 int CountThreads();

@@ -36,6 +36,16 @@ public:
         mBuffer[mCount++] = kept;
     }
 
+    // Makes room for that many elements in all, in the same steps of 32 slots, so that appending up
+    // to there copies nothing.
+    void Reserve(int elements)
+    {
+        if (elements > mCapacity) {
+            mCapacity = (elements + kStep - 1) / kStep * kStep;
+            mBuffer = Resize(mBuffer, mCapacity);
+        }
+    }
+
     // Removes every occurrence of the pointer; the others keep their order. An absent pointer is
     // no error.
     void Remove(P const& element)

@@ -257,6 +257,7 @@ int IPCParam::DecodeAll(Reader& reader)
         TAVI_WARNING("No Arguments in IPCParam");
         return 0;
     }
+    mArgs.Reserve(mArgs.Size() + static_cast<int>(count));
     for (std::size_t index = 0; index < count; ++index) {
         if (!DecodeArgument(types[index], reader)) {
             TAVI_ERROR("De-Serialize Failure Argument %d of %d Cut At %d", static_cast<int>(index),
