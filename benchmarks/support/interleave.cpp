@@ -1,0 +1,70 @@
+#include "benchmarks/support/interleave.h"
+
+#include <algorithm>
+#include <chrono>
+#include <cstdio>
+
+namespace bench {
+namespace {
+const double kSliceNanoseconds = 1e6;
+
+double Median(std::vector<double> values)
+{
+    const auto middle = values.begin() + static_cast<std::ptrdiff_t>(values.size() / 2);
+    std::nth_element(values.begin(), middle, values.end());
+    return *middle;
+}
+}  // namespace
+
+void Interleave::Run(int rounds)
+{
+    for (Case& timed : mCases) {
+        Calibrate(timed);
+    }
+    for (int round = 0; round < rounds; ++round) {
+        for (Case& timed : mCases) {
+            timed.times.push_back(Measure(timed) / static_cast<double>(timed.count));
+        }
+        std::reverse(mCases.begin(), mCases.end());
+    }
+    if (rounds % 2 != 0) {
+        std::reverse(mCases.begin(), mCases.end());
+    }
+    for (const Case& timed : mCases) {
+        Report(timed);
+    }
+}
+
+// Nanoseconds of one slice.
+double Interleave::Measure(const Case& timed)
+{
+    const auto start = std::chrono::steady_clock::now();
+    timed.run(timed.count);
+    return std::chrono::duration<double, std::nano>(std::chrono::steady_clock::now() - start)
+        .count();
+}
+
+// Doubles the operations of a slice until it lasts long enough for the clock.
+void Interleave::Calibrate(Case& timed)
+{
+    while (Measure(timed) < kSliceNanoseconds) {
+        timed.count *= 2;
+    }
+}
+
+void Interleave::Report(const Case& timed) const
+{
+    const Case& base = mCases.front();
+    std::vector<double> ratios;
+    for (std::size_t round = 0; round < timed.times.size(); ++round) {
+        ratios.push_back(base.times[round] / timed.times[round]);
+    }
+    const auto range = std::minmax_element(ratios.begin(), ratios.end());
+    std::printf(
+        "{\"topic\": \"%s\", \"case\": \"%s\", \"base\": \"%s\", \"ratio_median\": %.3f, "
+        "\"ratio_min\": %.3f, \"ratio_max\": %.3f, \"ns\": %.1f}\n",
+        mTopic.c_str(), timed.name.c_str(), base.name.c_str(), Median(ratios), *range.first,
+        *range.second, Median(timed.times));
+    std::fflush(stdout);
+}
+}  // namespace bench

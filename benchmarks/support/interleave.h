@@ -1,0 +1,67 @@
+// Timings as ratios measured in one process. The cases of a topic run in short slices, round by
+// round, in an order that turns around with each round, so that a machine which is busy or changes
+// its clock rate slows all of them alike. What is reported is the ratio within a round.
+#ifndef BENCHMARKS_SUPPORT_INTERLEAVE_H
+#define BENCHMARKS_SUPPORT_INTERLEAVE_H
+
+#include <cstddef>
+#include <functional>
+#include <string>
+#include <utility>
+#include <vector>
+
+namespace bench {
+// Makes the compiler believe that the value is used.
+template <typename T>
+void Keep(const T& value)
+{
+    asm volatile("" : : "r"(&value) : "memory");
+}
+
+class Interleave
+{
+public:
+    // The topic names what is measured in the output, such as "sha1/1KiB".
+    explicit Interleave(std::string topic) : mTopic(std::move(topic)) {}
+
+    // Adds a case; the first one added is the base. One call of the operation is one measured
+    // unit of work; its result is kept from being optimised away. The operation is copied.
+    template <typename Operation>
+    void Add(std::string name, Operation operation)
+    {
+        mCases.push_back({std::move(name),
+                          [operation](std::size_t count) {
+                              for (std::size_t i = 0; i < count; ++i) {
+                                  Keep(operation());
+                              }
+                          },
+                          1,
+                          {}});
+    }
+
+    // Measures every case in the given number of rounds and prints one JSON object a line on
+    // standard output: topic, case, base, ratio_median, ratio_min, ratio_max, ns. A ratio is the
+    // base's time divided by the case's time in the same round: above 1 the case is faster than
+    // the base. ns is the case's median time of one operation in nanoseconds. A reader takes the
+    // lines that begin with a brace, since what is measured may print too.
+    void Run(int rounds = 101);
+
+private:
+    struct Case
+    {
+        std::string name;
+        std::function<void(std::size_t count)> run;
+        std::size_t count;          // operations in one slice
+        std::vector<double> times;  // nanoseconds of one operation, by round
+    };
+
+    static double Measure(const Case& timed);
+    static void Calibrate(Case& timed);
+    void Report(const Case& timed) const;
+
+    const std::string mTopic;
+    std::vector<Case> mCases;
+};
+}  // namespace bench
+
+#endif  // BENCHMARKS_SUPPORT_INTERLEAVE_H
