@@ -271,8 +271,12 @@ void* Thread::ThreadMainHandler(void* argument)
 int Thread::IsProcessRunning(const char* command)
 {
     TAVI_INFO("");
-    const bool found = FindProcess(
-        command, [](const char* name) { TAVI_INFO("Unit = %s", name); }, [](const char*) {});
+    ProcessSearch search;
+    bool found = false;
+    while (!found && search.Next()) {
+        TAVI_INFO("Unit = %s", search.Name());
+        found = search.ReadCommandLine() && search.BeginsWith(command);
+    }
     TAVI_INFO("");
     return found ? 1 : 0;
 }
