@@ -138,9 +138,14 @@ int FSUtil::Sort(const dirent** a, const dirent** b)
 int FSUtil::IsProcessRunning(const char* command)
 {
     TAVI_INFO("");
-    const bool found = FindProcess(
-        command, [](const char*) {},
-        [command](const char* line) { TAVI_INFO("%s %s", line, command); });
+    ProcessSearch search;
+    bool found = false;
+    while (!found && search.Next()) {
+        if (search.ReadCommandLine()) {
+            TAVI_INFO("%s %s", search.CommandLine(), command);
+            found = search.BeginsWith(command);
+        }
+    }
     TAVI_INFO("");
     return found ? 1 : 0;
 }

@@ -26,16 +26,6 @@ int KeepAboveStandard(int descriptor)
     errno = reason;
     return moved;
 }
-
-template <typename Call>
-auto RestartInterrupted(Call call)
-{
-    auto result = call();
-    while (result < 0 && errno == EINTR) {
-        result = call();
-    }
-    return result;
-}
 }  // namespace
 
 int OpenDescriptor(const char* path, int flags, mode_t mode)

@@ -6,7 +6,19 @@
 #include <sys/socket.h>
 #include <sys/types.h>
 
+#include <cerrno>
 #include <cstddef>
+
+// Calls again as long as a signal interrupts; the result of the last call.
+template <typename Call>
+auto RestartInterrupted(Call call)
+{
+    auto result = call();
+    while (result < 0 && errno == EINTR) {
+        result = call();
+    }
+    return result;
+}
 
 // Each returns a descriptor of 3 or more that the caller closes, or -1 with errno set.
 int OpenDescriptor(const char* path, int flags, mode_t mode = 0);

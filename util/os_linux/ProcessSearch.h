@@ -1,4 +1,4 @@
-// Internal. The search for a running process that Thread and FSUtil share; they differ in what
+// Internal. The walk over the running processes that Thread and FSUtil share; they differ in what
 // they log on the way.
 #ifndef UTIL_OS_LINUX_PROCESSSEARCH_H
 #define UTIL_OS_LINUX_PROCESSSEARCH_H
@@ -7,58 +7,64 @@
 #include <cstdlib>
 #include <cstring>
 
+#include "util/os_linux/CancelGuard.h"
 #include "util/os_linux/FSUtil.h"
 
-// The first 256 bytes of a process's command line, NUL-terminated.
-struct CommandLine
+// Steps through the items of /proc, those that are no processes included.
+class ProcessSearch
 {
-    char mText[257];
-    std::size_t mLength;
-};
+public:
+    ProcessSearch() { FSUtil::ScanDir("/proc", mEntries, nullptr); }
+    ProcessSearch(const ProcessSearch&) = delete;
+    ProcessSearch& operator=(const ProcessSearch&) = delete;
 
-// Reads "/proc/ID/cmdline"; false when it cannot be opened (the process may have ended).
-inline bool ReadCommandLine(const char* id, CommandLine& line)
-{
-    char path[300];
-    std::snprintf(path, sizeof(path), "/proc/%s/cmdline", id);
-    FILE* const file = std::fopen(path, "re");
-    if (file == nullptr) {
-        return false;
-    }
-    line.mLength = std::fread(line.mText, 1, sizeof(line.mText) - 1, file);
-    line.mText[line.mLength] = '\0';
-    std::fclose(file);
-    return true;
-}
-
-inline bool IsProcessId(const char* name)
-{
-    return *name != '\0' && name[std::strspn(name, "0123456789")] == '\0';
-}
-
-// Calls onEntry(name) for each item of /proc and onLine(text) for each command line read, until a
-// command line begins with the command.
-template <typename OnEntry, typename OnLine>
-bool FindProcess(const char* command, OnEntry onEntry, OnLine onLine)
-{
-    const std::size_t length = std::strlen(command);
-    tavi::Vector<FileCompareUnit*> entries;
-    FSUtil::ScanDir("/proc", entries, nullptr);
-    bool found = false;
-    for (int index = 0; index < entries.Size(); ++index) {
-        FileCompareUnit* const entry = entries.At(index);
-        CommandLine line;
-        if (!found) {
-            onEntry(entry->mName);
-            if (IsProcessId(entry->mName) && ReadCommandLine(entry->mName, line)) {
-                onLine(line.mText);
-                found = length <= line.mLength && std::memcmp(line.mText, command, length) == 0;
-            }
+    ~ProcessSearch()
+    {
+        for (int index = 0; index < mEntries.Size(); ++index) {
+            std::free(mEntries.At(index)->mName);
+            std::free(mEntries.At(index));
         }
-        std::free(entry->mName);
-        std::free(entry);
     }
-    return found;
-}
+
+    // Steps to the next item; false after the last one.
+    bool Next() { return ++mIndex < mEntries.Size(); }
+
+    const char* Name() { return mEntries.At(mIndex)->mName; }
+
+    // Reads the first 256 bytes of the item's command line; false when it is no process or has
+    // ended.
+    bool ReadCommandLine()
+    {
+        if (*Name() == '\0' || Name()[std::strspn(Name(), "0123456789")] != '\0') {
+            return false;
+        }
+        char path[300];
+        std::snprintf(path, sizeof(path), "/proc/%s/cmdline", Name());
+        FILE* const file = std::fopen(path, "re");
+        if (file == nullptr) {
+            return false;
+        }
+        mLength = std::fread(mText, 1, sizeof(mText) - 1, file);
+        mText[mLength] = '\0';
+        std::fclose(file);
+        return true;
+    }
+
+    // The command line read, up to its first NUL.
+    const char* CommandLine() const { return mText; }
+
+    bool BeginsWith(const char* command) const
+    {
+        const std::size_t length = std::strlen(command);
+        return length <= mLength && std::memcmp(mText, command, length) == 0;
+    }
+
+private:
+    const CancelGuard mGuard;  // a cancel in the middle would leave a file open
+    tavi::Vector<FileCompareUnit*> mEntries;
+    int mIndex = -1;
+    std::size_t mLength = 0;
+    char mText[257] = {};
+};
 
 #endif  // UTIL_OS_LINUX_PROCESSSEARCH_H

@@ -11,6 +11,7 @@
 #include "util/os_linux/FixedText.h"
 #include "util/os_linux/ModuleLog.h"
 #include "util/os_linux/ProcessSearch.h"
+#include "util/os_linux/Sleep.h"
 #include "util/os_linux/ThreadList.h"
 
 static Logger* const _logger = Logger::GetLogger(1);
@@ -40,7 +41,8 @@ Thread::Thread(const char* name, Entry entry, bool detached, int priority)
       mResult(nullptr),
       mStatus(kNotStarted),
       mDetached(detached),
-      mJoinable(false)
+      mJoinable(false),
+      mEntering(false)
 {
     CopyName(mName, name);
     ThreadList::GetInstance()->AddThread(this);
@@ -57,7 +59,8 @@ Thread::Thread(const char* name, unsigned long handle)
       mResult(nullptr),
       mStatus(kRunning),
       mDetached(false),
-      mJoinable(true)
+      mJoinable(true),
+      mEntering(false)
 {
     CopyName(mName, name);
     ThreadList::GetInstance()->AddThread(this);
@@ -67,6 +70,9 @@ Thread::~Thread()
 {
     const CancelGuard guard;
     TAVI_INFO("Deleting Thread : %s", mName);
+    while (mEntering) {  // a thread just started still reads its object
+        MSleep(1);
+    }
     ThreadList::GetInstance()->RemoveThread(this);
     delete mMutex;
 }
@@ -83,9 +89,11 @@ int Thread::Start(void* argument)
     mArgument = argument;
     mStatus = kNotStarted;
     mJoinable = true;
+    mEntering = true;
     pthread_t handle = 0;
     if (pthread_create(&handle, nullptr, ThreadMainHandler, this) != 0) {
         mJoinable = false;
+        mEntering = false;
         return -1;
     }
     mHandle = handle;
@@ -194,7 +202,7 @@ void Thread::Exit()
         TAVI_WARNING("Can not Exit pthread - not current thread.. %s", mName);
         return;
     }
-    SetStatus(kExited);
+    LeaveRunning(this);
     pthread_exit(nullptr);
 }
 
@@ -229,15 +237,19 @@ bool Thread::IsCurrentThread(const Thread* thread)
     return thread != nullptr && pthread_equal(thread->mHandle, pthread_self()) != 0;
 }
 
-void Thread::EnterRunning()
+Thread::Body Thread::EnterRunning()
 {
     const CancelGuard guard;
     {
+        const StaticLockHold started(mStartLock);  // Start has stored the handle
+    }
+    {
         const MutexHold hold(*mMutex);
-        mHandle = GetSelf();  // Start may not have stored it yet
         mTid = GetTid();
         TAVI_INFO("[THREAD STARTING] Start PID = %d, NAME = %s", mTid.load(), mName);
-        SetStatus(kRunning);
+        if (mStatus != kKilled) {
+            SetStatus(kRunning);
+        }
     }
     if (mDetached) {
         Detach();
@@ -245,23 +257,27 @@ void Thread::EnterRunning()
     if (mPriority > 0) {
         SetPriorityImpl();
     }
+    const Body body = {mEntry, mArgument};
+    mEntering = false;  // from here on the object may go
+    return body;
 }
 
 void Thread::LeaveRunning(Thread* thread)
 {
+    const CancelGuard guard;
     const MutexHold hold(*thread->mMutex);
-    thread->SetStatus(kExited);
-    if (!thread->mJoinable) {
-        thread->mHandle = 0;  // soon another thread's
+    if (thread->mStatus == kDetached) {
+        thread->mHandle = 0;  // soon another thread's; a Join waits on it otherwise
     }
+    thread->SetStatus(kExited);
 }
 
 void* Thread::ThreadMainHandler(void* argument)
 {
     Thread* const thread = static_cast<Thread*>(argument);
-    thread->EnterRunning();
-    if (thread->mEntry != nullptr) {
-        thread->mEntry(thread->mArgument);
+    const Body body = thread->EnterRunning();
+    if (body.entry != nullptr) {
+        body.entry(body.argument);
     }
     // A detached thread may have outlived its object.
     ThreadList::GetInstance()->WithThread(thread, GetSelf(), LeaveRunning);
@@ -271,8 +287,12 @@ void* Thread::ThreadMainHandler(void* argument)
 int Thread::IsProcessRunning(const char* command)
 {
     TAVI_INFO("");
-    const bool found = FindProcess(
-        command, [](const char* name) { TAVI_INFO("Unit = %s", name); }, [](const char*) {});
+    ProcessSearch search;
+    bool found = false;
+    while (!found && search.Next()) {
+        TAVI_INFO("Unit = %s", search.Name());
+        found = search.ReadCommandLine() && search.BeginsWith(command);
+    }
     TAVI_INFO("");
     return found ? 1 : 0;
 }

@@ -2,7 +2,8 @@
 //
 // Operations may be called from any thread unless said otherwise. Every status change and every
 // refused operation is logged. Deleting the object neither stops nor joins the thread: join or
-// detach it first; a detached thread may outlive its object.
+// detach it first; a detached thread may outlive its object, even one deleted right after Start or
+// by the thread's own entry.
 #ifndef UTIL_OS_LINUX_THREAD_H
 #define UTIL_OS_LINUX_THREAD_H
 
@@ -99,7 +100,14 @@ private:
     // Threads made by pthread_create stay joinable until joined or detached, exited ones too.
     bool TakeJoinable() { return mJoinable.exchange(false); }
 
-    void EnterRunning();
+    // What the started thread runs once it no longer needs the object.
+    struct Body
+    {
+        Entry entry;
+        void* argument;
+    };
+
+    Body EnterRunning();
     static void LeaveRunning(Thread* thread);
 
     const Entry mEntry;
@@ -113,7 +121,8 @@ private:
     std::atomic<int> mStatus;
     const bool mDetached;
     std::atomic<bool> mJoinable;
-    StaticLock mStartLock;  // one Start at a time
+    std::atomic<bool> mEntering;  // from Start until the new thread has read the object
+    StaticLock mStartLock;        // one Start at a time; the new thread waits for its end
 };
 
 #endif  // UTIL_OS_LINUX_THREAD_H

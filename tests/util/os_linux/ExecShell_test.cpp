@@ -1,0 +1,252 @@
+#include "util/os_linux/ExecShell.h"
+
+#include <fcntl.h>
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <linux/filter.h>
+#include <linux/seccomp.h>
+#include <pthread.h>
+#include <signal.h>
+#include <sys/prctl.h>
+#include <sys/syscall.h>
+#include <sys/time.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <atomic>
+#include <cerrno>
+#include <chrono>
+#include <cstddef>
+#include <sstream>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "tests/support/support.h"
+#include "util/os_linux/Logger.h"
+
+namespace {
+using testing::HasSubstr;
+using testing::Not;
+
+class ExecShellTest : public testing::Test
+{
+protected:
+    ExecShellTest() { Logger::ChangeMode(1); }
+
+    // Whether all children have been collected.
+    static bool NoChildIsLeft() { return waitpid(-1, nullptr, WNOHANG) == -1 && errno == ECHILD; }
+
+    test::CapturedStderr mLog;
+    ExecShell mShell;
+};
+
+std::vector<std::string> Split(const std::string& text, char separator)
+{
+    std::vector<std::string> parts;
+    std::istringstream stream(text);
+    for (std::string part; std::getline(stream, part, separator);) {
+        parts.push_back(part);
+    }
+    return parts;
+}
+
+TEST_F(ExecShellTest, ChildrenGetTheFixedEnvironmentEntryByEntry)
+{
+    setenv("OF_THE_CALLER", "1", 1);
+    std::vector<std::string> expected =
+        Split(test::ReadFile(TEST_DATA_DIR "/shell_environment.txt"), '\n');
+    ASSERT_EQ(expected.size(), 59U);
+    // What the shell itself was given: it would hand a tidied environment to its children.
+    mShell.Exec("cat /proc/$$/environ > ./exec; :");
+    mShell.Wait(-1);
+    EXPECT_EQ(Split(test::ReadFile("./exec"), '\0'), expected);
+
+    mShell.ExecWait("cat /proc/$$/environ > ./wait; :");
+    expected[13] += ":/data/wlan:./";
+    EXPECT_EQ(Split(test::ReadFile("./wait"), '\0'), expected);
+}
+
+TEST_F(ExecShellTest, ExecDoesNotWaitAndLeavesTheChildToItsHost)
+{
+    ASSERT_EQ(mkfifo("./gate", 0600), 0);
+    mShell.Exec("cat ./gate; exit 5");
+    test::WriteFile("./gate", "");  // waits for the child, which waits for it
+    siginfo_t child = {};
+    ASSERT_EQ(waitid(P_ALL, 0, &child, WEXITED | WNOWAIT), 0);
+    EXPECT_EQ(child.si_status, 5);
+    mShell.Wait(child.si_pid);
+    EXPECT_TRUE(NoChildIsLeft());
+    const std::string id = std::to_string(child.si_pid);
+    EXPECT_THAT(mLog.Text(),
+                HasSubstr("]: Exit PID: " + id + ", Child PID : " + id + "\n -> Wait"));
+    EXPECT_THAT(mLog.Text(), HasSubstr("]: Child PID... -> "));
+    EXPECT_THAT(mLog.Text(), Not(HasSubstr("Invoke")));
+    const std::string before = mLog.Text();
+    mShell.Wait(child.si_pid);
+    EXPECT_EQ(mLog.Text(), before) << "nothing to wait for";
+}
+
+TEST_F(ExecShellTest, ExecWaitWaitsThroughSignals)
+{
+    struct sigaction action = {};
+    action.sa_handler = [](int) {};  // without SA_RESTART
+    sigaction(SIGALRM, &action, nullptr);
+    const itimerval every10ms = {{0, 10000}, {0, 10000}};
+    const itimerval never = {};
+    setitimer(ITIMER_REAL, &every10ms, nullptr);
+    mShell.ExecWait("sleep 0.3; pwd > ./done");
+    setitimer(ITIMER_REAL, &never, nullptr);
+    EXPECT_NE(test::ReadFile("./done"), "");
+    EXPECT_TRUE(NoChildIsLeft());
+    EXPECT_THAT(mLog.Text(), HasSubstr("]: Invoke sleep 0.3; pwd > ./done : PID Parent= " +
+                                       std::to_string(getpid()) + ", Child = "));
+}
+
+TEST_F(ExecShellTest, ACommandThatDoesNotFitIsRefusedWhole)
+{
+    const auto padded = [](const std::string& command, std::size_t length) {
+        return command + " #" + std::string(length - command.size() - 2, 'x');
+    };
+    mShell.ExecWait(padded(": > ./a", 255).c_str());
+    EXPECT_EQ(access("./a", F_OK), 0);
+    EXPECT_THAT(mLog.Text(), Not(HasSubstr("ERROR")));
+    mShell.ExecWait(padded(": > ./b", 256).c_str());
+    mShell.Exec(padded(": > ./c", 5000).c_str());
+    EXPECT_THAT(mLog.Text(), HasSubstr("Command refused: 256 characters, at most 255 fit"));
+    mShell.Exec(nullptr);
+    mShell.ExecWait(nullptr);
+    mShell.System(nullptr);
+    mShell.ExternalExec(nullptr);
+    mShell.ExternalExecWait(nullptr);
+    EXPECT_EQ(test::Count(mLog.Text(), "Command refused: there is none"), 5);
+    EXPECT_TRUE(NoChildIsLeft());
+    EXPECT_NE(access("./b", F_OK), 0);
+    EXPECT_NE(access("./c", F_OK), 0);
+    mShell.ExecWait("");  // a shell with nothing to do
+    EXPECT_TRUE(NoChildIsLeft());
+}
+
+TEST_F(ExecShellTest, ChildrenInheritNoDescriptorOfTheLibrary)
+{
+    char line[] = "outpath=./inherited.log";
+    Logger::GetLogger(0)->ParseConfig(line);
+    Logger::ChangeMode(2);
+    mShell.ExecWait("ls -l /proc/$$/fd > ./fds; :");
+    EXPECT_THAT(test::ReadFile("./fds"), HasSubstr(" 0 -> "));
+    EXPECT_THAT(test::ReadFile("./fds"), Not(HasSubstr("inherited.log")));
+    EXPECT_THAT(test::ReadFile("./inherited.log"), HasSubstr("Child PID..."));
+}
+
+TEST_F(ExecShellTest, AForkMeetsALockedLogWithoutHangingTheChild)
+{
+    std::atomic<bool> stop{false};
+    std::thread holder([&] {
+        while (!stop) {
+            Logger::Lock();
+            std::this_thread::sleep_for(std::chrono::milliseconds(2));
+            Logger::Unlock();
+            std::this_thread::sleep_for(std::chrono::microseconds(100));
+        }
+    });
+    for (int count = 0; count < 20; ++count) {
+        mShell.ExecWait(":");
+    }
+    stop = true;
+    holder.join();
+    EXPECT_EQ(test::Count(mLog.Text(), "Child PID..."), 20);
+    EXPECT_TRUE(NoChildIsLeft());
+}
+
+TEST_F(ExecShellTest, AThousandChildrenOfManyThreadsAllEnd)
+{
+    constexpr int kThreads = 8;
+    constexpr int kCommands = 125;
+    std::atomic<bool> stop{false};
+    std::vector<std::thread> writers;
+    for (int id = 0; id < 2; ++id) {
+        writers.emplace_back([&] {
+            while (!stop) {
+                Logger_Print(3, Logger::kInfo, 0, "Writer", "f", 1, "traffic");
+                std::this_thread::sleep_for(std::chrono::microseconds(50));
+            }
+        });
+    }
+    std::vector<std::thread> callers;
+    for (int id = 0; id < kThreads; ++id) {
+        callers.emplace_back([this] {
+            for (int count = 0; count < kCommands; ++count) {
+                mShell.ExecWait("echo >> ./done");
+            }
+        });
+    }
+    for (std::thread& caller : callers) {
+        caller.join();
+    }
+    stop = true;
+    for (std::thread& writer : writers) {
+        writer.join();
+    }
+    EXPECT_EQ(test::ReadFile("./done"), std::string(kThreads * kCommands, '\n'));
+    EXPECT_TRUE(NoChildIsLeft());
+    const std::string log = mLog.Text();
+    EXPECT_EQ(test::Count(log, "Child PID... -> "), kThreads * kCommands);
+    EXPECT_EQ(test::Count(log, "Exit PID: "), kThreads * kCommands);
+}
+
+// Makes every further fork of this process fail with EAGAIN.
+void ForbidForks()
+{
+    sock_filter filter[] = {
+        BPF_STMT(BPF_LD | BPF_W | BPF_ABS, offsetof(seccomp_data, nr)),
+        BPF_JUMP(BPF_JMP | BPF_JEQ | BPF_K, SYS_clone, 0, 1),
+        BPF_STMT(BPF_RET | BPF_K, SECCOMP_RET_ERRNO | EAGAIN),
+        BPF_STMT(BPF_RET | BPF_K, SECCOMP_RET_ALLOW),
+    };
+    const sock_fprog program = {4, filter};
+    prctl(PR_SET_NO_NEW_PRIVS, 1, 0, 0, 0);
+    prctl(PR_SET_SECCOMP, SECCOMP_MODE_FILTER, &program);
+}
+
+TEST_F(ExecShellTest, AFailedForkIsLoggedAndWaitsForNobody)
+{
+    const auto run = [this] {
+        const pid_t other = fork();  // a child that a wait for any would collect
+        if (other == 0) {
+            _exit(7);
+        }
+        ForbidForks();
+        mShell.ExecWait("anything");
+        mShell.Exec("anything");
+        int status = 0;
+        const bool kept = waitpid(other, &status, 0) == other && WEXITSTATUS(status) == 7;
+        _exit(kept ? 0 : 1);
+    };
+    Logger::ChangeMode(1);
+    EXPECT_EXIT(run(), testing::ExitedWithCode(0), "Fork failed with 11 for anything");
+}
+
+TEST_F(ExecShellTest, AChildWithoutAShellEndsWith127)
+{
+    if (geteuid() != 0) {
+        GTEST_SKIP() << "only root can take the shell away";
+    }
+    const auto run = [this] {
+        if (chroot(".") != 0) {
+            _exit(1);
+        }
+        mShell.Exec("anything");
+        int status = 0;
+        wait(&status);
+        _exit(WIFEXITED(status) ? WEXITSTATUS(status) : 2);
+    };
+    EXPECT_EXIT(run(), testing::ExitedWithCode(127), "");
+}
+
+TEST_F(ExecShellTest, SystemKeepsTheCallersEnvironment)
+{
+    setenv("OF_THE_CALLER", "value", 1);
+    mShell.System(("echo $OF_THE_CALLER > ./done #" + std::string(3000, 'x')).c_str());
+    EXPECT_EQ(test::ReadFile("./done"), "value\n");
+}
+}  // namespace

@@ -1,0 +1,224 @@
+#include "util/os_linux/FSUtil.h"
+
+#include <fcntl.h>
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <signal.h>
+#include <sys/socket.h>
+#include <sys/stat.h>
+#include <sys/statvfs.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <clocale>
+#include <cstdlib>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "tests/support/support.h"
+#include "util/os_linux/FSDefaultCompare.h"
+#include "util/os_linux/FileDescriptor.h"
+#include "util/os_linux/Logger.h"
+#include "util/os_linux/Thread.h"
+
+namespace {
+using testing::ElementsAre;
+using testing::EndsWith;
+using testing::HasSubstr;
+
+class FSUtilTest : public testing::Test
+{
+protected:
+    FSUtilTest() { Logger::ChangeMode(1); }
+
+    // Names in the order of the scan, directories with a slash.
+    static std::vector<std::string> Scan(const char* path, FileCompare* compare = nullptr)
+    {
+        tavi::Vector<FileCompareUnit*> entries;
+        EXPECT_EQ(FSUtil::ScanDir(path, entries, compare), 0);
+        std::vector<std::string> names;
+        for (int index = 0; index < entries.Size(); ++index) {
+            FileCompareUnit* const entry = entries.At(index);
+            EXPECT_TRUE(entry->mDirectory == 0 || entry->mDirectory == 1);
+            names.push_back(std::string(entry->mName) + (entry->mDirectory != 0 ? "/" : ""));
+            std::free(entry->mName);
+            std::free(entry);
+        }
+        return names;
+    }
+
+    test::CapturedStderr mLog;
+};
+
+TEST_F(FSUtilTest, MakesDirectories)
+{
+    const mode_t mask = umask(022);
+    EXPECT_EQ(FSUtil::Mkdir("./d"), 0);
+    umask(mask);
+    struct stat node = {};
+    ASSERT_EQ(stat("./d", &node), 0);
+    EXPECT_EQ(node.st_mode & 07777U, 0755U);
+    EXPECT_EQ(FSUtil::Mkdir("./d"), -1);
+    EXPECT_EQ(errno, EEXIST);
+    EXPECT_EQ(FSUtil::Mkdir("./absent/d"), -1);
+}
+
+TEST_F(FSUtilTest, TellsDirectoriesFromOtherNodes)
+{
+    FSUtil::Mkdir("./d");
+    test::WriteFile("./f", "");
+    chmod("./f", 0644);
+    ASSERT_EQ(symlink("d", "./link"), 0);
+    EXPECT_TRUE(FSUtil::IsDirectory("./d"));
+    EXPECT_EQ(mLog.Text(), "");
+    EXPECT_FALSE(FSUtil::IsDirectory("./f"));
+    EXPECT_THAT(mLog.Text(), HasSubstr("Not Directory ./f 33188 -> "));
+    EXPECT_FALSE(FSUtil::IsDirectory("./link")) << "links are not followed";
+    EXPECT_FALSE(FSUtil::IsDirectory("./absent"));
+    EXPECT_THAT(mLog.Text(), HasSubstr("Invalid Node ./absent -> "));
+}
+
+TEST_F(FSUtilTest, ReadsTheSizesOfAFileSystem)
+{
+    EXPECT_TRUE(FSUtil::StatFS("/", nullptr));
+    EXPECT_EQ(mLog.Text(), "") << "no figures are logged when none are asked for";
+    FSStat figures = {-1, -1};
+    EXPECT_FALSE(FSUtil::StatFS("./absent", &figures));
+    EXPECT_EQ(figures.mTotalSize, -1);
+    EXPECT_THAT(mLog.Text(), HasSubstr("Invalid Node ./absent -> "));
+
+    struct statvfs expected = {};
+    ASSERT_EQ(statvfs("/proc/self", &expected), 0);
+    ASSERT_TRUE(FSUtil::StatFS("/proc/self", &figures));
+    EXPECT_EQ(figures.mTotalSize, 0);
+    ASSERT_EQ(statvfs("/", &expected), 0);
+    ASSERT_TRUE(FSUtil::StatFS("/", &figures));
+    EXPECT_EQ(figures.mTotalSize, static_cast<std::int64_t>(expected.f_bsize) *
+                                      static_cast<std::int64_t>(expected.f_blocks));
+    EXPECT_LE(figures.mFreeSize, figures.mTotalSize);
+    EXPECT_THAT(mLog.Text(), HasSubstr(" (" + std::to_string(figures.mTotalSize) + " " +
+                                       std::to_string(figures.mFreeSize) + "/" +
+                                       std::to_string(figures.mTotalSize / 1048576) + " " +
+                                       std::to_string(figures.mFreeSize / 1048576) + ") -> "));
+}
+
+TEST_F(FSUtilTest, ScansDirectoriesFirstAndThenByName)
+{
+    FSUtil::Mkdir("./d");
+    EXPECT_THAT(Scan("./d"), ElementsAre("../"));
+    for (const char* file : {"b", "a", "B", ".hidden"}) {
+        test::WriteFile(std::string("./d/") + file, "");
+    }
+    FSUtil::Mkdir("./d/z");
+    ASSERT_EQ(symlink("z", "./d/link"), 0);
+    ASSERT_EQ(symlink("nowhere", "./d/dangling"), 0);
+    ASSERT_EQ(mkfifo("./d/pipe", 0600), 0);
+    // A link to a directory sorts as one but is not flagged; what cannot be examined is no
+    // directory.
+    EXPECT_THAT(Scan("./d"),
+                ElementsAre("../", "link", "z/", ".hidden", "B", "a", "b", "dangling", "pipe"));
+    FileCompare byName;
+    EXPECT_THAT(Scan("./d", &byName),
+                ElementsAre("../", ".hidden", "B", "a", "b", "dangling", "link", "pipe", "z/"));
+    struct Backward : FileCompare
+    {
+        int Compare(FileCompareUnit& a, FileCompareUnit& b) override
+        {
+            return FileCompare::Compare(b, a);
+        }
+    } backward;
+    EXPECT_EQ(Scan("./d", &backward).front(), "z/");
+}
+
+TEST_F(FSUtilTest, AnUnreadableDirectoryLeavesTheVectorAsItWas)
+{
+    tavi::Vector<FileCompareUnit*> entries;
+    const std::string tooLong = "./" + std::string(5000, 'p');
+    for (const char* path : {"./absent", "", "/dev/null", tooLong.c_str()}) {
+        EXPECT_EQ(FSUtil::ScanDir(path, entries, nullptr), -1);
+    }
+    EXPECT_EQ(entries.Size(), 0);
+    EXPECT_THAT(mLog.Text(), HasSubstr("[[LOG-ERROR]]:\033[0;0m scandir failed at ./absent -> "));
+}
+
+TEST_F(FSUtilTest, APathBeyondTheBufferCountsAsNoDirectory)
+{
+    FSUtil::Mkdir("./d");
+    FSUtil::Mkdir("./d/sub");
+    std::string path = "./d";
+    while (path.size() < 2044) {  // with "/sub" beyond 2047 characters, without "/." exactly there
+        path += "/.";
+    }
+    EXPECT_THAT(Scan(path.c_str()), testing::Contains("sub"));
+    EXPECT_THAT(Scan(path.substr(0, path.size() - 2).c_str()), testing::Contains("sub/"));
+}
+
+TEST_F(FSUtilTest, ScansFromManyThreads)
+{
+    Logger::ChangeMode(0);
+    FSUtil::Mkdir("./d");
+    FSUtil::Mkdir("./e");
+    test::WriteFile("./e/file", "");
+    std::vector<std::thread> threads;
+    for (int id = 0; id < 4; ++id) {
+        threads.emplace_back([id] {
+            for (int round = 0; round < 20; ++round) {
+                EXPECT_EQ(Scan(id % 2 == 0 ? "./d" : "./e").size(), id % 2 == 0 ? 1U : 2U);
+            }
+        });
+    }
+    for (std::thread& thread : threads) {
+        thread.join();
+    }
+}
+
+TEST_F(FSUtilTest, FindsAProcessByTheStartOfItsCommandLine)
+{
+    const std::string program = "/tmp/not-a-real-program-" + std::to_string(getpid());
+    const pid_t child = fork();
+    if (child == 0) {
+        execl("/bin/sleep", program.c_str(), "100", nullptr);
+        _exit(127);
+    }
+    const std::string commandLine = "/proc/" + std::to_string(child) + "/cmdline";
+    ASSERT_TRUE(test::WaitUntil([&] { return test::ReadFile(commandLine).find("100") < 300; }));
+    for (const auto isRunning : {FSUtil::IsProcessRunning, Thread::IsProcessRunning}) {
+        EXPECT_EQ(isRunning(program.c_str()), 1);
+        EXPECT_EQ(isRunning(program.substr(0, 20).c_str()), 1);
+        EXPECT_EQ(isRunning((program + "x").c_str()), 0);
+        EXPECT_EQ(isRunning((program + " 100").c_str()), 0) << "arguments are parted by NUL";
+        EXPECT_EQ(isRunning(std::string(300, '/').c_str()), 0) << "longer than what is read";
+    }
+    const std::string log = mLog.Text();
+    for (const std::string& message :
+         {program + " " + program, std::string("Unit = self"), std::string()}) {
+        EXPECT_GT(test::Count(log, "]: " + message + " -> IsProcessRunning in (/"), 0) << message;
+    }
+    kill(child, SIGKILL);
+    waitpid(child, nullptr, 0);
+    EXPECT_EQ(FSUtil::IsProcessRunning(program.c_str()), 0);
+}
+
+TEST(FileDescriptor, StaysAboveTheStandardStreamsAndIsClosedOnExec)
+{
+    const int output = fcntl(STDOUT_FILENO, F_DUPFD_CLOEXEC, 10);
+    const int errors = fcntl(STDERR_FILENO, F_DUPFD_CLOEXEC, 10);
+    close(STDIN_FILENO);
+    close(STDOUT_FILENO);
+    close(STDERR_FILENO);
+    const int opened[] = {OpenDescriptor("/dev/null", O_RDONLY),
+                          OpenSocket(AF_INET, SOCK_STREAM, 0),
+                          OpenDescriptor("./absent", O_RDONLY)};
+    dup2(output, STDOUT_FILENO);
+    dup2(errors, STDERR_FILENO);
+    for (int descriptor : {opened[0], opened[1]}) {
+        EXPECT_GE(descriptor, 3);
+        EXPECT_EQ(fcntl(descriptor, F_GETFD), FD_CLOEXEC);
+        close(descriptor);
+    }
+    EXPECT_EQ(opened[2], -1);
+    EXPECT_EQ(fcntl(STDIN_FILENO, F_GETFD), -1) << "nothing was left behind";
+}
+}  // namespace

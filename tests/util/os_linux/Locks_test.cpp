@@ -1,0 +1,203 @@
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <pthread.h>
+#include <signal.h>
+
+#include <algorithm>
+#include <atomic>
+#include <cerrno>
+#include <chrono>
+#include <ctime>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "tests/support/support.h"
+#include "util/os_linux/CondVar.h"
+#include "util/os_linux/Logger.h"
+#include "util/os_linux/Mutex.h"
+#include "util/os_linux/Sleep.h"
+
+namespace {
+using std::chrono::milliseconds;
+using testing::HasSubstr;
+using testing::Not;
+
+template <typename Action>
+milliseconds Timed(Action action)
+{
+    const auto start = std::chrono::steady_clock::now();
+    action();
+    return std::chrono::duration_cast<milliseconds>(std::chrono::steady_clock::now() - start);
+}
+
+TEST(Mutex, NamesAreCopiedAndCut)
+{
+    EXPECT_STREQ(Mutex(nullptr).GetName(), "Undefined");
+    EXPECT_STREQ(Mutex("").GetName(), "");
+    for (std::size_t length : {30U, 31U, 32U, 40U, 5000U}) {
+        const std::string name(length, 'n');
+        EXPECT_EQ(Mutex(name.c_str()).GetName(), name.substr(0, 31));
+    }
+}
+
+TEST(Mutex, TrylockReportsBusyToAnyThread)
+{
+    Mutex mutex("m");
+    ASSERT_EQ(mutex.Trylock(), 0);
+    EXPECT_EQ(mutex.Trylock(), -1) << "held by this very thread";
+    std::thread([&] { EXPECT_EQ(mutex.Trylock(), -1); }).join();
+    EXPECT_EQ(mutex.Unlock(), 0);
+    EXPECT_EQ(mutex.Lock(), 0);
+    EXPECT_EQ(mutex.Unlock(), 0);
+}
+
+TEST(Mutex, ALongWaitIsReportedEveryTenAttempts)
+{
+    test::CapturedStderr log;
+    Logger::ChangeMode(1);
+    Mutex mutex("slow one");
+    mutex.Lock();
+    std::thread waiter([&] {
+        mutex.Lock();
+        mutex.Unlock();
+    });
+    EXPECT_TRUE(log.WaitFor("Lock slow one has blocked in 20 -> Lock in (/Mutex.cpp "));
+    mutex.Unlock();
+    waiter.join();
+    EXPECT_EQ(test::Count(log.Text(), "has blocked in 10 "), 1);
+    EXPECT_EQ(test::Count(log.Text(), "has blocked in 20 "), 1);
+    EXPECT_THAT(log.Text(), Not(HasSubstr("has blocked in 0 ")));
+}
+
+TEST(Mutex, ExcludesOtherThreads)
+{
+    Mutex mutex("counter");
+    long counter = 0;
+    std::vector<std::thread> threads;
+    for (int id = 0; id < 4; ++id) {
+        threads.emplace_back([&] {
+            for (int count = 0; count < 2000; ++count) {
+                mutex.Lock();
+                ++counter;
+                mutex.Unlock();
+            }
+        });
+    }
+    for (std::thread& thread : threads) {
+        thread.join();
+    }
+    EXPECT_EQ(counter, 8000);
+}
+
+TEST(CondVar, TimesOutOnTheMonotonicClock)
+{
+    Mutex mutex("m");
+    CondVar condition("c");
+    const MutexHold hold(mutex);
+    for (int timeout : {0, -1, -5000, 30, 1030}) {
+        int result = 0;
+        const milliseconds waited = Timed([&] { result = condition.WaitTimeout(mutex, timeout); });
+        EXPECT_EQ(result, ETIMEDOUT) << timeout;
+        EXPECT_GE(waited.count(), timeout) << timeout;
+        EXPECT_LT(waited.count(), std::max(timeout, 0) + 5000) << timeout;
+    }
+}
+
+TEST(CondVar, WaitsUntilAWallClockSecond)
+{
+    Mutex mutex("m");
+    CondVar condition(nullptr);
+    const MutexHold hold(mutex);
+    for (long ahead : {-1L, 1L}) {
+        const long until = static_cast<long>(std::time(nullptr)) + ahead;
+        testing::internal::CaptureStdout();
+        const milliseconds waited =
+            Timed([&] { EXPECT_EQ(condition.WaitTimeoutUntil(mutex, until), ETIMEDOUT); });
+        EXPECT_LT(waited.count(), 5000);
+        EXPECT_GE(waited.count(), ahead > 0 ? 900 : 0);
+        EXPECT_THAT(testing::internal::GetCapturedStdout(),
+                    testing::MatchesRegex("-----> WaitTimeoutUntil : currnet realtime = [0-9]+, "
+                                          "auntil = " +
+                                          std::to_string(until) +
+                                          ", diff = -?[0-9]+, abs = [0-9]+, next abs = [0-9]+ \n"
+                                          "---->WaitTimeoutUntil Out current_time = [0-9]+\n"));
+    }
+}
+
+TEST(CondVar, SignalWakesOneAndBroadcastWakesAll)
+{
+    constexpr int kWaiters = 4;
+    Mutex mutex("m");
+    CondVar condition("c");
+    int waiting = 0;
+    int permits = 0;
+    int woken = 0;
+    std::vector<std::thread> threads;
+    for (int id = 0; id < kWaiters; ++id) {
+        threads.emplace_back([&, id] {
+            const MutexHold hold(mutex);
+            ++waiting;
+            while (permits == 0) {
+                const int result =
+                    id % 2 == 0 ? condition.Wait(mutex) : condition.WaitTimeout(mutex, 20000);
+                EXPECT_EQ(result, 0);
+            }
+            --permits;
+            ++woken;
+        });
+    }
+    const auto reached = [&](int& value, int wanted) {
+        return test::WaitUntil([&] {
+            const MutexHold hold(mutex);
+            return value == wanted;
+        });
+    };
+    const auto allow = [&](int count) {
+        const MutexHold hold(mutex);
+        permits += count;
+    };
+    ASSERT_TRUE(reached(waiting, kWaiters));
+    allow(1);
+    EXPECT_EQ(condition.Signal(), 0);
+    EXPECT_TRUE(reached(woken, 1));
+    allow(kWaiters - 1);
+    EXPECT_EQ(condition.Broadcast(), 0);
+    EXPECT_TRUE(reached(woken, kWaiters));
+    for (std::thread& thread : threads) {
+        thread.join();
+    }
+}
+
+TEST(Sleep, LastsAtLeastAsLongAsAsked)
+{
+    EXPECT_GE(Timed([] { NanoSleep(0, 20000000); }).count(), 20);
+    EXPECT_GE(Timed([] { MSleep(20); }).count(), 20);
+    EXPECT_GE(Timed([] { USleep(20000); }).count(), 20);
+    EXPECT_GE(Timed([] { MSleep(1010); }).count(), 1010);
+    EXPECT_GE(Timed([] { Sleep(1); }).count(), 999);
+    EXPECT_LT(Timed([] { NanoSleep(30, 1000000000); }).count(), 20000) << "not a valid length";
+}
+
+TEST(Sleep, ASignalEndsItEarly)
+{
+    struct sigaction action = {};
+    action.sa_handler = [](int) {};
+    sigaction(SIGUSR1, &action, nullptr);
+    for (void (*sleep)() : {+[] { NanoSleep(60, 0); }, +[] { MSleep(60000); },
+                            +[] { USleep(60000000); }, +[] { Sleep(60); }}) {
+        std::atomic<bool> done{false};
+        std::thread sleeper([&] {
+            sleep();
+            done = true;
+        });
+        EXPECT_TRUE(test::WaitUntil([&] {
+            if (!done) {
+                pthread_kill(sleeper.native_handle(), SIGUSR1);
+            }
+            return done.load();
+        }));
+        sleeper.join();
+    }
+}
+}  // namespace

@@ -1,0 +1,416 @@
+#include "util/os_linux/Logger.h"
+
+#include <arpa/inet.h>
+#include <fcntl.h>
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <sys/socket.h>
+#include <sys/un.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <atomic>
+#include <cerrno>
+#include <chrono>
+#include <climits>
+#include <cstdio>
+#include <ctime>
+#include <sstream>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "tests/support/support.h"
+
+namespace {
+using testing::HasSubstr;
+using testing::MatchesRegex;
+
+const std::string kTime = "\\[[0-9]{8}\\.[0-9]{6}\\]";
+
+void Configure(Logger& logger, std::string line)
+{
+    logger.ParseConfig(line.data());
+}
+
+class LoggerTest : public testing::Test
+{
+protected:
+    // Sends the log to a new file.
+    void LogToFile(const char* path = "./out.log")
+    {
+        Logger::ChangeMode(0);
+        Configure(*mLogger, std::string("outpath=") + path);
+        Logger::ChangeMode(2);
+    }
+
+    std::string Text() const { return test::ReadFile("./out.log"); }
+
+    // What is written by the action alone.
+    template <typename Action>
+    std::string Written(Action action)
+    {
+        LogToFile();
+        action();
+        return Text();
+    }
+
+    Logger* const mLogger = Logger::GetLogger(5);
+};
+
+TEST_F(LoggerTest, TheTableHolds27Loggers)
+{
+    for (int index : {-1, 27, 255, INT_MIN, INT_MAX}) {
+        EXPECT_EQ(Logger::GetLogger(index), nullptr) << index;
+    }
+    EXPECT_NE(Logger::GetLogger(26), nullptr);
+    EXPECT_NE(Logger::GetLogger(0), Logger::GetLogger(26));
+    EXPECT_EQ(Logger::GetLogger(0), Logger::GetLogger(0));
+    EXPECT_EQ(Logger::GetLogger(0)->GetLevel(), Logger::kInfo);
+}
+
+TEST_F(LoggerTest, AFirstRequestFromManyThreadsGivesOneLogger)
+{
+    for (int index = 6; index < 20; ++index) {
+        Logger* found[4] = {};
+        std::vector<std::thread> threads;
+        for (Logger*& slot : found) {
+            threads.emplace_back([&slot, index] { slot = Logger::GetLogger(index); });
+        }
+        for (std::thread& thread : threads) {
+            thread.join();
+        }
+        for (Logger* logger : found) {
+            EXPECT_EQ(logger, found[0]);
+        }
+    }
+}
+
+TEST_F(LoggerTest, DecoratesEachLevelWithItsOwnPrefix)
+{
+    const struct
+    {
+        int level;
+        std::string before, after;
+    } cases[] = {
+        {0, "", "\\[LOG\\]: "},
+        {1, " \033\\[0;35m", "\\[LOG-WARN\\]:\033\\[0;0m "},
+        {2, "\033\\[0;31m", "\\[\\[LOG-ERROR\\]\\]:\033\\[0;0m "},
+        {-1, "", "\\[LOG\\]: "},
+        {77, "\033\\[0;31m", "\\[\\[LOG-ERROR\\]\\]:\033\\[0;0m "},
+    };
+    mLogger->SetLevel(-1);
+    for (const auto& c : cases) {
+        // The colour codes stand outside and inside the brackets of the time.
+        const std::string expected =
+            c.before + kTime + c.after + "m -> Open in \\(/S\\.cpp 88\\)\n";
+        EXPECT_THAT(
+            Written([&] { mLogger->Print(c.level, 0, "Open", "util/ipc/S.cpp", 88, "%c", 'm'); }),
+            MatchesRegex(expected))
+            << c.level;
+    }
+}
+
+TEST_F(LoggerTest, ShowsTheMonotonicClock)
+{
+    timespec before = {};
+    timespec after = {};
+    clock_gettime(CLOCK_MONOTONIC, &before);
+    const std::string line = Written([&] { mLogger->Print(0, 0, "F", "f", 1, "x"); });
+    clock_gettime(CLOCK_MONOTONIC, &after);
+    long seconds = 0;
+    long microseconds = 0;
+    ASSERT_EQ(std::sscanf(line.c_str(), "[%ld.%ld]", &seconds, &microseconds), 2);
+    const long long shown = seconds * 1000000LL + microseconds;
+    EXPECT_GE(shown, before.tv_sec * 1000000LL + before.tv_nsec / 1000);
+    EXPECT_LE(shown, after.tv_sec * 1000000LL + after.tv_nsec / 1000);
+}
+
+TEST_F(LoggerTest, NamesTheFileFromItsLastSlashOn)
+{
+    const struct
+    {
+        const char* file;
+        int line;
+        const char* suffix;
+    } cases[] = {{"a/b/File.cpp", 1, " -> F in (/File.cpp 1)\n"},
+                 {"File.cpp", 0, " -> F in (File.cpp 0)\n"},
+                 {"dir/", -7, " -> F in (/ -7)\n"},
+                 {"", INT_MAX, " -> F in ( 2147483647)\n"},
+                 {"x", INT_MIN, " -> F in (x -2147483648)\n"}};
+    for (const auto& c : cases) {
+        EXPECT_THAT(Written([&] { mLogger->Print(0, 0, "F", c.file, c.line, "x"); }),
+                    testing::EndsWith(std::string("x") + c.suffix));
+    }
+}
+
+TEST_F(LoggerTest, WritesARawMessageAsItIsAndNothingForOtherRawValues)
+{
+    EXPECT_EQ(Written([&] {
+                  mLogger->Print(2, 1, "F", "f", 1, "  [%d] %s", 3, "piece");
+                  mLogger->Print(2, 1, "F", "f", 1, "%s", "");
+                  mLogger->Print(2, 2, "F", "f", 1, "unseen");
+                  mLogger->Print(2, -1, "F", "f", 1, "unseen");
+              }),
+              "  [3] piece");
+}
+
+TEST_F(LoggerTest, CutsWhatDoesNotFit)
+{
+    const std::string text(5000, 't');
+    const auto raw = [&] { mLogger->Print(0, 1, "F", "f", 1, "%s", text.c_str()); };
+    EXPECT_EQ(Written(raw), text.substr(0, 1023));
+
+    const std::string file = "/" + text;
+    const std::string line =
+        Written([&] { mLogger->Print(2, 0, text.c_str(), file.c_str(), 1, "%s", text.c_str()); });
+    EXPECT_LE(line.size(), 64U + 1023 + 1023);
+    EXPECT_EQ(line.find(" -> "), line.find("tt") + 1023);
+    EXPECT_THAT(line, testing::EndsWith(" 1)\n")) << "a line always ends";
+
+    EXPECT_THAT(Written([&] { mLogger->Assert(1, "F", "f", 1, text.c_str()); }),
+                text.substr(0, 127));
+}
+
+TEST_F(LoggerTest, PrintsFromItsLevelOn)
+{
+    for (int level = 0; level <= 3; ++level) {
+        mLogger->SetLevel(level);
+        EXPECT_EQ(mLogger->GetLevel(), level);
+        const std::string text = Written([&] {
+            for (int message = 0; message <= 2; ++message) {
+                mLogger->Print(message, 1, "F", "f", 1, "%d", message);
+                Logger_Print(5, message, 1, "F", "f", 1, "%d", message);
+            }
+        });
+        EXPECT_EQ(text, std::string("001122").substr(std::min(6, 2 * level)));
+    }
+    Logger fresh;
+    EXPECT_EQ(fresh.GetLevel(), Logger::kInfo);
+}
+
+TEST_F(LoggerTest, ForeignTextIsNeverAFormat)
+{
+    EXPECT_THAT(Written([&] { mLogger->Assert(0, "F", "d/f", 1, "a % b == %s%n"); }),
+                MatchesRegex("\033\\[0;31m" + kTime +
+                             "\\[\\[LOG-ERROR\\]\\]:\033\\[0;0m a % b == %s%n is FAILED -> F in "
+                             "\\(/f 1\\)\n"));
+    EXPECT_EQ(Written([] { Logger_Print(0, 0, 1, "F", "f", 1, "%s|%d%%", "%s%n", 5); }), "%s%n|5%");
+    EXPECT_EQ(Written([] {
+                  for (int index : {-1, 27, INT_MAX, INT_MIN}) {
+                      Logger_Print(index, 2, 1, "F", "f", 1, "unseen");
+                  }
+              }),
+              "");
+    const std::string text(2000, 't');
+    EXPECT_EQ(Written([&] { Logger_Print(26, 0, 1, "F", "f", 1, "%s", text.c_str()); }),
+              text.substr(0, 1023));
+}
+
+TEST_F(LoggerTest, UnknownModesMeanNoOutput)
+{
+    for (int mode : {5, -1, 0, INT_MIN, INT_MAX}) {
+        LogToFile();
+        Logger::ChangeMode(mode);
+        EXPECT_EQ(Logger::GetMode(), 0);
+        mLogger->Print(2, 1, "F", "f", 1, "unseen");
+        EXPECT_EQ(Text(), "");
+    }
+}
+
+TEST_F(LoggerTest, TheCurrentModeIsNotReopened)
+{
+    LogToFile();
+    mLogger->Print(0, 1, "F", "f", 1, "kept");
+    Configure(*mLogger, "outpath=./elsewhere");
+    Logger::ChangeMode(2);
+    mLogger->Print(0, 1, "F", "f", 1, " too");
+    EXPECT_EQ(Text(), "kept too");
+    EXPECT_NE(access("./elsewhere", F_OK), 0);
+}
+
+TEST_F(LoggerTest, ChangingTheModeClosesTheOldOutput)
+{
+    const int before = test::CountDescriptors();
+    for (int round = 0; round < 20; ++round) {
+        LogToFile();
+        Logger::ChangeMode(3);
+        Logger::ChangeMode(4);
+        Logger::ChangeMode(1);
+    }
+    EXPECT_EQ(test::CountDescriptors(), before);
+    EXPECT_GE(fcntl(STDERR_FILENO, F_GETFD), 0) << "standard error is never closed";
+}
+
+TEST_F(LoggerTest, AFullDiskIsNobodysConcern)
+{
+    LogToFile("/dev/full");
+    errno = ENOTTY;
+    for (int count = 0; count < 100; ++count) {
+        mLogger->Print(2, 0, "F", "f", 1, "lost");
+    }
+    EXPECT_EQ(errno, ENOTTY) << "errno is the caller's";
+    EXPECT_EQ(Logger::GetMode(), 2);
+}
+
+class UdpPeer
+{
+public:
+    UdpPeer() : mSocket(socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, 0))
+    {
+        sockaddr_in address = {};
+        address.sin_family = AF_INET;
+        address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+        socklen_t length = sizeof(address);
+        EXPECT_EQ(bind(mSocket, reinterpret_cast<sockaddr*>(&address), length), 0);
+        getsockname(mSocket, reinterpret_cast<sockaddr*>(&address), &length);
+        mPort = ntohs(address.sin_port);
+        const timeval limit = {10, 0};
+        setsockopt(mSocket, SOL_SOCKET, SO_RCVTIMEO, &limit, sizeof(limit));
+    }
+    ~UdpPeer() { close(mSocket); }
+
+    std::string Receive() const
+    {
+        char text[2048];
+        const ssize_t got = recv(mSocket, text, sizeof(text), 0);
+        return got < 0 ? "nothing received" : std::string(text, static_cast<std::size_t>(got));
+    }
+
+    int mSocket;
+    int mPort = 0;
+};
+
+TEST_F(LoggerTest, ALineTravelsAsThreeDatagrams)
+{
+    const UdpPeer peer;
+    Configure(*mLogger, "serverip=127.0.0.1");
+    Configure(*mLogger, "port=" + std::to_string(peer.mPort));
+    Logger::ChangeMode(3);
+    mLogger->Print(1, 0, "F", "d/f", 3, "text");
+    mLogger->Print(0, 0, "F", "d/f", 4, "%s", "");
+    mLogger->Print(1, 1, "F", "d/f", 3, "raw");
+    EXPECT_THAT(peer.Receive(),
+                MatchesRegex(" \033\\[0;35m" + kTime + "\\[LOG-WARN\\]:\033\\[0;0m "));
+    EXPECT_EQ(peer.Receive(), "text");
+    EXPECT_EQ(peer.Receive(), " -> F in (/f 3)\n");
+    EXPECT_THAT(peer.Receive(), MatchesRegex(kTime + "\\[LOG\\]: "));
+    EXPECT_EQ(peer.Receive(), "") << "an empty message is a datagram, too";
+    EXPECT_EQ(peer.Receive(), " -> F in (/f 4)\n");
+    EXPECT_EQ(peer.Receive(), "raw");
+}
+
+TEST_F(LoggerTest, UdpGoesToPort7272UnlessConfigured)
+{
+    Configure(*mLogger, "serverip=127.0.0.1");
+    Configure(*mLogger, "port=0");
+    Logger::ChangeMode(3);
+    int found = 0;
+    for (int descriptor = 3; descriptor < 64; ++descriptor) {
+        sockaddr_in address = {};
+        socklen_t length = sizeof(address);
+        if (getpeername(descriptor, reinterpret_cast<sockaddr*>(&address), &length) == 0 &&
+            address.sin_family == AF_INET) {
+            EXPECT_EQ(ntohs(address.sin_port), 7272);
+            EXPECT_EQ(fcntl(descriptor, F_GETFD), FD_CLOEXEC);
+            ++found;
+        }
+    }
+    EXPECT_EQ(found, 1);
+}
+
+int ListenAt(const std::string& path)
+{
+    const int listener = socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
+    sockaddr_un address = {};
+    address.sun_family = AF_UNIX;
+    EXPECT_LT(path.size(), sizeof(address.sun_path));
+    path.copy(address.sun_path, path.size());
+    EXPECT_EQ(bind(listener, reinterpret_cast<sockaddr*>(&address), sizeof(address)), 0);
+    EXPECT_EQ(listen(listener, 1), 0);
+    return listener;
+}
+
+TEST_F(LoggerTest, AUnixSocketPeerGetsTheLinesAndMayLeave)
+{
+    const std::string path = "./" + std::string(105, 's');  // as long as an address can hold
+    const int listener = ListenAt(path);
+    Configure(*mLogger, "outpath=" + path + "cut away");
+    Logger::ChangeMode(4);
+    const int peer = accept(listener, nullptr, nullptr);
+    ASSERT_GE(peer, 0);
+    mLogger->Print(0, 0, "F", "d/f", 3, "text");
+    Logger::ChangeMode(0);
+    char text[256] = {};
+    ASSERT_GT(recv(peer, text, sizeof(text) - 1, MSG_WAITALL), 0);
+    EXPECT_THAT(text, MatchesRegex(kTime + "\\[LOG\\]: text -> F in \\(/f 3\\)\n"));
+    close(peer);
+
+    Logger::ChangeMode(4);
+    close(accept(listener, nullptr, nullptr));
+    for (int count = 0; count < 3; ++count) {
+        mLogger->Print(2, 0, "F", "d/f", 3, "to nobody");  // would raise SIGPIPE
+    }
+    close(listener);
+}
+
+TEST_F(LoggerTest, LinesOfManyThreadsNeverInterleave)
+{
+    constexpr int kThreads = 8;
+    constexpr int kLines = 500;
+    LogToFile();
+    std::vector<std::thread> threads;
+    for (int id = 0; id < kThreads; ++id) {
+        threads.emplace_back([id] {
+            const std::string text(static_cast<std::size_t>(100 + id), static_cast<char>('a' + id));
+            for (int line = 0; line < kLines; ++line) {
+                Logger::GetLogger(id)->Print(line % 3, 0, "F", "d/f", line, "%s", text.c_str());
+            }
+        });
+    }
+    for (std::thread& thread : threads) {
+        thread.join();
+    }
+    std::istringstream lines(Text());
+    int count = 0;
+    for (std::string line; std::getline(lines, line); ++count) {
+        const std::size_t end = line.find(" -> F in (/f ");
+        const std::size_t begin = line.rfind(' ', end - 1) + 1;
+        const std::string text = line.substr(begin, end - begin);
+        ASSERT_FALSE(text.empty()) << line;
+        ASSERT_EQ(text, std::string(100 + text[0] - 'a', text[0])) << line;
+        ASSERT_EQ(test::Count(line, "LOG"), 1) << line;
+        ASSERT_EQ(line.back(), ')') << line;
+    }
+    EXPECT_EQ(count, kThreads * kLines);
+}
+
+TEST_F(LoggerTest, ModesMayChangeWhileOthersPrint)
+{
+    std::atomic<bool> stop{false};
+    std::thread printer([&] {
+        while (!stop) {
+            mLogger->Print(0, 0, "F", "d/f", 1, "text");
+        }
+    });
+    for (int round = 0; round < 200; ++round) {
+        LogToFile(round % 2 == 0 ? "./a.log" : "./b.log");
+        mLogger->SetLevel(round % 2);
+    }
+    stop = true;
+    printer.join();
+    Logger::ChangeMode(0);
+}
+
+TEST_F(LoggerTest, TheLockHoldsBackEveryLine)
+{
+    LogToFile();
+    Logger::Lock();
+    std::thread printer([this] { mLogger->Print(0, 1, "F", "f", 1, "after"); });
+    std::this_thread::sleep_for(std::chrono::milliseconds(20));
+    EXPECT_EQ(Text(), "");
+    Logger::Unlock();
+    printer.join();
+    EXPECT_EQ(Text(), "after");
+}
+}  // namespace

@@ -1,0 +1,325 @@
+#include "util/os_linux/PartitionParser.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <climits>
+#include <cstring>
+#include <sstream>
+#include <string>
+#include <vector>
+
+#include "tests/support/support.h"
+#include "util/os_linux/KernelTables.h"
+#include "util/os_linux/Logger.h"
+
+namespace {
+using testing::ElementsAre;
+using testing::HasSubstr;
+using testing::Not;
+
+class PartitionTest : public testing::Test
+{
+protected:
+    PartitionTest() { Logger::ChangeMode(1); }
+
+    std::vector<std::string> Read(const std::string& path, bool skipHd = false)
+    {
+        ReadPartitions(path.c_str(), skipHd, mParser);
+        std::vector<std::string> names;
+        for (int index = 0; index < mParser.mCount; ++index) {
+            names.push_back(mParser.mPartitions[index].mName);
+        }
+        return names;
+    }
+
+    const PartitionParser::Partition& Named(const std::string& name) const
+    {
+        for (const PartitionParser::Partition& entry : mParser.mPartitions) {
+            if (name == entry.mName) {
+                return entry;
+            }
+        }
+        ADD_FAILURE() << name << " is not in the table";
+        return mParser.mPartitions[0];
+    }
+
+    const std::string mData = TEST_DATA_DIR "/partitions/";
+    test::CapturedStderr mLog;
+    PartitionParser mParser;
+};
+
+TEST_F(PartitionTest, ListsThePartitionsOfABox)
+{
+    EXPECT_THAT(Read(mData + "box", true), ElementsAre("sda", "sda1"));
+    EXPECT_THAT(Read(mData + "box"), ElementsAre("sda", "sda1", "hda"));
+    EXPECT_EQ(Named("sda1").mBlocks, 488384032);
+    EXPECT_EQ(Named("sda1").mMajor, 8);
+    EXPECT_EQ(Named("sda1").mMinor, 1);
+    EXPECT_THAT(mLog.Text(),
+                HasSubstr("]: 2th Partition Name=hda, Blocks=39082680, Major=3, Minor=0 -> "));
+
+    const struct
+    {
+        const char* path;
+        int found;
+    } paths[] = {{"/dev/sda1", 1},  {"/dev/sda", 1},  {"/dev/hda", 1},  {"sda1", 0},
+                 {"/dev/sda11", 0}, {"/dev/sd", 0},   {"/dev/", 0},     {"", 0},
+                 {"/DEV/sda", 0},   {" /dev/sda", 0}, {"/dev//sda", 0}, {nullptr, 0}};
+    for (const auto& c : paths) {
+        EXPECT_EQ(mParser.FindPartition(c.path), c.found) << (c.path != nullptr ? c.path : "null");
+    }
+    EXPECT_EQ(mParser.GetPartitionCount("sd"), 2);
+    EXPECT_EQ(mParser.GetPartitionCount("sda1"), 1);
+    EXPECT_EQ(mParser.GetPartitionCount("sda11"), 0);
+    EXPECT_EQ(mParser.GetPartitionCount(""), 3);
+    EXPECT_EQ(mParser.GetPartitionCount(nullptr), 0);
+}
+
+TEST_F(PartitionTest, HoldsThirtyTwoOfAServersMany)
+{
+    const std::vector<std::string> names = Read(mData + "server");
+    ASSERT_EQ(names.size(), 32U);
+    EXPECT_EQ(names[0], "nvme0n1");
+    EXPECT_EQ(names[5], "mmcblk0boot0");
+    EXPECT_EQ(names[6], "dm-0");
+    EXPECT_EQ(names[8], "sda") << "loop devices take no place";
+    EXPECT_EQ(names[31], "sdx");
+    EXPECT_EQ(mParser.GetPartitionCount("sd"), 24);
+    EXPECT_EQ(Named("nvme0n1").mBlocks, INT_MAX) << "more than 2 TiB is never a negative size";
+    EXPECT_EQ(Named("nvme0n1p1").mBlocks, 524288);
+}
+
+TEST_F(PartitionTest, LeavesOutWhatItCannotHold)
+{
+    EXPECT_THAT(Read(mData + "hostile", true),
+                ElementsAre("sdb", "huge", "wide", "negative", "words", "exactly15chars_", "a"));
+    EXPECT_EQ(Named("sdb").mMinor, 16) << "hexadecimal";
+    EXPECT_EQ(Named("sdb").mBlocks, 8) << "octal";
+    for (const char* name : {"huge", "wide", "negative"}) {
+        EXPECT_EQ(Named(name).mBlocks, INT_MAX) << name;
+    }
+    EXPECT_EQ(Named("wide").mMajor, INT_MAX);
+    EXPECT_EQ(Named("words").mMajor, 0);
+    EXPECT_THAT(mLog.Text(), HasSubstr("Partition exactly16chars__ left out"));
+    EXPECT_THAT(mLog.Text(), HasSubstr("Partition line of 128 characters left out"));
+    EXPECT_EQ(mParser.FindPartition("/dev/exactly16chars_"), 0);
+    EXPECT_THAT(Read(mData + "hostile"), testing::Contains("hdb"));
+    EXPECT_EQ(mParser.FindPartition("/dev/unfinished"), 0);
+
+    Read(mData + "crlf");
+    EXPECT_EQ(mParser.FindPartition("/dev/sda\r"), 1) << "the kernel's names end at blanks only";
+    EXPECT_EQ(mParser.FindPartition("/dev/sda"), 0);
+}
+
+TEST_F(PartitionTest, ATableThatCannotBeReadEmptiesTheList)
+{
+    test::WriteFile("./empty", "");
+    test::WriteFile("./header", "major minor  #blocks  name\n");
+    for (const char* path : {"./absent", ".", "./empty", "./header", "/dev/null"}) {
+        Read(mData + "box");
+        EXPECT_EQ(Read(path).size(), 0U) << path;
+        EXPECT_EQ(mParser.FindPartition("/dev/sda"), 0);
+    }
+    EXPECT_EQ(PartitionParser().GetPartitionCount(""), 0) << "nothing before Parse";
+}
+
+TEST_F(PartitionTest, ReadsAsMuchAsItsBufferHolds)
+{
+    std::string table = "header\n";
+    while (table.size() < 16300) {
+        table += "31 0 100 mtdblock\n";
+    }
+    table.resize(16383 - 9);
+    table.back() = '\n';
+    test::WriteFile("./table", table + "8 0 1 sd\n" + "8 0 1 sdx\n");
+    EXPECT_THAT(Read("./table"), ElementsAre("sd"));
+    test::WriteFile("./table", table + "8 0 1 sdy\n");
+    EXPECT_THAT(Read("./table"), ElementsAre()) << "a line that is cut is no line";
+}
+
+TEST_F(PartitionTest, AgreesWithThisMachine)
+{
+    mParser.Parse(false);
+    std::istringstream table(test::ReadFile("/proc/partitions"));
+    std::string line;
+    std::getline(table, line);
+    int index = 0;
+    while (std::getline(table, line) && index < PartitionParser::kMaxPartitions) {
+        std::istringstream fields(line);
+        int major = 0;
+        int minor = 0;
+        long long blocks = 0;
+        std::string name;
+        if (!(fields >> major >> minor >> blocks >> name) || name.rfind("loop", 0) == 0 ||
+            name.rfind("mtd", 0) == 0 || name.size() > 15) {
+            continue;
+        }
+        ASSERT_LT(index, mParser.mCount);
+        const PartitionParser::Partition& entry = mParser.mPartitions[index++];
+        EXPECT_EQ(name, entry.mName);
+        EXPECT_EQ(std::min<long long>(blocks, INT_MAX), entry.mBlocks);
+        EXPECT_EQ(major, entry.mMajor);
+        EXPECT_EQ(minor, entry.mMinor);
+        EXPECT_EQ(mParser.FindPartition(("/dev/" + name).c_str()), 1);
+    }
+    EXPECT_EQ(index, mParser.mCount);
+}
+
+class MountTest : public testing::Test
+{
+protected:
+    MountTest() { Logger::ChangeMode(1); }
+
+    // Looks the device up with buffers that show every byte written; "-" when it is not found.
+    std::string Find(const std::string& table, const char* device, const char* mountPoint = "",
+                     std::size_t size = PartitionParser::kMountText)
+    {
+        std::vector<char> point(size + 8, '#');
+        std::vector<char> type(size + 8, '#');
+        std::strcpy(point.data(), mountPoint);
+        std::strcpy(type.data(), "");
+        bool readOnly = false;
+        const bool found =
+            FindMount(table.c_str(), device, {point.data(), size, readOnly, type.data(), size});
+        EXPECT_EQ(std::string(point.data() + size, 8), "########") << "written beyond the buffer";
+        EXPECT_EQ(std::string(type.data() + size, 8), "########") << "written beyond the buffer";
+        if (!found) {
+            EXPECT_STREQ(point.data(), mountPoint) << "as before";
+            return "-";
+        }
+        return std::string(point.data()) + " " + type.data() + (readOnly ? " ro" : " rw");
+    }
+
+    const std::string mData = TEST_DATA_DIR "/mounts/";
+    test::CapturedStderr mLog;
+};
+
+TEST_F(MountTest, TellsWhereADeviceIsMounted)
+{
+    const struct
+    {
+        const char *table, *device, *result;
+    } cases[] = {
+        {"box", "/dev/root", "/ squashfs ro"},
+        {"box", "rootfs", "/ rootfs rw"},
+        {"box", "/dev/sda1", "/mnt/usb vfat rw"},
+        {"box", "/dev/sdb1", "/mnt/my\\040disk ext4 ro"},
+        {"box", "/dev/sdc1", "/mnt/second ext3 ro"},  // the last line counts
+        {"box", "/dev/sdd1", "/mnt/odd ext4 ro"},     // the first option contains "ro"
+        {"box", "/dev/sda", "-"},
+        {"box", "/dev/sda11", "-"},
+        {"box", "", "-"},
+        {"box", nullptr, "-"},
+        {"containers", "/dev/vda1", "/etc/resolv.conf ext4 ro"},  // bind mounts
+        {"containers", "overlay", "/var/lib/containers/short/merged overlay rw"},
+        {"hostile", "/dev/only", "-"},
+        {"hostile", "/dev/two", "-"},
+        {"hostile", "/dev/three", "-"},
+        {"hostile", "/dev/four", "/mnt/four ext4 rw"},
+        {"hostile", "/dev/sp", " /mnt/sp rw"},
+        {"hostile", "/dev/p128", "-"},
+        {"hostile", "/dev/t128", "-"},
+        {"hostile", "/dev/l511", "/l ext4 rw"},
+        {"hostile", "/dev/l512", "-"},
+        {"hostile", "/dev/crlf", "/mnt/crlf vfat ro"},
+        {"hostile", "/dev/cr4", "/mnt/cr4 vfat rw"},
+        {"hostile", "/dev/unfinished", "-"},
+        {"absent", "/dev/root", "-"},
+    };
+    for (const auto& c : cases) {
+        EXPECT_EQ(Find(mData + c.table, c.device), c.result)
+            << c.table << " " << (c.device != nullptr ? c.device : "null");
+    }
+    EXPECT_EQ(Find(mData + "hostile", "/dev/p127"), "/" + std::string(126, 'p') + " ext4 rw");
+    EXPECT_EQ(Find(mData + "hostile", "/dev/t127"), "/t " + std::string(127, 't') + " rw");
+    EXPECT_EQ(Find(mData + "hostile", ("/" + std::string(200, 'd')).c_str()),
+              "/mnt/longdevice ext4 rw");
+    EXPECT_THAT(mLog.Text(), HasSubstr("Mount line of 512 characters left out"));
+    EXPECT_THAT(mLog.Text(), HasSubstr("Mount left out, its mount point or type is too long"));
+}
+
+TEST_F(MountTest, LogsWhatItReads)
+{
+    Find(mData + "box", "/dev/root");
+    for (const char* message :
+         {"Device Name = /dev/root", "result = proc /proc proc rw,relatime 0 0", " Mount Point : /",
+          " Filesystem Type : squashfs", "aIsReadOnly = 1 part = ro,relatime read = ro"}) {
+        EXPECT_EQ(test::Count(mLog.Text(), std::string("[LOG]: ") + message + " -> "), 1)
+            << message;
+    }
+}
+
+TEST_F(MountTest, FindsAMountPointThatTheCallerGives)
+{
+    EXPECT_EQ(Find(mData + "box", "none", "/mnt/usb"), "/mnt/usb  rw");
+    EXPECT_EQ(Find(mData + "box", "none", "/mnt/us"), "/mnt/us  rw") << "any part of the table";
+    EXPECT_EQ(Find(mData + "box", "none", "/mnt/cdrom"), "-");
+    EXPECT_EQ(Find(mData + "box", "none", ""), "-") << "an empty text is not found";
+    EXPECT_EQ(Find(mData + "hostile", "none", "/mnt/unfinished"), "/mnt/unfinished  rw");
+    EXPECT_EQ(Find(mData + "box", "/dev/root", "/mnt/cdrom"), "/ squashfs ro");
+    EXPECT_EQ(Find(mData + "absent", "none", "/mnt/usb"), "-");
+}
+
+TEST_F(MountTest, WritesOnlyWhatFits)
+{
+    EXPECT_EQ(Find(mData + "box", "/dev/root", "", 9), "/ squashfs ro");
+    EXPECT_EQ(Find(mData + "box", "/dev/root", "", 8), "-") << "the type needs nine bytes";
+    EXPECT_EQ(Find(mData + "box", "/dev/sda1", "", 9), "/mnt/usb vfat rw");
+    EXPECT_EQ(Find(mData + "box", "/dev/sda1", "", 8), "-");
+
+    const std::string table = mData + "box";
+    bool readOnly = false;
+    EXPECT_TRUE(FindMount(table.c_str(), "/dev/root", {nullptr, 128, readOnly, nullptr, 128}));
+    EXPECT_TRUE(readOnly);
+    EXPECT_FALSE(FindMount(table.c_str(), "none", {nullptr, 128, readOnly, nullptr, 128}));
+    std::vector<char> endless(128, '/');  // without its NUL
+    EXPECT_FALSE(FindMount(table.c_str(), "none", {endless.data(), 128, readOnly, nullptr, 0}));
+}
+
+TEST_F(MountTest, LooksAtTheFirst4096BytesOnly)
+{
+    constexpr int kLine = 33;
+    std::string table;
+    for (int number = 10000; number < 13000; ++number) {
+        const std::string name = std::to_string(number);
+        table += "/dev/d" + name + " /m/" + name + " ext4 rw 0 0\n";
+    }
+    ASSERT_EQ(table.size(), 3000U * kLine);
+    test::WriteFile("./mounts", table);
+    const std::string last = std::to_string(10000 + 4096 / kLine - 1);  // the last whole line
+    const std::string cut = std::to_string(10000 + 4096 / kLine);
+    EXPECT_EQ(Find("./mounts", ("/dev/d" + last).c_str()), "/m/" + last + " ext4 rw");
+    EXPECT_EQ(Find("./mounts", ("/dev/d" + cut).c_str()), "-");
+    EXPECT_TRUE(OccursInMounts("./mounts", ("/m/" + last).c_str()));
+    EXPECT_FALSE(OccursInMounts("./mounts", ("/m/" + cut).c_str()));
+    EXPECT_FALSE(OccursInMounts("./mounts", "/m/12999"));
+    EXPECT_FALSE(OccursInMounts("./mounts", nullptr));
+    EXPECT_FALSE(OccursInMounts("./absent", ""));
+}
+
+TEST_F(MountTest, AgreesWithThisMachine)
+{
+    PartitionParser parser;
+    std::istringstream table(test::ReadFile("/proc/mounts").substr(0, 4096));
+    std::string device;
+    std::string point;
+    std::string type;
+    ASSERT_TRUE(table >> device >> point >> type);
+    EXPECT_EQ(parser.CheckMount((device + " " + point + " " + type).c_str()), 1);
+    EXPECT_EQ(parser.CheckMount("/no/such/mount/point"), 0);
+
+    char pointBuffer[PartitionParser::kMountText] = "";
+    char typeBuffer[PartitionParser::kMountText] = "";
+    char* mountPoint = pointBuffer;
+    char* fsType = typeBuffer;
+    bool readOnly = false;
+    ASSERT_TRUE(parser.GetMountedInfo(device.c_str(), mountPoint, readOnly, fsType));
+    EXPECT_EQ(parser.CheckMount(
+                  (device + " " + pointBuffer + " " + typeBuffer + " " + (readOnly ? "ro" : "rw"))
+                      .c_str()),
+              1);
+    char small[2] = "";
+    EXPECT_FALSE(parser.GetMountedInfo("none", small, sizeof(small), readOnly, small, 0));
+}
+}  // namespace
