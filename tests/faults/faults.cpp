@@ -1,0 +1,157 @@
+#include "tests/faults/faults.h"
+
+#include <dlfcn.h>
+#include <poll.h>
+#include <pthread.h>
+#include <sys/socket.h>
+#include <unistd.h>
+
+#include <atomic>
+#include <cerrno>
+#include <cstdarg>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+
+namespace {
+char armedCall[32];
+std::atomic<bool> isArmed{false};
+std::atomic<int> seen{0};
+int armedNth = 0;
+int armedError = 0;
+
+enum class Verdict
+{
+    kPass,
+    kFail,
+    kShort
+};
+
+// Counts the call when it is the armed one.
+Verdict Judge(const char* call)
+{
+    if (!isArmed.load(std::memory_order_acquire) || std::strcmp(call, armedCall) != 0 ||
+        ++seen != armedNth) {
+        return Verdict::kPass;
+    }
+    if (armedError == 0) {
+        return Verdict::kShort;
+    }
+    errno = armedError;
+    return Verdict::kFail;
+}
+
+template <typename Function>
+Function Real(const char* name)
+{
+    return reinterpret_cast<Function>(dlsym(RTLD_NEXT, name));
+}
+
+__attribute__((constructor)) void ArmFromEnvironment()
+{
+    const char* const setting = std::getenv("FAULTS");
+    char call[32];
+    int nth = 0;
+    int error = 0;
+    if (setting != nullptr && std::sscanf(setting, "%31[^:]:%d:%d", call, &nth, &error) == 3) {
+        faults_arm(call, nth, error);
+    }
+}
+}  // namespace
+
+void faults_arm(const char* call, int nth, int error)
+{
+    std::snprintf(armedCall, sizeof(armedCall), "%s", call);
+    armedNth = nth;
+    armedError = error;
+    seen = 0;
+    isArmed.store(true, std::memory_order_release);
+}
+
+int faults_disarm(void)
+{
+    isArmed = false;
+    return seen;
+}
+
+// A call that fails with -1, and one that moves bytes and may fall short.
+#define FAULT_CALL(result, name, parameters, arguments)                                   \
+    extern "C" result name parameters                                                     \
+    {                                                                                     \
+        static const auto real = Real<result(*) parameters>(#name);                       \
+        return Judge(#name) == Verdict::kFail ? static_cast<result>(-1) : real arguments; \
+    }
+
+#define FAULT_TRANSFER(name, parameters, arguments)                     \
+    extern "C" ssize_t name parameters                                  \
+    {                                                                   \
+        static const auto real = Real<ssize_t(*) parameters>(#name);    \
+        const Verdict verdict = Judge(#name);                           \
+        length = verdict == Verdict::kShort && length > 1 ? 1 : length; \
+        return verdict == Verdict::kFail ? -1 : real arguments;         \
+    }
+
+FAULT_CALL(int, socket, (int domain, int type, int protocol), (domain, type, protocol))
+FAULT_CALL(int, bind, (int fd, const sockaddr* address, socklen_t length), (fd, address, length))
+FAULT_CALL(int, listen, (int fd, int backlog), (fd, backlog))
+FAULT_CALL(int, connect, (int fd, const sockaddr* address, socklen_t length), (fd, address, length))
+FAULT_CALL(int, accept4, (int fd, sockaddr* address, socklen_t* length, int flags),
+           (fd, address, length, flags))
+FAULT_CALL(int, setsockopt, (int fd, int level, int option, const void* value, socklen_t length),
+           (fd, level, option, value, length))
+FAULT_CALL(int, poll, (pollfd * entries, nfds_t count, int milliseconds),
+           (entries, count, milliseconds))
+FAULT_CALL(pid_t, fork, (), ())
+FAULT_TRANSFER(read, (int fd, void* data, size_t length), (fd, data, length))
+FAULT_TRANSFER(recv, (int fd, void* data, size_t length, int flags), (fd, data, length, flags))
+FAULT_TRANSFER(write, (int fd, const void* data, size_t length), (fd, data, length))
+FAULT_TRANSFER(send, (int fd, const void* data, size_t length, int flags),
+               (fd, data, length, flags))
+
+// The checked forms that fortified code calls.
+extern "C" ssize_t __recv_chk(int fd, void* data, size_t length, size_t /*room*/, int flags)
+{
+    return recv(fd, data, length, flags);
+}
+
+extern "C" ssize_t __read_chk(int fd, void* data, size_t length, size_t /*room*/)
+{
+    return read(fd, data, length);
+}
+
+extern "C" int __poll_chk(pollfd* entries, nfds_t count, int milliseconds, size_t /*room*/)
+{
+    return poll(entries, count, milliseconds);
+}
+
+extern "C" int pthread_create(pthread_t* thread, const pthread_attr_t* attributes,
+                              void* (*entry)(void*), void* argument)
+{
+    static const auto real =
+        Real<int (*)(pthread_t*, const pthread_attr_t*, void* (*)(void*), void*)>("pthread_create");
+    return Judge("pthread_create") == Verdict::kFail ? armedError
+                                                     : real(thread, attributes, entry, argument);
+}
+
+extern "C" int open64(const char* path, int flags, ...)
+{
+    static const auto real = Real<int (*)(const char*, int, mode_t)>("open64");
+    va_list arguments;
+    va_start(arguments, flags);
+    const mode_t mode = va_arg(arguments, mode_t);
+    va_end(arguments);
+    return Judge("open") == Verdict::kFail ? -1 : real(path, flags, mode);
+}
+
+extern "C" void* __libc_malloc(size_t size);
+extern "C" void* __libc_realloc(void* block, size_t size);
+
+extern "C" void* malloc(size_t size)
+{
+    return Judge("malloc") == Verdict::kFail ? nullptr : __libc_malloc(size);
+}
+
+extern "C" void* realloc(void* block, size_t size)
+{
+    return Judge("malloc") == Verdict::kFail ? nullptr : __libc_realloc(block, size);
+}

@@ -1,0 +1,203 @@
+// A whole conversation between two channels, with each of its system calls failing once in each of
+// its ways. Whatever fails, the process lives and the same two channels serve the next
+// conversation.
+#include "tests/faults/faults.h"
+
+#include <gtest/gtest.h>
+#include <signal.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <functional>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "tests/support/support.h"
+#include "util/ipc/IPCParam.h"
+#include "util/ipc/IPCSocketChannel.h"
+#include "util/os_linux/Logger.h"
+
+namespace {
+IPCParam* Echo(IPCParam* request)
+{
+    IPCParam* const reply = new IPCParam;
+    for (int index = 0; index < request->GetCount(); ++index) {
+        reply->Add("n", static_cast<int>(request->GetArg(index)->mValue));
+    }
+    return reply;
+}
+
+struct Pair
+{
+    Pair(int callPort, int backPort)
+        : server("server", backPort, callPort), client("client", callPort, backPort)
+    {
+        server.Register("echo", Echo);
+        client.SetReplyTimeout(300);
+        server.SetReplyTimeout(300);
+    }
+
+    bool Ask(int number)
+    {
+        IPCParam request;
+        request.Add("n", number);
+        IPCParam reply;
+        return client.Call("echo", &request, &reply) == 0 && reply.GetCount() == 1 &&
+               reply.GetArg(0)->mValue == number;
+    }
+
+    // What a fault may spoil.
+    void Converse()
+    {
+        server.Start();
+        client.Open();
+        IPCParam request;
+        request.Add("text", "hello");
+        Ask(1);
+        client.CallWithoutReturn("echo", &request);
+        Ask(2);
+        client.Reopen();
+        server.Quit();
+        server.Start();
+        Ask(3);
+    }
+
+    // What must work once nothing fails any more, as an integrator recovers.
+    bool Recover()
+    {
+        client.Open();
+        for (int tries = 0; tries < 20; ++tries) {
+            client.Reopen();
+            // The server notices that its caller left, unless it had none.
+            test::WaitUntil([this] { return !server.IsRunning(); }, 100);
+            server.Start();
+            if (Ask(100 + tries)) {
+                return true;
+            }
+        }
+        return false;
+    }
+
+    IPCSocketChannel server;
+    IPCSocketChannel client;
+};
+
+// Runs the action in a child process; how it ended, as waitpid reports it. A child that takes more
+// than 20 seconds is ended by SIGALRM.
+int InChild(const std::function<int()>& action)
+{
+    const pid_t child = fork();
+    if (child == 0) {
+        alarm(20);
+        _exit(action());
+    }
+    int status = -1;
+    waitpid(child, &status, 0);
+    return status;
+}
+
+// Numbers of the calls made in a conversation without a fault.
+int CallsOf(const char* call)
+{
+    return WEXITSTATUS(InChild([call] {
+        Logger::ChangeMode(1);
+        Pair pair(test::FreePort(), test::FreePort());
+        faults_arm(call, -1, 0);
+        pair.Converse();
+        return std::min(faults_disarm(), 60);
+    }));
+}
+
+int ConverseWithFault(const char* call, int nth, int error)
+{
+    return InChild([=] {
+        Logger::ChangeMode(1);
+        Pair pair(test::FreePort(), test::FreePort());
+        faults_arm(call, nth, error);
+        pair.Converse();
+        faults_disarm();
+        return pair.Recover() ? 0 : 1;
+    });
+}
+
+struct Fault
+{
+    const char* call;
+    std::vector<int> errors;
+};
+
+void PrintTo(const Fault& fault, std::ostream* out)
+{
+    *out << fault.call;
+}
+
+class Faults : public testing::TestWithParam<Fault>
+{};
+
+TEST_P(Faults, TheNextConversationIsServed)
+{
+    const test::CapturedStderr log;
+    const Fault& fault = GetParam();
+    const int calls = CallsOf(fault.call);
+    EXPECT_GT(calls, 0);
+    for (int nth = 1; nth <= calls; ++nth) {
+        for (const int error : fault.errors) {
+            const int status = ConverseWithFault(fault.call, nth, error);
+            // Without memory the process may end, but as the language ends it.
+            const bool mayAbort = std::string(fault.call) == "malloc";
+            EXPECT_TRUE(status == 0 ||
+                        (mayAbort && WIFSIGNALED(status) && WTERMSIG(status) == SIGABRT))
+                << fault.call << " number " << nth << " of " << calls << " with error " << error
+                << ": status " << status;
+        }
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Calls, Faults,
+    testing::Values(Fault{"socket", {EMFILE, ENOMEM}}, Fault{"bind", {EADDRINUSE, EACCES}},
+                    Fault{"listen", {EADDRINUSE}},
+                    Fault{"accept4", {EINTR, ECONNABORTED, EMFILE, ENOMEM}},
+                    Fault{"connect", {EINTR, ECONNREFUSED, ENOMEM}}, Fault{"setsockopt", {ENOMEM}},
+                    Fault{"recv", {EINTR, EAGAIN, ECONNRESET, ENOMEM, 0}},
+                    Fault{"send", {EINTR, EAGAIN, EPIPE, ECONNRESET, ENOMEM, 0}},
+                    Fault{"write", {EINTR, EAGAIN, ENOSPC, EPIPE, 0}},
+                    Fault{"pthread_create", {EAGAIN}}, Fault{"malloc", {ENOMEM}}),
+    [](const auto& fault) { return std::string(fault.param.call); });
+
+void OnSignal(int) {}
+
+// Every thread of the process is interrupted every 200 microseconds through a conversation.
+TEST(SignalStorm, DisturbsNoCall)
+{
+    const test::CapturedStderr log;
+    const int status = InChild([] {
+        struct sigaction action = {};
+        action.sa_handler = OnSignal;
+        sigaction(SIGUSR1, &action, nullptr);
+        const pid_t target = getpid();
+        const pid_t storm = fork();
+        if (storm == 0) {
+            alarm(20);
+            for (;;) {
+                kill(target, SIGUSR1);
+                usleep(200);
+            }
+        }
+        Pair pair(test::FreePort(), test::FreePort());
+        pair.server.Start();
+        pair.client.Open();
+        pair.client.SetReplyTimeout(10000);
+        bool served = true;
+        for (int number = 0; number < 2000 && served; ++number) {
+            served = pair.Ask(number);
+        }
+        kill(storm, SIGKILL);
+        waitpid(storm, nullptr, 0);
+        return served ? 0 : 1;
+    });
+    EXPECT_EQ(status, 0);
+}
+}  // namespace
