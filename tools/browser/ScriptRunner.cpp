@@ -112,7 +112,7 @@ ScriptRunner::Result ScriptRunner::Run(const Command& command)
             mSession.SetSize(ToInt(command.numbers[0]), ToInt(command.numbers[1]));
             break;
         case Command::kStatus:
-            PrintStatus();
+            PrintStatus("status");
             break;
         case Command::kQuit:
             mQuit = true;
@@ -127,17 +127,15 @@ ScriptRunner::Result ScriptRunner::RunWait(const Command& command)
 {
     switch (command.kind) {
         case Command::kWaitStatus:
-            return WaitUntil("wait-status", command.numbers[0],
+            return WaitUntil(command.numbers[0],
                              [&] { return IsState(mSession.GetStatus(), command.text); });
         case Command::kWaitPosition:
-            return WaitUntil("wait-position", command.numbers[1],
+            return WaitUntil(command.numbers[1],
                              [&] { return IsAt(mSession.GetStatus(), command.numbers[0]); });
         case Command::kWaitPlayer:
-            return WaitUntil("wait-player", command.numbers[0],
-                             [&] { return mSession.HasPlayer(); });
+            return WaitUntil(command.numbers[0], [&] { return mSession.HasPlayer(); });
         case Command::kWaitGone:
-            return WaitUntil("wait-gone", command.numbers[0],
-                             [&] { return !mSession.HasPlayer(); });
+            return WaitUntil(command.numbers[0], [&] { return !mSession.HasPlayer(); });
         default:
             break;
     }
@@ -150,19 +148,17 @@ ScriptRunner::Result ScriptRunner::RunWait(const Command& command)
     return kDone;
 }
 
-ScriptRunner::Result ScriptRunner::WaitUntil(const char* name, double seconds,
-                                             const std::function<bool()>& condition)
+ScriptRunner::Result ScriptRunner::WaitUntil(double seconds, const std::function<bool()>& condition)
 {
     const Clock::time_point end = Clock::now() + std::chrono::milliseconds(ToInt(seconds * 1000));
     for (Poll(); !condition(); Poll()) {
         if (Clock::now() >= end) {
-            PrintStatus();
-            Print({{"event", "timeout"}, {"command", name}});
+            PrintStatus("timeout");
             return kTimedOut;
         }
         std::this_thread::sleep_for(kTurn);
     }
-    PrintStatus();
+    PrintStatus("status");
     return kDone;
 }
 
@@ -180,10 +176,10 @@ void ScriptRunner::Poll()
     }
 }
 
-void ScriptRunner::PrintStatus()
+void ScriptRunner::PrintStatus(const char* event)
 {
     const Status status = mSession.GetStatus();
-    Print({{"event", "status"},
+    Print({{"event", event},
            {"player", mSession.HasPlayer()},
            {"state", Name(status.media)},
            {"mediaStatus", static_cast<int>(status.media)},

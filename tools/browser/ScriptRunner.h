@@ -3,7 +3,7 @@
 //     {"event":"status", ...}         after status and after each wait that was fulfilled
 //     {"event":"player-found"}        the player reports its state, for the first time or again
 //     {"event":"player-gone"}
-//     {"event":"timeout","command":"wait-status"}
+//     {"event":"timeout", ...}        a wait was not: the state at its end, as a status
 //     {"event":"error","reason":"..."}
 //
 // Each line also has "time", the milliseconds since the start.
@@ -46,9 +46,9 @@ private:
     bool Parse(const std::string& line, Command& command);
     Result Run(const Command& command);
     Result RunWait(const Command& command);
-    Result WaitUntil(const char* name, double seconds, const std::function<bool()>& condition);
+    Result WaitUntil(double seconds, const std::function<bool()>& condition);
     void Poll();
-    void PrintStatus();
+    void PrintStatus(const char* event);
     void Print(nlohmann::ordered_json line);
 
     Session& mSession;
