@@ -1,0 +1,230 @@
+// The clock engine on a clock of the test's own: nothing here waits.
+#include "tools/player/ClockEngine.h"
+
+#include <gtest/gtest.h>
+
+#include <cstdint>
+#include <string>
+
+#include "tests/support/support.h"
+
+namespace {
+constexpr int kLoadTime = 100;
+constexpr int kSeekTime = 50;
+
+class ClockEngineTest : public testing::Test
+{
+protected:
+    ClockEngineTest() : mEngine(MakeSettings(), [this] { return mNow; }) {}
+
+    static ClockEngine::Settings MakeSettings()
+    {
+        ClockEngine::Settings settings;
+        settings.duration = 20000;
+        settings.loadTime = kLoadTime;
+        settings.seekTime = kSeekTime;
+        return settings;
+    }
+
+    PlaybackState After(std::int64_t milliseconds)
+    {
+        mNow += milliseconds;
+        return mEngine.Update();
+    }
+
+    void LoadAndPlay(const std::string& address = "clock:10")
+    {
+        mEngine.Load(address);
+        mEngine.Play();
+        After(kLoadTime);
+    }
+
+    std::int64_t mNow = 1000000;
+    ClockEngine mEngine;
+};
+
+TEST_F(ClockEngineTest, LoadsAndHoldsTheBeginning)
+{
+    EXPECT_EQ(mEngine.Update().status, MediaStatus::kIdle);
+    mEngine.Load("clock:12.5");
+    EXPECT_EQ(After(kLoadTime - 1).status, MediaStatus::kLoading);
+    const PlaybackState loaded = After(1);
+    EXPECT_EQ(loaded.status, MediaStatus::kPaused);
+    EXPECT_EQ(loaded.duration, 12500);
+    EXPECT_EQ(loaded.width, 640);
+    EXPECT_EQ(loaded.height, 360);
+    EXPECT_EQ(After(5000).position, 0);
+}
+
+TEST_F(ClockEngineTest, PositionFollowsEveryChangeOfSpeedWithoutLosingAFraction)
+{
+    LoadAndPlay();
+    EXPECT_EQ(After(1000).position, 1000);
+    mEngine.SetSpeed(200);
+    EXPECT_EQ(After(500).position, 2000);
+    mEngine.SetSpeed(33);
+    for (int turn = 0; turn < 100; ++turn) {
+        After(1);  // a third of a millisecond each
+    }
+    EXPECT_EQ(mEngine.Update().position, 2033);
+    mEngine.SetSpeed(0);
+    EXPECT_EQ(After(700).position, 2033);
+    EXPECT_EQ(mEngine.Update().status, MediaStatus::kPlaying);
+    mEngine.SetSpeed(-100);
+    EXPECT_EQ(After(1000).position, 1033);
+    mEngine.Pause();
+    EXPECT_EQ(After(1000).position, 1033);
+    EXPECT_EQ(mEngine.Update().status, MediaStatus::kPaused);
+    EXPECT_EQ(mEngine.Update().speed, -100);
+    mEngine.Play();
+    EXPECT_EQ(After(33).position, 1000);
+}
+
+TEST_F(ClockEngineTest, EndsOnceAndPlaysAgainFromTheStart)
+{
+    LoadAndPlay();
+    EXPECT_EQ(After(9999).status, MediaStatus::kPlaying);
+    const PlaybackState ended = After(50);
+    EXPECT_EQ(ended.status, MediaStatus::kEnded);
+    EXPECT_EQ(ended.position, 10000);
+    EXPECT_EQ(After(1000).position, 10000);
+    mEngine.Play();
+    EXPECT_EQ(After(250).position, 250);
+    EXPECT_EQ(mEngine.Update().status, MediaStatus::kPlaying);
+}
+
+TEST_F(ClockEngineTest, PlayingBackwardsEndsAtTheBeginningAndStartsOverFromTheEnd)
+{
+    LoadAndPlay();
+    After(300);
+    mEngine.SetSpeed(-200);
+    const PlaybackState ended = After(151);
+    EXPECT_EQ(ended.status, MediaStatus::kEnded);
+    EXPECT_EQ(ended.position, 0);
+    mEngine.Play();
+    EXPECT_EQ(After(100).position, 9800);
+}
+
+TEST_F(ClockEngineTest, SeeksIntoTheLengthAndGoesOnAsBefore)
+{
+    LoadAndPlay();
+    After(500);
+    mEngine.Seek(4000);
+    const PlaybackState seeking = After(kSeekTime - 1);
+    EXPECT_TRUE(seeking.inSeek);
+    EXPECT_EQ(seeking.position, 4000);
+    EXPECT_EQ(seeking.status, MediaStatus::kPlaying);
+    // However late the end of the seek is noticed, it was when it was.
+    const PlaybackState playing = After(1 + 300);
+    EXPECT_FALSE(playing.inSeek);
+    EXPECT_EQ(playing.position, 4300);
+
+    mEngine.Pause();
+    const struct
+    {
+        int target;
+        int position;
+    } cases[] = {{-1, 0}, {-2147483647 - 1, 0}, {9999, 9999}, {10001, 10000}, {2147483647, 10000}};
+    for (const auto& seek : cases) {
+        mEngine.Seek(seek.target);
+        EXPECT_EQ(After(kSeekTime).position, seek.position) << seek.target;
+        EXPECT_EQ(mEngine.Update().status, MediaStatus::kPaused) << seek.target;
+    }
+}
+
+TEST_F(ClockEngineTest, ASeekAfterTheEndHoldsThePosition)
+{
+    LoadAndPlay();
+    ASSERT_EQ(After(20000).status, MediaStatus::kEnded);
+    mEngine.Seek(3000);
+    EXPECT_EQ(After(kSeekTime + 500).status, MediaStatus::kPaused);
+    EXPECT_EQ(mEngine.Update().position, 3000);
+}
+
+TEST_F(ClockEngineTest, RemembersWhatIsAskedForWhileLoading)
+{
+    mEngine.Load("clock:10");
+    mEngine.Seek(60000);
+    mEngine.Seek(5000);
+    mEngine.SetSpeed(50);
+    mEngine.Play();
+    EXPECT_EQ(After(kLoadTime - 1).position, 5000);
+    EXPECT_EQ(After(1 + 200).position, 5100);
+    mEngine.Load("clock:10");
+    mEngine.Play();
+    mEngine.Pause();
+    EXPECT_EQ(After(kLoadTime).status, MediaStatus::kPaused);
+}
+
+TEST_F(ClockEngineTest, ALoadForgetsThePlaybackAndKeepsTheSound)
+{
+    LoadAndPlay();
+    mEngine.SetSpeed(200);
+    mEngine.SetVolume(40);
+    EXPECT_EQ(After(1000).volume, 40);
+    mEngine.SetMuted(true);
+    EXPECT_EQ(mEngine.Update().volume, 0);
+    mEngine.Load("clock:10");
+    mEngine.SetMuted(false);
+    const PlaybackState loaded = After(kLoadTime + 1000);
+    EXPECT_EQ(loaded.status, MediaStatus::kPaused);
+    EXPECT_EQ(loaded.position, 0);
+    EXPECT_EQ(loaded.speed, 100);
+    EXPECT_EQ(loaded.volume, 40);
+}
+
+TEST_F(ClockEngineTest, WithNothingLoadedCommandsChangeNothing)
+{
+    for (const bool cancelled : {false, true}) {
+        if (cancelled) {
+            LoadAndPlay();
+            mEngine.CancelLoad();
+        }
+        mEngine.Play();
+        mEngine.Seek(500);
+        mEngine.Pause();
+        mEngine.Play();
+        const PlaybackState state = After(1000);
+        EXPECT_EQ(state.status, MediaStatus::kIdle);
+        EXPECT_EQ(state.position, 0);
+        EXPECT_EQ(state.duration, 0);
+        EXPECT_FALSE(state.inSeek);
+    }
+}
+
+TEST_F(ClockEngineTest, TellsAFilesSizeAndHowFarItIs)
+{
+    test::WriteFile("half a gigabyte.webm", std::string(1000, 'x'));
+    LoadAndPlay("half a gigabyte.webm");
+    const PlaybackState state = After(5000);
+    EXPECT_EQ(state.duration, 20000);
+    EXPECT_EQ(state.totalBytes, 1000U);
+    EXPECT_EQ(state.currentOffset, 250U);
+}
+
+TEST_F(ClockEngineTest, WhatCanNotBeLoadedShowsAsAnError)
+{
+    const struct
+    {
+        const char* address;
+        MediaStatus status;
+    } cases[] = {
+        {"nowhere.webm", MediaStatus::kErrorNotFound},
+        {"file:///nowhere/at/all.webm", MediaStatus::kErrorNotFound},
+        {"file://elsewhere/etc/hostname", MediaStatus::kErrorUnsupported},
+        {".", MediaStatus::kErrorUnsupported},
+        {"rtsp://127.0.0.1/x", MediaStatus::kErrorUnsupported},
+        {"clock:", MediaStatus::kErrorUnsupported},
+        {"clock:-3", MediaStatus::kErrorUnsupported},
+        {"clock:nan", MediaStatus::kErrorUnsupported},
+        {"clock:1e300", MediaStatus::kErrorUnsupported},
+    };
+    for (const auto& load : cases) {
+        LoadAndPlay(load.address);
+        EXPECT_EQ(mEngine.Update().status, load.status) << load.address;
+        EXPECT_EQ(mEngine.Update().duration, 0) << load.address;
+    }
+    LoadAndPlay("clock:1");
+    EXPECT_EQ(mEngine.Update().status, MediaStatus::kPlaying);
+}
+}  // namespace

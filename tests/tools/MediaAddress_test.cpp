@@ -1,0 +1,37 @@
+#include "tools/player/MediaAddress.h"
+
+#include <gtest/gtest.h>
+
+namespace {
+TEST(MediaAddress, TellsTheKindsApart)
+{
+    const struct
+    {
+        const char* text;
+        MediaAddress::Kind kind;
+        const char* path;
+    } cases[] = {
+        {"/media/a b.webm", MediaAddress::kFile, "/media/a b.webm"},
+        {"a.webm", MediaAddress::kFile, "a.webm"},
+        {"./12:30 news.ts", MediaAddress::kFile, "./12:30 news.ts"},
+        {"100%25.ts", MediaAddress::kFile, "100%25.ts"},  // a path is taken as it is
+        {"file:///media/a%20b%C3%A4.webm", MediaAddress::kFile, "/media/a b\xC3\xA4.webm"},
+        {"file://localhost/a", MediaAddress::kFile, "/a"},
+        {"file:///100%", MediaAddress::kFile, "/100%"},
+        {"file:///a%4", MediaAddress::kFile, "/a%4"},
+        {"file:///a%zz%2", MediaAddress::kFile, "/a%zz%2"},
+        {"file:///a%00b", MediaAddress::kFile, "/a%00b"},
+        {"file://", MediaAddress::kUnknown, ""},
+        {"file://host/a", MediaAddress::kUnknown, ""},
+        {"http://host/a", MediaAddress::kNetwork, ""},
+        {"https://host/a", MediaAddress::kNetwork, ""},
+        {"dvb://1.2.3", MediaAddress::kUnknown, ""},
+        {"", MediaAddress::kUnknown, ""},
+    };
+    for (const auto& address : cases) {
+        const MediaAddress parsed = MediaAddress::Parse(address.text);
+        EXPECT_EQ(parsed.kind, address.kind) << address.text;
+        EXPECT_EQ(parsed.path, address.path) << address.text;
+    }
+}
+}  // namespace

@@ -1,0 +1,29 @@
+"""Runs a command with a loopback network of its own, so that the fixed ports are free whatever else
+runs on the machine. Where that is not permitted, the command runs all the same."""
+
+import ctypes
+import fcntl
+import os
+import socket
+import struct
+import sys
+
+CLONE_NEWUSER = 0x10000000
+CLONE_NEWNET = 0x40000000
+SIOCSIFFLAGS = 0x8914
+IFF_UP = 1
+IFF_RUNNING = 64
+
+
+def enter_private_network():
+    libc = ctypes.CDLL(None)
+    if libc.unshare(CLONE_NEWNET) != 0 and libc.unshare(CLONE_NEWUSER | CLONE_NEWNET) != 0:
+        return
+    with socket.socket(socket.AF_INET, socket.SOCK_DGRAM) as control:
+        fcntl.ioctl(control, SIOCSIFFLAGS,
+                    struct.pack("16sH14x", b"lo", IFF_UP | IFF_RUNNING))
+
+
+if __name__ == "__main__":
+    enter_private_network()
+    os.execvp(sys.argv[1], sys.argv[1:])

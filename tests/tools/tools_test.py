@@ -1,0 +1,330 @@
+"""The player and the browser stand-in, end to end, with the clock engine.
+
+Usage: tools_test.py PROGRAMS [unittest's arguments]. The folder scripts/lib must be on the path.
+"""
+
+import json
+import os
+import pathlib
+import re
+import shlex
+import signal
+import socket
+import subprocess
+import sys
+import tempfile
+import termios
+import time
+import unittest
+
+from stand import Browser, Failure, Player
+
+PROGRAMS = pathlib.Path(sys.argv.pop(1)).resolve()
+
+
+class ToolsTest(unittest.TestCase):
+    def setUp(self):
+        self.directory = self.enterContext(tempfile.TemporaryDirectory())
+
+    def start_player(self, *options, **named):
+        return self.enterContext(Player(PROGRAMS, self.directory, *options, **named))
+
+    def start_browser(self, **named):
+        return self.enterContext(Browser(PROGRAMS, self.directory, **named))
+
+    def load(self, browser, address="clock:60"):
+        browser.ask("wait-player 10")
+        browser.tell(f"load {address}")
+        browser.until("loading", lambda status: status["duration"] > 0)
+        return browser.ask("wait-status paused 10")
+
+
+class Commands(ToolsTest):
+    """Each command's effect, as the status tells it."""
+
+    def setUp(self):
+        super().setUp()
+        self.player = self.start_player()
+        self.browser = self.start_browser()
+
+    def wait_for_volume(self, volume):
+        # The audible volume is the status value that the library only logs, ahead of the others.
+        def heard(_):
+            reports = re.findall(r"(\d+) -?\d+ -?\d+ -?\d+ -?\d+ inSeek", self.browser.log_text())
+            return int(reports[-1]) == volume
+        self.browser.until(f"volume {volume}", heard)
+
+    def test_load_play_pause_and_cancel(self):
+        loaded = self.load(self.browser, "clock:30")
+        self.assertEqual((loaded["position"], loaded["duration"], loaded["speed"]),
+                         (0, 30000, 100))
+        self.assertEqual((loaded["width"], loaded["height"]), (640, 360))
+        self.browser.tell("play")
+        self.browser.ask("wait-status playing 5")
+        self.browser.ask("wait-position 500 5")
+        self.browser.tell("pause")
+        paused = self.browser.ask("wait-status paused 5")
+        self.browser.tell("wait 0.6")
+        self.assertEqual(self.browser.status()["position"], paused["position"])
+        self.browser.tell("cancel-load")
+        idle = self.browser.ask("wait-status idle 5")
+        self.assertEqual((idle["position"], idle["duration"]), (0, 0))
+
+    def test_seek_tells_that_it_is_under_way_and_lands(self):
+        self.load(self.browser)
+        self.browser.tell("seek 12.5")
+        under_way = self.browser.until("in seek", lambda status: status["inSeek"])
+        self.assertEqual(under_way["position"], 12500)
+        landed = self.browser.until("the end of the seek", lambda status: not status["inSeek"])
+        self.assertEqual(landed["position"], 12500)
+        self.browser.tell("seek 1000")
+        self.browser.until("the end of the media", lambda status: status["position"] == 60000)
+
+    def test_rates(self):
+        self.load(self.browser)
+        self.browser.tell("seek 30", "play", "rate -2")
+        self.browser.until("speed -200", lambda status: status["speed"] == -200)
+        self.browser.ask("wait-position 29000 5")
+        self.browser.tell("rate 0")
+        still = self.browser.until("speed 0", lambda status: status["speed"] == 0)
+        self.assertEqual(still["state"], "playing")
+        self.browser.tell("wait 0.6")
+        self.assertEqual(self.browser.status()["position"], still["position"])
+        self.browser.tell("rate 16")
+        ended = self.browser.ask("wait-status ended 10")
+        self.assertEqual((ended["position"], ended["speed"]), (60000, 1600))
+        self.load(self.browser)
+        self.assertEqual(self.browser.status()["speed"], 100)
+
+    def test_volume_mute_and_size(self):
+        self.load(self.browser)
+        self.browser.tell("volume 0.4")
+        self.wait_for_volume(40)
+        self.browser.tell("mute on")
+        self.wait_for_volume(0)
+        self.browser.tell("mute off")
+        self.wait_for_volume(40)
+        self.browser.tell("size 800 450")
+        self.browser.status()  # the command before it has been answered by now
+        self.assertIn("setSize 800 450", self.player.log_text())
+
+    def test_a_missing_file_is_shown_and_the_next_one_plays(self):
+        self.browser.ask("wait-player 10")
+        self.browser.tell("load /nowhere/video.webm", "play")
+        missing = self.browser.ask("wait-status not-found 5")
+        self.assertEqual(missing["mediaStatus"], 100)
+        self.load(self.browser)
+        self.browser.tell("play")
+        self.browser.ask("wait-position 200 5")
+
+    def test_load_without_a_url_unloads(self):
+        self.load(self.browser)
+        self.browser.tell("load")
+        self.browser.ask("wait-status idle 5")
+
+
+class Recovery(ToolsTest):
+    def test_the_browser_tells_a_dead_player_and_goes_on_with_the_next(self):
+        player = self.start_player()
+        browser = self.start_browser()
+        self.load(browser)
+        browser.tell("volume 0.3", "seek 20", "rate 0.5", "play")
+        browser.until("playing", lambda status: status["position"] > 20000)
+        for name in ("second", "third"):
+            browser.events.clear()
+            player.kill()
+            browser.ask("wait-gone 10")
+            self.assertEqual(browser.events, ["player-gone"])
+            browser.tell("wait 0.7")  # it stays away for more than one attempt
+            self.assertFalse(browser.status()["player"])
+            player = self.start_player(name=name)
+            browser.ask("wait-player 10")
+            self.assertEqual(browser.events, ["player-gone", "player-found"])
+            back = browser.ask("wait-status playing 10")
+            self.assertGreater(back["position"], 20000)
+            self.assertEqual(back["speed"], 50)
+            self.assertIn("setVolume 30", player.log_text())
+        self.assertEqual(browser.quit(), 0)
+
+    def test_a_command_without_a_player_is_kept_for_it(self):
+        browser = self.start_browser()
+        browser.tell("load clock:10", "play", "wait 0.3")
+        self.assertFalse(browser.status()["player"])
+        self.start_player()
+        browser.ask("wait-player 10")
+        browser.ask("wait-position 200 5")
+
+    def test_browsers_come_and_go_while_the_player_plays_on(self):
+        player = self.start_player()
+        first = self.start_browser(name="first")
+        self.load(first)
+        first.tell("play")
+        last = first.ask("wait-position 200 5")["position"]
+        first.kill()
+        for name in ("second", "third", "fourth"):
+            browser = self.start_browser(name=name)
+            seen = browser.ask("wait-status playing 10")
+            self.assertGreater(seen["position"], last)
+            last = seen["position"]
+            browser.tell("volume 0.5")  # so that the player has a connection to lose, too
+            self.assertEqual(browser.quit(), 0)
+        self.assertEqual(player.end(), 0)
+
+
+class Endings(ToolsTest):
+    def run_program(self, name, *arguments, **named):
+        return subprocess.run([PROGRAMS / name, *arguments], cwd=self.directory, timeout=60,
+                              capture_output=True, text=True, check=False, **named)
+
+    def wait_until_listening(self, player):
+        end = time.monotonic() + 20
+        while "engine listens" not in player.log_text():
+            self.assertLess(time.monotonic(), end)
+            time.sleep(0.01)
+
+    def test_signals_end_the_player_cleanly(self):
+        for how in (signal.SIGTERM, signal.SIGINT):
+            for with_browser in (False, True):
+                name = f"{how.name}{with_browser}"
+                player = self.start_player(name=name)
+                self.wait_until_listening(player)
+                if with_browser:
+                    with Browser(PROGRAMS, self.directory) as browser:
+                        self.load(browser)
+                        browser.tell("play")
+                        browser.ask("wait-position 1 5")
+                        self.assertEqual(player.end(how), 0)
+                else:
+                    self.assertEqual(player.end(how), 0)
+
+    def test_a_wrong_command_line_is_a_usage_error(self):
+        for name, *arguments in (
+                ("player", "--engine", "magic"), ("player", "--listen", "nobody"),
+                ("player", "--listen-port", "0"), ("player", "--browser-port", "65536"),
+                ("player", "surplus"), ("browser", "--script", "missing file"),
+                ("browser", "--exec", "play", "--script", "x"), ("browser", "--log", "no/where")):
+            done = self.run_program(name, *arguments)
+            self.assertEqual(done.returncode, 2, (name, arguments, done))
+            self.assertNotEqual(done.stderr, "")
+        bad_address = self.run_program("player", env={**os.environ, "HBB_SYSTEM_IP": "x"})
+        self.assertEqual(bad_address.returncode, 2)
+
+    def test_help_names_every_exit_status(self):
+        for name in ("player", "browser"):
+            done = self.run_program(name, "--help")
+            self.assertEqual(done.returncode, 0)
+            self.assertIn("Exit status: 0", done.stdout)
+
+    def test_a_taken_port_is_told(self):
+        with socket.socket() as other:
+            other.bind(("127.0.0.1", 0))
+            other.listen(1)
+            done = self.run_program("player", "--engine", "clock", "--listen-port",
+                                    str(other.getsockname()[1]))
+        self.assertEqual(done.returncode, 1)
+        self.assertIn("Can not listen", done.stderr)
+
+    def test_scripts_of_the_browser(self):
+        self.start_player()
+        script = pathlib.Path(self.directory) / "script"
+        script.write_text("# a comment\n\nwait-player 10\nload clock:1\nplay\n"
+                          "wait-status ended 20\nquit\nbogus-never-reached 1 2\n".replace(
+                              "bogus-never-reached 1 2", "status"))
+        done = self.run_program("browser", "--script", "script")
+        self.assertEqual(done.returncode, 0, done)
+        lines = [json.loads(line) for line in done.stdout.splitlines()]
+        self.assertEqual([line["event"] for line in lines], ["player-found", "status", "status"])
+        self.assertEqual((lines[-1]["state"], lines[-1]["position"]), ("ended", 1000))
+
+        timed_out = self.run_program("browser", "--exec", "wait-status buffering 0.2; status")
+        self.assertEqual(timed_out.returncode, 1)
+        self.assertEqual(json.loads(timed_out.stdout.splitlines()[-1])["event"], "timeout")
+
+    def test_a_wrong_command_stops_a_script_before_it_begins(self):
+        for wrong in ("jump 3", "seek", "seek fast", "seek 1 2", "seek nan", "mute maybe",
+                      "size 1", "wait-status playing", "play now"):
+            done = self.run_program("browser", "--exec", f"status; {wrong}")
+            self.assertEqual(done.returncode, 2, wrong)
+            events = [json.loads(line)["event"] for line in done.stdout.splitlines()]
+            self.assertEqual(events, ["error"], wrong)
+
+    def test_a_library_that_can_not_be_used_is_told(self):
+        for library in ("missing.so", "libc.so.6"):
+            done = self.run_program("browser", "--library", library, "--exec", "status")
+            self.assertEqual(done.returncode, 3)
+            self.assertNotEqual(done.stderr, "")
+
+    def test_the_c_example_plays_to_the_end(self):
+        self.wait_until_listening(self.start_player())
+        self.assertEqual(self.run_program("example_browser", "clock:1").returncode, 0)
+        self.assertEqual(self.run_program("example_browser", "/nowhere").returncode, 1)
+        self.assertEqual(self.run_program("example_browser").returncode, 2)
+
+
+class Screen(ToolsTest):
+    """The live screen, in a terminal of tmux that the test looks at."""
+
+    def setUp(self):
+        super().setUp()
+        self.player = self.start_player()
+        self.addCleanup(self.tmux, "kill-server")
+        self.open_screen()
+
+    def open_screen(self):
+        browser = shlex.quote(str(PROGRAMS / "browser"))
+        command = f"read go; sh -c 'echo $$ >pid; exec {browser} clock:60'; echo status=$?; read go"
+        self.tmux("new-session", "-d", "-x", "80", "-y", "24", command)
+        self.tty = self.enterContext(open(self.tmux("display", "-p", "#{pane_tty}").strip(), "rb"))
+        self.settings = termios.tcgetattr(self.tty)
+        self.press("Enter")
+        self.wait_for("playing")
+        self.assertNotEqual(termios.tcgetattr(self.tty), self.settings)
+
+    def tmux(self, *arguments):
+        return subprocess.run(["tmux", "-S", "terminal", "-f", "/dev/null", *arguments], check=True,
+                              cwd=self.directory, capture_output=True, text=True).stdout
+
+    def press(self, *keys):
+        self.tmux("send-keys", *keys)
+
+    def wait_for(self, text):
+        end = time.monotonic() + 20
+        while text not in (shown := self.tmux("capture-pane", "-p")):
+            self.assertLess(time.monotonic(), end, f"no {text} in\n{shown}")
+            time.sleep(0.02)
+
+    def wait_for_the_end(self, status):
+        self.wait_for(f"status={status}")
+        self.assertEqual(termios.tcgetattr(self.tty), self.settings)
+
+    def test_keys_drive_the_video(self):
+        for keys, shown in ((["Space"], "paused"), (["+"], "rate 1.25"), (["1"], "rate 1.00"),
+                            (["Right"], "0:1"), (["m"], "muted"), (["Down"], "volume 90 %"),
+                            (["s"], "window 640 x 360"), (["c"], "idle"),
+                            (["l", "/nowhere", "Enter"], "not-found")):
+            self.press(*keys)
+            self.wait_for(shown)
+        self.press("q")
+        self.wait_for_the_end(0)
+
+    def test_a_dead_player_is_told_and_the_next_one_found(self):
+        self.player.kill()
+        self.wait_for("The player has gone")
+        self.start_player(name="second")
+        self.wait_for("The player is there")
+        self.wait_for("playing")
+        self.press("q")
+        self.wait_for_the_end(0)
+
+    def test_signals_and_a_crash_restore_the_terminal(self):
+        for how, status in ((signal.SIGTERM, 0), (signal.SIGINT, 0), (signal.SIGHUP, 0),
+                            (signal.SIGABRT, 128 + signal.SIGABRT)):
+            with self.subTest(how):
+                os.kill(int((pathlib.Path(self.directory) / "pid").read_text()), how)
+                self.wait_for_the_end(status)
+                self.tmux("kill-session")
+                self.open_screen()
+
+
+if __name__ == "__main__":
+    unittest.main()

@@ -1,0 +1,20 @@
+// What the library answers about the player, in one record.
+#ifndef TOOLS_BROWSER_STATUS_H
+#define TOOLS_BROWSER_STATUS_H
+
+#include "tools/player/MediaStatus.h"
+
+struct Status
+{
+    int position = 0;  // milliseconds
+    int duration = 0;
+    int speed = 0;  // hundredths
+    MediaStatus media = MediaStatus::kUnknown;
+    bool inSeek = false;
+    unsigned long long totalBytes = 0;
+    unsigned long long currentOffset = 0;
+    int width = 0;  // pixels
+    int height = 0;
+};
+
+#endif  // TOOLS_BROWSER_STATUS_H

@@ -1,0 +1,109 @@
+// The browser stand-in. One thread, beside the library's own.
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <csignal>
+#include <cstdio>
+#include <cstring>
+#include <fstream>
+#include <iterator>
+
+#include "tools/browser/Options.h"
+#include "tools/browser/Screen.h"
+#include "tools/browser/ScriptRunner.h"
+#include "tools/browser/Session.h"
+#include "tools/browser/Terminal.h"
+#include "tools/browser/VideoLibrary.h"
+
+namespace {
+bool WantsScreen(const Options& options)
+{
+    return options.script.empty() && options.exec.empty() && isatty(STDIN_FILENO) == 1 &&
+           isatty(STDOUT_FILENO) == 1;
+}
+
+// A log on the terminal would run through the screen.
+bool RedirectLog(const Options& options)
+{
+    const bool hide = options.log.empty() && WantsScreen(options) && isatty(STDERR_FILENO) == 1;
+    const char* const path = hide ? "/dev/null" : options.log.c_str();
+    if (*path == '\0') {
+        return true;
+    }
+    const int file = open(path, O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC, 0644);
+    if (file < 0) {
+        std::fprintf(stderr, "%s: %s\n", path, std::strerror(errno));
+        return false;
+    }
+    dup2(file, STDERR_FILENO);
+    close(file);
+    return true;
+}
+
+bool ReadScript(const std::string& path, std::string& text)
+{
+    std::ifstream file(path, std::ios::binary);
+    text.assign(std::istreambuf_iterator<char>(file), {});
+    if (!file.is_open() || file.bad()) {
+        std::fprintf(stderr, "%s: %s\n", path.c_str(), std::strerror(errno));
+        return false;
+    }
+    return true;
+}
+
+int RunScript(const Options& options, Session& session)
+{
+    ScriptRunner runner(session);
+    if (!options.exec.empty()) {
+        return runner.RunAll(options.exec);
+    }
+    if (options.script.empty() || options.script == "-") {
+        return runner.RunFrom(STDIN_FILENO);
+    }
+    std::string text;
+    return ReadScript(options.script, text) ? runner.RunAll(SplitCommands(text)) : kExitUsage;
+}
+
+int RunScreen(Session& session)
+{
+    const Terminal terminal;
+    if (!terminal.IsOpen()) {
+        std::fprintf(stderr, "This terminal can not be a screen: check TERM, or use --exec\n");
+        return kExitUsage;
+    }
+    Screen(session).Run();
+    return 0;
+}
+
+int Run(const Options& options)
+{
+    std::signal(SIGPIPE, SIG_IGN);
+    if (!RedirectLog(options)) {
+        return kExitUsage;
+    }
+    VideoLibrary library;
+    std::string reason;
+    if (!library.Open(options.library, reason)) {
+        std::fprintf(stderr, "%s\n", reason.c_str());
+        return kExitNoLibrary;
+    }
+    Session session(library);
+    if (!session.Start()) {
+        std::fprintf(stderr, "The library gives no access to its channel\n");
+        return kExitNoLibrary;
+    }
+    if (!options.url.empty()) {
+        session.Load(options.url);
+        session.Play();
+    }
+    return WantsScreen(options) ? RunScreen(session) : RunScript(options, session);
+}
+}  // namespace
+
+int main(int argc, char** argv)
+{
+    Options options;
+    int exitStatus = 0;
+    return ParseOptions(argc, argv, options, exitStatus) ? Run(options) : exitStatus;
+}

@@ -1,0 +1,16 @@
+// The browser's nine commands as methods of the channel. A request whose arguments are missing or
+// of another type is refused with a log line; a value that no engine could follow is moved to the
+// nearest one that it can. The answer is always an empty reply.
+//
+// "load" with the null string, which arrives as the integer 0, or with "" unloads.
+#ifndef TOOLS_PLAYER_COMMANDS_H
+#define TOOLS_PLAYER_COMMANDS_H
+
+class IPCChannel;
+class Player;
+
+// Handlers are plain functions, so there is one player per process, which must outlive the serving
+// of the channel.
+void RegisterCommands(IPCChannel& channel, Player& player);
+
+#endif  // TOOLS_PLAYER_COMMANDS_H

@@ -1,0 +1,81 @@
+#include "tools/player/Options.h"
+
+#include <CLI/CLI.hpp>
+#include <vector>
+
+namespace {
+constexpr const char* kDescription =
+    "The reference player: takes the commands of a browser that uses libhtml5_video and reports\n"
+    "its state back. Ends cleanly on SIGTERM and SIGINT.";
+
+constexpr const char* kFooter =
+    "What a browser may load: a file path, a file:// or http(s):// address; with the clock engine\n"
+    "also clock:SECONDS, a video of that length.\n"
+    "\n"
+    "Exit status: 0 ended by a signal, 1 could not start (the port is taken),\n"
+    "2 wrong usage.";
+
+const std::vector<std::string> kEngines = {
+#ifdef PLAYER_HAS_GSTREAMER
+    "gstreamer",
+#endif
+    "clock"};
+
+void AddConnection(CLI::App& app, Options& options)
+{
+    const CLI::Range ports(1, 65535);
+    app.add_option("--listen", options.listenAddress, "IPv4 address that takes the commands")
+        ->envname("HBB_SYSTEM_IP")
+        ->check(CLI::ValidIPV4)
+        ->capture_default_str();
+    app.add_option("--listen-port", options.listenPort, "Its port")
+        ->check(ports)
+        ->capture_default_str();
+    app.add_option("--browser", options.browserAddress, "IPv4 address of the browser")
+        ->envname("HBB_BROWSER_IP")
+        ->check(CLI::ValidIPV4)
+        ->capture_default_str();
+    app.add_option("--browser-port", options.browserPort, "Port of the browser")
+        ->check(ports)
+        ->capture_default_str();
+}
+
+void AddClock(CLI::App& app, ClockEngine::Settings& clock)
+{
+    app.add_option("--clock-duration", clock.duration,
+                   "Clock engine: length of a file in milliseconds")
+        ->check(CLI::Range(1, 1000000000))
+        ->capture_default_str();
+    const CLI::Range delays(0, 60000);
+    app.add_option("--clock-load-time", clock.loadTime,
+                   "Clock engine: milliseconds that loading takes")
+        ->check(delays)
+        ->capture_default_str();
+    app.add_option("--clock-seek-time", clock.seekTime,
+                   "Clock engine: milliseconds that a seek takes")
+        ->check(delays)
+        ->capture_default_str();
+}
+}  // namespace
+
+bool ParseOptions(int argc, const char* const* argv, Options& options, int& exitStatus)
+{
+    CLI::App app(kDescription);
+    app.footer(kFooter);
+    options.engine = kEngines.front();
+    app.add_option("--engine", options.engine, "What plays the media")
+        ->check(CLI::IsMember(kEngines))
+        ->capture_default_str();
+    app.add_flag("--headless", options.headless,
+                 "GStreamer engine: no window and no sound; also without a display");
+    AddConnection(app, options);
+    AddClock(app, options.clock);
+    app.add_flag("-v,--verbose", options.verbose, "Log what the library does, too");
+    try {
+        app.parse(argc, argv);
+    } catch (const CLI::ParseError& error) {
+        exitStatus = app.exit(error) == 0 ? kExitEnded : kExitUsage;
+        return false;
+    }
+    return true;
+}

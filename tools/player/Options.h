@@ -1,0 +1,30 @@
+// The player's command line.
+#ifndef TOOLS_PLAYER_OPTIONS_H
+#define TOOLS_PLAYER_OPTIONS_H
+
+#include <string>
+
+#include "tools/player/ClockEngine.h"
+
+struct Options
+{
+    std::string engine;
+    bool headless = false;
+    std::string listenAddress = "127.0.0.1";
+    int listenPort = 56911;
+    std::string browserAddress = "127.0.0.1";
+    int browserPort = 56910;
+    bool verbose = false;
+    ClockEngine::Settings clock;
+};
+
+// Exit statuses, as --help lists them.
+constexpr int kExitEnded = 0;
+constexpr int kExitFailed = 1;
+constexpr int kExitUsage = 2;
+
+// False, with the status to exit with, when there is nothing to run: help was asked for, or the
+// command line is wrong.
+bool ParseOptions(int argc, const char* const* argv, Options& options, int& exitStatus);
+
+#endif  // TOOLS_PLAYER_OPTIONS_H

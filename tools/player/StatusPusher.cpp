@@ -1,0 +1,151 @@
+#include "tools/player/StatusPusher.h"
+
+#include <algorithm>
+#include <limits>
+
+#include "tools/player/PlayerLog.h"
+#include "util/ipc/IPCParam.h"
+#include "util/ipc/IPCSocketChannel.h"
+
+namespace {
+int Milliseconds(std::int64_t value)
+{
+    return static_cast<int>(std::clamp<std::int64_t>(value, 0, std::numeric_limits<int>::max()));
+}
+
+int High(std::uint64_t value)
+{
+    return static_cast<int>(static_cast<std::uint32_t>(value >> 32));
+}
+
+int Low(std::uint64_t value)
+{
+    return static_cast<int>(static_cast<std::uint32_t>(value));
+}
+
+// The browser goes by the order; the names are for people who read the bytes.
+void Fill(IPCParam& request, const PlaybackState& state)
+{
+    request.Add("playTime", Milliseconds(state.position));
+    request.Add("endTime", Milliseconds(state.duration));
+    request.Add("speed", state.speed);
+    request.Add("volume", state.volume);
+    request.Add("mediaStatus", static_cast<int>(state.status));
+    request.Add("width", state.width);
+    request.Add("height", state.height);
+    request.Add("inSeek", state.inSeek ? 1 : 0);
+    request.Add("totalHigh", High(state.totalBytes));
+    request.Add("totalLow", Low(state.totalBytes));
+    request.Add("offsetHigh", High(state.currentOffset));
+    request.Add("offsetLow", Low(state.currentOffset));
+}
+}  // namespace
+
+StatusPusher::StatusPusher(IPCSocketChannel& channel)
+    : mChannel(channel), mReached(false), mStop(false)
+{
+    mChannel.SetReplyTimeout(static_cast<int>(kAnswer.count()));
+}
+
+StatusPusher::~StatusPusher()
+{
+    Stop();
+}
+
+void StatusPusher::Start()
+{
+    mThread = std::thread([this] { Run(); });
+}
+
+void StatusPusher::Stop()
+{
+    if (!mThread.joinable()) {
+        return;
+    }
+    {
+        const std::lock_guard<std::mutex> hold(mMutex);
+        mStop = true;
+    }
+    mNews.notify_one();
+    mChannel.Reopen();  // ends a push that waits for its answer
+    mThread.join();
+}
+
+void StatusPusher::Update(const PlaybackState& state)
+{
+    {
+        const std::lock_guard<std::mutex> hold(mMutex);
+        mLatest = state;
+        if (!IsUrgent()) {
+            return;
+        }
+    }
+    mNews.notify_one();
+}
+
+// Under mMutex. While playing, the position alone can wait for its turn.
+bool StatusPusher::IsUrgent() const
+{
+    return mLatest.status == MediaStatus::kPlaying ? !SameButProgress(mLatest, mPushed)
+                                                   : !(mLatest == mPushed);
+}
+
+// Under mMutex.
+StatusPusher::Time StatusPusher::NextPush() const
+{
+    if (!mReached) {
+        return mPushedAt + kRetry;
+    }
+    return mPushedAt + (mLatest == mPushed ? kHeartbeat : kProgress);
+}
+
+void StatusPusher::Run()
+{
+    PlaybackState state;
+    while (WaitForPush(state)) {
+        Report(Push(state));
+    }
+}
+
+// Waits until a state is to be pushed; false when the thread is to end. Meanwhile a channel whose
+// browser has left is made ready for the next one.
+bool StatusPusher::WaitForPush(PlaybackState& state)
+{
+    std::unique_lock<std::mutex> lock(mMutex);
+    while (!mStop) {
+        if (!mChannel.IsRunning()) {
+            PLAYER_INFO("Waiting for the browser's commands");
+            mChannel.Start();
+        }
+        const Time now = std::chrono::steady_clock::now();
+        if (IsUrgent() || now >= NextPush()) {
+            state = mLatest;
+            mPushed = mLatest;
+            mPushedAt = now;
+            return true;
+        }
+        mNews.wait_until(lock, std::min(NextPush(), now + kProgress));
+    }
+    return false;
+}
+
+bool StatusPusher::Push(const PlaybackState& state)
+{
+    IPCParam request;
+    IPCParam reply;
+    Fill(request, state);
+    if (mChannel.Call("SetStatus", &request, &reply) == 0) {
+        return true;
+    }
+    mChannel.Reopen();
+    return false;
+}
+
+void StatusPusher::Report(bool reached)
+{
+    const std::lock_guard<std::mutex> hold(mMutex);
+    if (reached != mReached && !mStop) {
+        PLAYER_INFO("%s", reached ? "The browser takes the state" : "The browser has gone");
+    }
+    mReached = reached;
+}

@@ -1,0 +1,67 @@
+// Tells the browser the player's state, from one thread, and keeps the channel alive: a browser
+// may be absent, come late, go and come back.
+//
+// A change is pushed at once, the progress of a playback every kProgress, and a state that does
+// not change every kHeartbeat, so that a browser which has just come learns it. Each push waits
+// for the browser's answer, at most kAnswer: only so a browser that has gone is noticed with the
+// first push, and the state that it missed is sent again to the next one. When pushes come faster
+// than the browser answers, the newest state goes out and those in between are left out.
+#ifndef TOOLS_PLAYER_STATUSPUSHER_H
+#define TOOLS_PLAYER_STATUSPUSHER_H
+
+#include <chrono>
+#include <condition_variable>
+#include <mutex>
+#include <thread>
+
+#include "tools/player/PlaybackState.h"
+
+class IPCSocketChannel;
+
+class StatusPusher
+{
+public:
+    static constexpr std::chrono::milliseconds kProgress{250};
+    static constexpr std::chrono::milliseconds kHeartbeat{1000};
+    static constexpr std::chrono::milliseconds kRetry{250};
+    static constexpr std::chrono::milliseconds kAnswer{2000};
+
+    // The channel must outlive this.
+    explicit StatusPusher(IPCSocketChannel& channel);
+    StatusPusher(const StatusPusher&) = delete;
+    StatusPusher& operator=(const StatusPusher&) = delete;
+    ~StatusPusher();
+
+    // REQUIRES: the channel is started, and Start was not called before.
+    void Start();
+
+    // Ends the thread, also when it waits for an answer. The channel is left as it is.
+    void Stop();
+
+    // The state to tell. From any thread and at any time; does not wait.
+    void Update(const PlaybackState& state);
+
+private:
+    using Time = std::chrono::steady_clock::time_point;
+
+    void Run();
+    bool WaitForPush(PlaybackState& state);
+    bool IsUrgent() const;
+    Time NextPush() const;
+    bool Push(const PlaybackState& state);
+    void Report(bool reached);
+
+    IPCSocketChannel& mChannel;
+
+    std::mutex mMutex;
+    std::condition_variable mNews;
+    PlaybackState mLatest;  // under mMutex, as all of these
+    PlaybackState mPushed;  // what the browser knows, or was tried to tell
+    Time mPushedAt;
+    bool mReached;  // the last push was answered
+    bool mStop;
+
+    std::thread mThread;
+};
+
+#endif  // TOOLS_PLAYER_STATUSPUSHER_H
