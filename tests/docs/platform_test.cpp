@@ -1,0 +1,62 @@
+// docs/platform.md against the source of its snippets, and that source against the library.
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <string>
+#include <vector>
+
+#include "tests/support/command.h"
+#include "tests/support/support.h"
+
+namespace {
+using testing::HasSubstr;
+
+const std::string kPage = TEST_SOURCE_DIR "/docs/platform.md";
+const std::string kSource = TEST_SOURCE_DIR "/docs/snippets/platform.cpp";
+const std::string kProgram = TEST_BINARY_DIR "/docs/platform_snippets";
+
+// The page's blocks in that language.
+std::vector<std::string> Blocks(const std::string& page, const std::string& language)
+{
+    std::vector<std::string> blocks;
+    const std::string fence = "```" + language + "\n";
+    for (std::size_t at = page.find(fence); at != std::string::npos; at = page.find(fence, at)) {
+        at += fence.size();
+        blocks.push_back(page.substr(at, page.find("```", at) - at));
+    }
+    return blocks;
+}
+
+TEST(PlatformPage, EverySnippetStandsInTheCompiledSource)
+{
+    const std::string source = test::ReadFile(kSource);
+    const std::vector<std::string> blocks = Blocks(test::ReadFile(kPage), "cpp");
+    EXPECT_GE(blocks.size(), 11U);
+    for (const std::string& block : blocks) {
+        EXPECT_NE(source.find(block), std::string::npos) << block;
+    }
+}
+
+TEST(PlatformPage, TheSnippetsDoWhatThePageSays)
+{
+    const std::vector<std::string> configuration = Blocks(test::ReadFile(kPage), "conf");
+    ASSERT_EQ(configuration.size(), 1U);
+    test::WriteFile("./logger.conf", configuration[0]);
+    int status = -1;
+    const std::string output = test::OutputOf(kProgram, &status);
+    EXPECT_EQ(status, 0);
+    for (const char* text :
+         {"mode=2\nkmsg=0\nserverip=192.168.1.20\nport=7272\noutpath=./platform.log\n",
+          "tuning to 474000\n", "watcher has one\n", "took 5\nthen -1\n", " disks and partitions\n",
+          "recordings/\nlogger.conf\nplatform.log\nscan.out\n", "film.ts in /mnt/usb, on usb\n",
+          " MiB free\n", "a9993e364706816aba3e25717850c26c9cd0d89d\n", "section is intact\n"}) {
+        EXPECT_THAT(output, HasSubstr(text));
+    }
+    EXPECT_THAT(test::ReadFile("./scan.out"), testing::StartsWith("scanned\n"));
+    const std::string log = test::ReadFile("./platform.log");
+    EXPECT_THAT(log, HasSubstr("[LOG]: tuned to 474000 -> LogSomething in (/platform.cpp "));
+    EXPECT_THAT(log, HasSubstr("] Thread[watcher] Priority = 0, Status = 1, IsRunning = 1"));
+    EXPECT_THAT(log, HasSubstr("signal is weak"));
+    EXPECT_EQ(test::Count(log, "not printed"), 0);
+}
+}  // namespace

@@ -1,0 +1,97 @@
+// The program as a user runs it.
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <sys/statvfs.h>
+#include <sys/wait.h>
+
+#include <nlohmann/json.hpp>
+#include <string>
+
+#include "tests/support/command.h"
+#include "tests/support/support.h"
+#include "util/os_linux/PartitionParser.h"
+
+namespace {
+using nlohmann::json;
+using testing::HasSubstr;
+
+// The program's answer and its exit status.
+struct Answer
+{
+    explicit Answer(const std::string& arguments)
+    {
+        int status = -1;
+        text = test::OutputOf(TEST_BINARY_DIR "/bin/boxinfo " + arguments, &status);
+        code = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+    }
+
+    std::string text;
+    int code;
+};
+
+TEST(Boxinfo, TellsTheFactsOfThisMachine)
+{
+    test::WriteFile("./film", std::string(200000, 'f'));
+    const std::string self = test::ReadFile("/proc/self/cmdline").c_str();  // up to its first NUL
+    const Answer answer("--json -p -s / -r '" + self + "' -c ./film");
+    ASSERT_EQ(answer.code, 0) << answer.text;
+    const json facts = json::parse(answer.text);  // nothing but the object was written
+
+    PartitionParser parser;
+    parser.Parse(false);
+    ASSERT_EQ(facts["partitions"].size(), static_cast<std::size_t>(parser.mCount));
+    for (std::size_t index = 0; index < facts["partitions"].size(); ++index) {
+        EXPECT_EQ(facts["partitions"][index]["name"], parser.mPartitions[index].mName);
+    }
+    struct statvfs root = {};
+    ASSERT_EQ(statvfs("/", &root), 0);
+    EXPECT_EQ(facts["fileSystems"][0]["totalBytes"], root.f_bsize * root.f_blocks);
+    EXPECT_EQ(facts["processes"][0]["running"], true);
+    const std::string expected = test::OutputOf("sha1sum ./film");
+    EXPECT_EQ(facts["checksums"][0]["sha1"], expected.substr(0, 40));
+    EXPECT_EQ(facts["checksums"][0]["crc32Mpeg2"].get<std::string>().size(), 8U);
+    EXPECT_EQ(facts["mounts"], json::array());
+}
+
+TEST(Boxinfo, KnowsTheCheckValueOfItsCrc)
+{
+    test::WriteFile("./check", "123456789");
+    EXPECT_THAT(Answer("-c ./check").text,
+                HasSubstr("sha1 f7c3bc1d808e04732adf679965ccc34ca7ae3441  crc32/mpeg2 0376e6e7"));
+}
+
+TEST(Boxinfo, WhatIsMissingIsShownAndEndsWith1)
+{
+    for (const char* question :
+         {"-s ./absent", "-c ./absent", "-c .", "-m /dev/absent", "-r /absent/program"}) {
+        EXPECT_EQ(Answer(question).code, 1) << question;
+        const Answer asJson(std::string("--json ") + question);
+        EXPECT_EQ(asJson.code, 1) << question;
+        EXPECT_TRUE(json::accept(asJson.text)) << question;
+    }
+    EXPECT_THAT(Answer("-c ./absent").text, HasSubstr("cannot be read"));
+    EXPECT_EQ(Answer("-p >/dev/full").code, 1) << "an answer that cannot be written";
+}
+
+TEST(Boxinfo, AnswersWithoutQuestionsAndExplainsItself)
+{
+    const Answer usual("");
+    EXPECT_THAT(usual.text, HasSubstr("Partitions\n"));
+    const Answer help("--help");
+    EXPECT_EQ(help.code, 0);
+    for (const char* word :
+         {"--partitions", "--mounts", "--skip-hd", "--mount DEVICE", "--space PATH",
+          "--process COMMAND", "--checksum FILE", "--json", "--log", "Exit status", "Examples"}) {
+        EXPECT_THAT(help.text, HasSubstr(word));
+    }
+    EXPECT_EQ(Answer("--nonsense 2>/dev/null").code, 2);
+}
+
+TEST(Boxinfo, SurvivesNamesThatAreNoText)
+{
+    test::WriteFile("./\xff\xfe", "x");
+    const Answer answer("--json -c ./*");
+    EXPECT_EQ(answer.code, 0);
+    EXPECT_TRUE(json::accept(answer.text));
+}
+}  // namespace
