@@ -1,7 +1,7 @@
 #include "util/os_linux/FileDescriptor.h"
 
 #include <fcntl.h>
-#include <poll.h>
+#include <sys/eventfd.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -45,6 +45,11 @@ int AcceptSocket(int listener, sockaddr* peer, socklen_t* length)
         RestartInterrupted([=] { return accept4(listener, peer, length, SOCK_CLOEXEC); }));
 }
 
+int OpenEvent()
+{
+    return KeepAboveStandard(eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK));
+}
+
 ssize_t SendBytes(int socket, const void* data, std::size_t length, int flags)
 {
     return RestartInterrupted([=] { return send(socket, data, length, flags | MSG_NOSIGNAL); });
@@ -57,11 +62,16 @@ ssize_t WriteBytes(int descriptor, const void* data, std::size_t length)
 
 int WaitForEvents(int descriptor, short events, int milliseconds)
 {
+    pollfd entry = {descriptor, events, 0};
+    return WaitForAny(&entry, 1, milliseconds);
+}
+
+int WaitForAny(pollfd* entries, nfds_t count, int milliseconds)
+{
     const long long deadline = milliseconds < 0 ? 0 : MonotonicMilliseconds() + milliseconds;
     int left = milliseconds;
     for (;;) {
-        pollfd entry = {descriptor, events, 0};
-        const int result = poll(&entry, 1, left);
+        const int result = poll(entries, count, left);
         if (result >= 0 || errno != EINTR) {
             return result;
         }

@@ -4,7 +4,6 @@
 #include <fcntl.h>
 #include <poll.h>
 #include <pthread.h>
-#include <strings.h>
 #include <sys/un.h>
 #include <unistd.h>
 
@@ -15,6 +14,7 @@
 #include <cstring>
 #include <ctime>
 
+#include "util/os_linux/ConfigText.h"
 #include "util/os_linux/FileDescriptor.h"
 #include "util/os_linux/FixedText.h"
 #include "util/os_linux/Sleep.h"
@@ -40,7 +40,6 @@ enum Mode
 
 constexpr int kLoggerCount = 27;
 constexpr int kDefaultPort = 7272;
-constexpr std::size_t kConfigLine = 256;
 
 // Guards the creation of loggers; sLock cannot, since making the first one opens the output.
 StaticLock sCreationLock;
@@ -200,13 +199,6 @@ void OpenOutput(LogConfig& config, int mode)
             break;
     }
 }
-
-// When the line starts with the key, in any case, the rest of the line; else null.
-const char* ValueOf(const char* line, const char* key)
-{
-    const std::size_t length = std::strlen(key);
-    return strncasecmp(line, key, length) == 0 ? line + length : nullptr;
-}
 }  // namespace
 
 Logger* Logger::GetLogger(int index)
@@ -251,36 +243,22 @@ void Logger::Init()
 
 void Logger::LoadConfig()
 {
-    FILE* const file = std::fopen("./logger.conf", "re");
-    if (file == nullptr) {
-        std::printf("Can not open config file\n");
-        return;
-    }
-    char line[kConfigLine];
-    while (std::fgets(line, sizeof(line), file) != nullptr) {
-        if (std::strchr("#\r\n", line[0]) == nullptr) {
-            ParseConfig(line);
-        }
-    }
-    std::fclose(file);
+    ReadConfigFile("./logger.conf", [this](char* line) { ParseConfig(line); });
 }
 
 void Logger::ParseConfig(char* line)
 {
-    std::size_t length = std::strlen(line);
-    while (length > 1 && (line[length - 1] == '\n' || line[length - 1] == '\t')) {
-        line[--length] = '\0';
-    }
+    StripLineEnd(line);
     const StaticLockHold hold(sLock);
-    if (const char* value = ValueOf(line, "mode=")) {
+    if (const char* value = ConfigValueOf(line, "mode=")) {
         sLogConfig.mode = std::atoi(value);
-    } else if ((value = ValueOf(line, "kmsg=")) != nullptr) {
+    } else if ((value = ConfigValueOf(line, "kmsg=")) != nullptr) {
         sLogConfig.kmsg = std::atoi(value);
-    } else if ((value = ValueOf(line, "serverip=")) != nullptr) {
+    } else if ((value = ConfigValueOf(line, "serverip=")) != nullptr) {
         CopyText(sLogConfig.serverip, value);
-    } else if ((value = ValueOf(line, "port=")) != nullptr) {
+    } else if ((value = ConfigValueOf(line, "port=")) != nullptr) {
         sLogConfig.port = std::atoi(value);
-    } else if ((value = ValueOf(line, "outpath=")) != nullptr) {
+    } else if ((value = ConfigValueOf(line, "outpath=")) != nullptr) {
         CopyText(sLogConfig.outpath, value);
     }
 }

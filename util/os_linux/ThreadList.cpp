@@ -5,6 +5,7 @@
 #include "util/os_linux/ModuleLog.h"
 #include "util/os_linux/Singleton.h"
 #include "util/os_linux/Thread.h"
+#include "util/os_linux/ThreadListCmdClient.h"
 
 static Logger* const _logger = Logger::GetLogger(1);
 
@@ -16,8 +17,15 @@ ThreadList* ThreadList::GetInstance()
     return GetOrMake(sThreadList, sLock, [] { return new ThreadList; });
 }
 
-ThreadList::ThreadList() = default;
-ThreadList::~ThreadList() = default;
+ThreadList::ThreadList() : mCmdClient(std::make_unique<ThreadListCmdClient>(this))
+{
+    mCmdClient->Register("thread_show", "thread_show : show all threads");
+}
+
+ThreadList::~ThreadList()
+{
+    CmdListMgr::GetInstance()->UnregisterCommand("thread_show", mCmdClient.get());
+}
 
 void ThreadList::AddThread(Thread* thread)
 {

@@ -4,12 +4,14 @@
 #define UTIL_OS_LINUX_THREADLIST_H
 
 #include <atomic>
+#include <memory>
 
 #include "util/Export.h"
 #include "util/container/Vector.h"
 #include "util/os_linux/StaticLock.h"
 
 class Thread;
+class ThreadListCmdClient;
 
 class HTML5_VIDEO_API ThreadList
 {
@@ -17,6 +19,7 @@ public:
     // The one instance, made on first use and never destroyed.
     static ThreadList* GetInstance();
 
+    // Registers the console command "thread_show" for this registry.
     ThreadList();
     ThreadList(const ThreadList&) = delete;
     ThreadList& operator=(const ThreadList&) = delete;
@@ -38,6 +41,8 @@ public:
 
 private:
     static std::atomic<ThreadList*> sThreadList;
+
+    const std::unique_ptr<ThreadListCmdClient> mCmdClient;
 
     StaticLock mLock;
     tavi::Vector<Thread*> mThreads TAVI_GUARDED_BY(mLock);

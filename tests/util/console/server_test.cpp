@@ -1,0 +1,463 @@
+// The console's server: its life, its settings, its clients, good and hostile.
+#include <gtest/gtest.h>
+
+#include <fcntl.h>
+#include <netinet/in.h>
+#include <sys/socket.h>
+#include <unistd.h>
+
+#include <array>
+#include <atomic>
+#include <chrono>
+#include <memory>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "tests/support/support.h"
+#include "tests/util/console/ConsoleClient.h"
+#include "util/console/CmdMgr.h"
+#include "util/os_linux/Logger.h"
+
+namespace {
+using test::ConsoleClient;
+using test::Frame;
+using test::RunningConsole;
+
+CmdMgr& Console()
+{
+    return *CmdMgr::GetInstance(0);
+}
+
+bool IsListening(int port)
+{
+    return ConsoleClient(port).IsConnected();
+}
+
+// Runs the console's loop on a thread of the test's own, to see it end.
+class Loop
+{
+public:
+    Loop()
+        : mThread([this] {
+              CmdMgr::ThreadLoop(&Console());
+              mEnded = true;
+          })
+    {}
+    ~Loop()
+    {
+        Console().Stop();
+        mThread.join();
+    }
+    bool Ends() const
+    {
+        return test::WaitUntil([this] { return mEnded.load(); });
+    }
+
+private:
+    std::atomic<bool> mEnded{false};
+    std::thread mThread;
+};
+
+TEST(CmdMgr, AnswersEveryLineWithOnePrompt)
+{
+    RunningConsole console;
+    ConsoleClient client(console.Port());
+    ASSERT_TRUE(client.Start());
+    for (const char* line : {"", "  ", "# comment", "INT n 3", "unknown", "PRINT", "END",
+                             "x =", "FILE none", "BREAK", "PRINT n\n"}) {
+        EXPECT_TRUE(client.Run(line)) << line;
+    }
+    // A block is one statement: its one prompt follows its END.
+    EXPECT_TRUE(client.Send(Frame("FOR 1 2 1")));
+    EXPECT_TRUE(client.Send(Frame("PRINT \"in block\"")));
+    EXPECT_FALSE(client.HasInput(50));
+    EXPECT_TRUE(client.Run("END"));
+    EXPECT_TRUE(client.Run(std::string(1023, 'x')));
+    EXPECT_FALSE(client.HasInput(50)) << "nothing but prompts is ever sent";
+    EXPECT_TRUE(client.Send(Frame("quit")));
+    EXPECT_TRUE(client.ReadToEnd());
+    EXPECT_EQ(console.Output(), "3\nin block\nin block\n");
+}
+
+TEST(CmdMgr, StopsAndStartsAgain)
+{
+    RunningConsole console;
+    ConsoleClient waiting(console.Port());
+    ASSERT_TRUE(waiting.Start());
+    EXPECT_EQ(Console().Start(), -1) << "it runs already";
+    for (const char* line : {"", "SLEEP 100000", "FOR 1 1 0\nSLEEP 1\nEND",
+                             "WHILE 1 == 1\nx = 1 + 1\nEND", "FILE loop.txt"}) {
+        test::WriteFile("loop.txt", "FOR 1 1 0\nFILE none\nEND\nSLEEP 100000\n");
+        ConsoleClient client(console.Port());
+        waiting.Close();
+        ASSERT_TRUE(client.Start()) << line;
+        for (const std::string& part : test::Lines(line)) {
+            client.Send(Frame(part));
+        }
+        const auto begin = std::chrono::steady_clock::now();
+        Console().Stop();
+        ASSERT_TRUE(client.ReadToEnd()) << line;
+        EXPECT_EQ(Console().Start(), 0) << line;
+        EXPECT_LT(std::chrono::steady_clock::now() - begin, std::chrono::seconds(2));
+    }
+    EXPECT_TRUE(console.ServesNextClient());
+    Console().Stop();  // while it waits for a client
+    EXPECT_EQ(Console().Start(), 0);
+    EXPECT_TRUE(console.ServesNextClient());
+}
+
+TEST(CmdMgr, RunsItsThreadAsNamed)
+{
+    RunningConsole console;
+    EXPECT_TRUE(console.ServesNextClient());
+    const test::CapturedStderr log;
+    Logger::ChangeMode(1);
+    ConsoleClient client(console.Port());
+    ASSERT_TRUE(client.Start());
+    ASSERT_TRUE(client.Run("Thread_Show with arguments"));
+    EXPECT_NE(log.Text().find(" All Thread Count = 1\n"), std::string::npos) << log.Text();
+    EXPECT_NE(
+        log.Text().find(
+            "  [0] Thread[Command line Tester thread] Priority = 0, Status = 2, IsRunning = 1"),
+        std::string::npos);
+    Logger::ChangeMode(0);
+}
+
+TEST(CmdMgr, TakesClientsOneAfterTheOther)
+{
+    RunningConsole console;
+    auto first = std::make_unique<ConsoleClient>(console.Port());
+    ASSERT_TRUE(first->Start());
+    std::array<std::unique_ptr<ConsoleClient>, 3> waiting;
+    for (auto& client : waiting) {
+        client = std::make_unique<ConsoleClient>(console.Port());
+        ASSERT_TRUE(client->Send(Frame("STARTUP") + Frame("PRINT waited")));
+        EXPECT_FALSE(client->HasInput(20));
+    }
+    EXPECT_TRUE(first->Run("PRINT first"));
+    first->Send(Frame("quit"));
+    EXPECT_TRUE(first->ReadToEnd());
+    for (auto& client : waiting) {
+        EXPECT_TRUE(client->ReadPrompt());
+        EXPECT_TRUE(client->ReadPrompt());
+        client->Close();  // gone without a word
+    }
+    EXPECT_TRUE(console.ServesNextClient());
+    EXPECT_EQ(console.Output(), "first\nwaited\nwaited\nwaited\nserved\n");
+}
+
+TEST(CmdMgr, ServesTwoHundredClientsWithoutKeepingAnything)
+{
+    RunningConsole console;
+    EXPECT_TRUE(console.ServesNextClient());
+    const int descriptors = test::CountDescriptors();
+    for (int count = 0; count < 200; ++count) {
+        ConsoleClient client(console.Port());
+        ASSERT_TRUE(client.Start()) << count;
+        if (count % 2 == 0) {
+            client.Send(Frame("quit"));
+            EXPECT_TRUE(client.ReadToEnd());
+        }
+    }
+    EXPECT_TRUE(console.ServesNextClient());
+    EXPECT_TRUE(test::WaitUntil([&] { return test::CountDescriptors() <= descriptors; }));
+}
+
+TEST(CmdMgr, ReadsItsSettings)
+{
+    CmdMgr& console = Console();
+    const int port = test::FreePort();
+    testing::internal::CaptureStdout();
+    console.LoadConfig();
+    EXPECT_EQ(testing::internal::GetCapturedStdout(), "Can not open config file\n");
+    // A key counts at the very start only, in any case; the last one wins.
+    test::WriteFile("./cmd.conf",
+                    "# port=1\n\n port=1\nMODE=1\nport=1\nPORT=" + std::to_string(port) +
+                        "\t\t\n\tmode=0\nADDRESS=127.0.0.1 \r\n");
+    ASSERT_EQ(console.Start(), 0);
+    EXPECT_TRUE(IsListening(port));
+    console.Stop();
+}
+
+// Somebody else listening on a port.
+class PortHolder
+{
+public:
+    explicit PortHolder(int port) : mSocket(socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0))
+    {
+        sockaddr_in address = {};
+        address.sin_family = AF_INET;
+        address.sin_port = htons(static_cast<uint16_t>(port));
+        EXPECT_EQ(bind(mSocket, reinterpret_cast<sockaddr*>(&address), sizeof(address)), 0);
+        EXPECT_EQ(listen(mSocket, 1), 0);
+    }
+    ~PortHolder() { close(mSocket); }
+
+private:
+    const int mSocket;
+};
+
+TEST(CmdMgr, FailsToOpenWithAReport)
+{
+    const int port = test::FreePort();
+    const PortHolder holder(port);
+    CmdMgr& console = Console();
+    console.ParseConfig(("port=" + std::to_string(port)).c_str());
+    struct Case
+    {
+        std::vector<std::string> settings;
+        const char* report;
+    };
+    const Case cases[] = {
+        {{}, "Bind Error\n"},
+        {{"port=65536"}, "Bind Error\n"},
+        {{"port=0", "address=not an address"}, "Bind Error\n"},
+        {{"mode=2"}, ""},
+    };
+    for (const Case& expected : cases) {
+        for (const std::string& line : expected.settings) {
+            console.ParseConfig(line.c_str());
+        }
+        testing::internal::CaptureStdout();
+        EXPECT_EQ(console.Open(), -1);
+        EXPECT_EQ(testing::internal::GetCapturedStdout(), expected.report);
+    }
+    char line[CmdMgr::kLineSize];
+    EXPECT_EQ(console.GetLine(line), -1);
+    EXPECT_EQ(console.SetLine("x"), -1);
+    EXPECT_EQ(console.SendResult("x"), 0);
+}
+
+TEST(CmdMgr, RemovesAPromptForClients)
+{
+    EXPECT_STREQ(CmdMgr::RemovePrompt("\nCMD>rest"), "rest");
+    EXPECT_STREQ(CmdMgr::RemovePrompt("12345\nCMD>"), "\nCMD>");
+    EXPECT_STREQ(CmdMgr::RemovePrompt("CMD>rest"), "CMD>rest");
+    EXPECT_STREQ(CmdMgr::RemovePrompt(""), "");
+}
+
+// Standard input of the process replaced for a scope.
+class Input
+{
+public:
+    explicit Input(const std::string& text) : mOriginal(dup(0))
+    {
+        test::WriteFile("input.txt", text);
+        const int file = open("input.txt", O_RDONLY | O_CLOEXEC);
+        dup2(file, 0);
+        close(file);
+    }
+    ~Input()
+    {
+        dup2(mOriginal, 0);
+        close(mOriginal);
+    }
+
+private:
+    const int mOriginal;
+};
+
+TEST(CmdMgr, UsesTheStandardStreamsAndEndsWithThem)
+{
+    const Input input("INT n 2\nFOR 1 n 1\nPRINT \"line\"\nEND\nquit\nPRINT n\nPRINT end");
+    testing::internal::CaptureStdout();
+    Console().ParseConfig("MODE=0");
+    {
+        const Loop loop;
+        EXPECT_TRUE(loop.Ends());
+    }
+    EXPECT_EQ(testing::internal::GetCapturedStdout(),
+              "\nCMD>\nCMD>line\nline\n\nCMD>\nCMD>2\n\nCMD>end\n\nCMD>");
+}
+
+TEST(CmdMgr, AbandonsABlockWhenItsLinesEnd)
+{
+    {
+        const Input input("FOR 1 2 1\nPRINT never\n");
+        testing::internal::CaptureStdout();
+        Console().ParseConfig("mode=0");
+        const Loop loop;
+        EXPECT_TRUE(loop.Ends());
+        EXPECT_EQ(testing::internal::GetCapturedStdout(), "\nCMD>\nCMD>");
+    }
+    RunningConsole console("mode=1\n");
+    for (const std::string& bad : {std::string(), std::string("wxyz"), Frame("", 5000)}) {
+        ConsoleClient client(console.Port());
+        ASSERT_TRUE(client.Start());
+        client.Send(Frame("IF 1 == 1") + Frame("PRINT never") + bad);
+        if (!bad.empty()) {
+            EXPECT_TRUE(client.ReadPrompt()) << "the dropped line ends the block";
+            EXPECT_TRUE(client.Run("END"));
+        }
+    }
+    EXPECT_TRUE(console.ServesNextClient());
+    EXPECT_EQ(console.Output(), "served\n");
+}
+
+struct HostileCase
+{
+    const char* name;
+    std::string bytes;
+    int prompts;  // that answer the bytes
+};
+
+TEST(Hostile, FramesAreDroppedAndTheConnectionGoesOn)
+{
+    const std::string line(1023, 'x');
+    const std::string longLine(1024, 'x');
+    const HostileCase cases[] = {
+        {"length 0", Frame(""), 1},
+        {"length 1023", Frame(line), 1},
+        {"length 1024", Frame(longLine), 1},
+        {"length 5000", Frame(std::string(5000, 'x')), 1},
+        {"length 2^31", Frame("", 0x80000000U), 1},
+        {"length 2^32-1, some of it", Frame(longLine, 0xFFFFFFFFU), 1},
+        {"wrong magic", "tavi", 1},
+        {"wrong magic with length and text", "XAVI" + Frame("text").substr(4), 3},
+        {"text that stays away", Frame("PRIN", 9), 1},
+        {"garbage",
+         "\xff\x01"
+         "\n\nGET / HTTP/1.1\r\n\r\n",
+         6},
+        {"a part of a magic", "TA", 1},
+        {"zeros in the text", Frame(std::string("PRINT\0PRINT never", 17)), 1},
+    };
+    RunningConsole console;
+    for (const HostileCase& hostile : cases) {
+        SCOPED_TRACE(hostile.name);
+        ConsoleClient client(console.Port());
+        ASSERT_TRUE(client.Start());
+        ASSERT_TRUE(client.Send(hostile.bytes));
+        for (int count = 0; count < hostile.prompts; ++count) {
+            EXPECT_TRUE(client.ReadPrompt());
+        }
+        EXPECT_TRUE(client.Run("INT n")) << "the next frame is understood";
+        EXPECT_FALSE(client.HasInput(0));
+    }
+    EXPECT_TRUE(console.ServesNextClient());
+    EXPECT_EQ(console.Output(), "served\n");
+}
+
+TEST(Hostile, FramesInSmallPiecesAreNoFailure)
+{
+    RunningConsole console;
+    ConsoleClient client(console.Port());
+    for (const char* line : {"START", "PRINT \"in pieces\"", "quit"}) {
+        for (const char byte : Frame(line)) {
+            ASSERT_TRUE(client.Send(std::string(1, byte)));
+            std::this_thread::sleep_for(std::chrono::milliseconds(1));
+        }
+        EXPECT_EQ(client.ReadPrompt(), std::string(line) != "quit");
+    }
+    EXPECT_EQ(console.Output(), "in pieces\n");
+}
+
+TEST(Hostile, ClientsMayDieAtEveryByteOfAFrame)
+{
+    RunningConsole console;
+    const std::string frame = Frame("PRINT whole");
+    for (std::size_t offset = 0; offset <= frame.size(); ++offset) {
+        for (const bool reset : {false, true}) {
+            ConsoleClient client(console.Port());
+            ASSERT_TRUE(client.Start()) << offset;
+            client.Send(frame.substr(0, offset));
+            if (reset) {
+                client.Reset();
+            }
+        }
+    }
+    EXPECT_TRUE(console.ServesNextClient());
+    const std::string output = console.Output();
+    EXPECT_EQ(test::Count(output, "whole") <= 2, true) << output;
+}
+
+TEST(Hostile, ClientsThatTakeNoPromptsAreGivenUp)
+{
+    RunningConsole console;
+    {
+        ConsoleClient client(console.Port());
+        ASSERT_TRUE(client.Start());
+        std::string lines;
+        for (int count = 0; count < 10000; ++count) {
+            lines += Frame("");
+        }
+        client.SetNonBlocking();
+        // Some hundred thousand prompts, until nobody takes any more lines.
+        test::WaitUntil([&] { return !client.Send(lines) && !client.Send(lines); }, 30000);
+        ConsoleClient next(console.Port());
+        EXPECT_TRUE(next.Start());
+    }
+    EXPECT_TRUE(console.ServesNextClient());
+}
+
+TEST(Handshake, RefusesAllButStart)
+{
+    const std::string bad[] = {Frame("start"), Frame("STAR"),         Frame(""),
+                               "GET /",        Frame("START", 70000), ""};
+    for (const std::string& bytes : bad) {
+        const int port = test::FreePort();
+        Console().ParseConfig(("port=" + std::to_string(port)).c_str());
+        testing::internal::CaptureStdout();
+        {
+            const Loop loop;
+            ConsoleClient client(port);
+            client.Send(bytes);
+            if (bytes.empty()) {
+                client.Close();
+            } else {
+                EXPECT_TRUE(client.ReadToEnd()) << bytes;
+            }
+            EXPECT_TRUE(loop.Ends()) << "the opening fails, and the console ends";
+        }
+        const bool framed = bytes == bad[0] || bytes == bad[1] || bytes == bad[2];
+        EXPECT_EQ(testing::internal::GetCapturedStdout(), framed ? "START FAIL\n" : "") << bytes;
+    }
+}
+
+TEST(Handshake, CostsOnlyThatClientWhenTolerant)
+{
+    RunningConsole console("tolerant=1\n");
+    for (const std::string& bytes :
+         {Frame("stop"), std::string("GET / HTTP/1.0\r\n\r\n"), std::string(), Frame("STAR", 9)}) {
+        ConsoleClient client(console.Port());
+        client.Send(bytes);
+        client.Close();
+        EXPECT_TRUE(console.ServesNextClient()) << bytes;
+    }
+    EXPECT_EQ(console.Output(), "START FAIL\nserved\nserved\nserved\nserved\n");
+}
+
+TEST(Handshake, DropsASilentClientAfterItsTime)
+{
+    RunningConsole console("starttimeout=200\n");
+    ConsoleClient silent(console.Port());
+    ConsoleClient next(console.Port());
+    EXPECT_TRUE(next.Start());
+    EXPECT_TRUE(silent.ReadToEnd());
+    // Once opened, a client may be silent as long as it likes.
+    EXPECT_FALSE(next.HasInput(500));
+    EXPECT_TRUE(next.Run("PRINT patient"));
+}
+
+TEST(Settings, AreTakenByCallToo)
+{
+    const int port = test::FreePort();
+    CmdMgr console(port);
+    console.SetAddress("127.0.0.1");
+    console.SetTolerant(true);
+    console.SetStartTimeout(100);
+    testing::internal::CaptureStdout();
+    ASSERT_EQ(console.Start(), 0);
+    {
+        ConsoleClient silent(port);
+        EXPECT_TRUE(silent.ReadToEnd());
+        ConsoleClient wrong(port);
+        wrong.Send(Frame("wrong"));
+        EXPECT_TRUE(wrong.ReadToEnd());
+        ConsoleClient client(port);
+        EXPECT_TRUE(client.Start());
+    }
+    EXPECT_EQ(testing::internal::GetCapturedStdout(), "Can not open config file\nSTART FAIL\n");
+}
+}  // namespace

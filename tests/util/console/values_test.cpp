@@ -1,0 +1,239 @@
+// Values, words and lines.
+#include <gtest/gtest.h>
+
+#include <climits>
+#include <string>
+#include <vector>
+
+#include "util/console/CmdHistory.h"
+#include "util/console/CmdParser.h"
+#include "util/console/SymListMgr.h"
+
+namespace {
+TEST(CmdValue, IsReadBackByItsOwnTypeOnly)
+{
+    int place = 0;
+    CmdValue value;
+    EXPECT_EQ(value.GetType(), -1);
+    EXPECT_STREQ(value.GetString(), "");
+
+    value.SetInt(-7);
+    EXPECT_EQ(value.GetInt(), -7);
+    EXPECT_EQ(value.GetFloat(), 0);
+    EXPECT_EQ(value.GetPointer(), nullptr);
+    EXPECT_STREQ(value.GetString(), "");
+    value.SetFloat(1.5F);
+    EXPECT_EQ(value.GetFloat(), 1.5F);
+    EXPECT_EQ(value.GetInt(), 0);
+    value.SetPointer(&place);
+    EXPECT_EQ(value.GetPointer(), &place);
+    EXPECT_EQ(value.GetType(), 3);
+    EXPECT_STREQ(value.SetString("text"), "text");
+    EXPECT_EQ(value.GetType(), 1);
+
+    EXPECT_EQ(CmdValue(4).GetInt(), 4);
+    EXPECT_EQ(CmdValue(2.5F).GetFloat(), 2.5F);
+    EXPECT_STREQ(CmdValue("word").GetString(), "word");
+}
+
+TEST(CmdValue, CutsTextsAndStaysTerminatedWhateverTheTypeCodeSays)
+{
+    CmdValue value;
+    EXPECT_EQ(std::string(value.SetString(std::string(255, 'a').c_str())).size(), 255U);
+    EXPECT_EQ(std::string(value.SetString(std::string(4095, 'b').c_str())).size(), 255U);
+    value.SetInt(0x41414141);
+    value.SetType(1);
+    EXPECT_LE(std::string(value.GetString()).size(), 255U);
+    EXPECT_STREQ(value.SetString(nullptr), "");
+}
+
+struct LineCase
+{
+    const char* line;
+    const char* returnName;
+    const char* command;
+    std::vector<std::string> arguments;
+};
+
+TEST(CmdParser, SplitsLines)
+{
+    const std::string longest(255, 'w');
+    const std::string tooLong(256, 'w');
+    const std::string quoted = "a \"" + longest + "\" b";
+    const std::string quotedTooLong = "a \"" + tooLong + "\" b";
+    const std::string plain = "a " + longest + " b";
+    const std::string plainTooLong = "a " + tooLong + " b";
+    const LineCase cases[] = {
+        {"", nullptr, nullptr, {}},
+        {" \t\r\n\v\f", nullptr, nullptr, {}},
+        {"PRINT \"a b\"  c", nullptr, "PRINT", {"a b", "c"}},
+        {"\tcommand one\ttwo\r\n", nullptr, "command", {"one", "two"}},
+        {"x = ADD a b", "x", "ADD", {"a", "b"}},
+        {"x = 5", "x", "5", {}},
+        {"x =", "x", nullptr, {}},
+        {"= 5", nullptr, "=", {"5"}},
+        {"= = =", "=", "=", {}},
+        {"a b = c", nullptr, "a", {"b", "=", "c"}},
+        {"a ==", nullptr, "a", {"=="}},
+        {"a \"\" b", nullptr, "a", {"", "b"}},
+        {"\"a b\" c", nullptr, "a b", {"c"}},
+        {"c \"ab\"cd", nullptr, "c", {"ab", "cd"}},
+        {"c ab\"cd ef\"", nullptr, "c", {"ab\"cd", "ef\""}},
+        {"c \\\" # +", nullptr, "c", {"\\\"", "#", "+"}},
+        {"c a\vb \va", nullptr, "c", {"a\vb", "a"}},
+        {"c one \"two three", nullptr, "c", {"one"}},
+        {"\"open", nullptr, nullptr, {}},
+        {quoted.c_str(), nullptr, "a", {longest, "b"}},
+        {quotedTooLong.c_str(), nullptr, "a", {}},
+        {plain.c_str(), nullptr, "a", {longest, "b"}},
+        {plainTooLong.c_str(), nullptr, "a", {}},
+    };
+    CmdParser parser;
+    for (const LineCase& expected : cases) {
+        SCOPED_TRACE(expected.line);
+        parser.SetCurrentIndex(7);
+        parser.Parse(expected.line);
+        EXPECT_STREQ(parser.GetReturn(), expected.returnName);
+        EXPECT_STREQ(parser.GetCommand(), expected.command);
+        EXPECT_STREQ(parser.GetString(), expected.line);
+        EXPECT_EQ(parser.GetCurrentIndex(), 0);
+        std::vector<std::string> arguments;
+        for (int index = 0; index < parser.GetCount(); ++index) {
+            arguments.emplace_back(parser.GetNthArg(index));
+        }
+        EXPECT_EQ(arguments, expected.arguments);
+    }
+}
+
+TEST(CmdParser, TakesALineInStepsAndNone)
+{
+    CmdParser parser("old line");
+    parser.SetString("new \"the line\"");
+    EXPECT_STREQ(parser.GetCommand(), "old");
+    parser.Parse();
+    EXPECT_STREQ(parser.GetCommand(), "new");
+    EXPECT_STREQ(parser.GetNthArg(0), "the line");
+    parser.Init();
+    EXPECT_EQ(parser.GetCommand(), nullptr);
+    EXPECT_EQ(parser.GetString(), nullptr);
+    EXPECT_EQ(parser.GetCount(), 1) << "the arguments stay";
+    parser.Parse(nullptr);
+    EXPECT_EQ(parser.GetCommand(), nullptr);
+    EXPECT_EQ(parser.GetCount(), 0);
+}
+
+TEST(CmdParser, MovesItsCursorWithinTheArguments)
+{
+    CmdParser parser("c f a b");
+    EXPECT_EQ(parser.GetPrevArg(), nullptr);
+    EXPECT_EQ(parser.GetCurrentIndex(), 0);
+    EXPECT_STREQ(parser.GetNextArg(), "a");
+    EXPECT_STREQ(parser.GetNextArg(), "b");
+    EXPECT_EQ(parser.GetNextArg(), nullptr);
+    EXPECT_EQ(parser.GetNextArg(), nullptr);
+    EXPECT_EQ(parser.GetCurrentIndex(), 2);
+    EXPECT_STREQ(parser.GetPrevArg(), "a");
+    EXPECT_STREQ(parser.GetPrevArg(), "f");
+    EXPECT_EQ(parser.GetPrevArg(), nullptr);
+    for (const int index : {INT_MIN, -2, 3, 100, INT_MAX}) {
+        parser.SetCurrentIndex(index);
+        EXPECT_EQ(parser.GetNthArg(index), nullptr);
+        EXPECT_EQ(index < 0 ? parser.GetNextArg() : parser.GetPrevArg(),
+                  index == 3 ? parser.GetNthArg(2) : nullptr);
+    }
+    CmdParser empty("c");
+    EXPECT_EQ(empty.GetNextArg(), nullptr);
+    EXPECT_EQ(empty.GetPrevArg(), nullptr);
+}
+
+TEST(CmdParser, ComparesCommandsInAnyCaseAndArgumentsExactly)
+{
+    const CmdParser parser("THREAD_SHOW one Two two");
+    EXPECT_TRUE(parser.CompareCommand("thread_show"));
+    EXPECT_FALSE(parser.CompareCommand("thread"));
+    EXPECT_FALSE(CmdParser("").CompareCommand(""));
+    EXPECT_EQ(parser.Search("two"), 2);
+    EXPECT_EQ(parser.Search("thread_show"), -1);
+}
+
+TEST(CmdParser, TellsWordsApart)
+{
+    struct WordCase
+    {
+        const char* word;
+        const char* tests;  // letters of the tests that pass: i h f s c
+    };
+    const WordCase cases[] = {
+        {"", "is"},    {"0", "isc"},        {"+12", "is"},   {"-", "isc"},   {"+", "isc"},
+        {"1-", "s"},   {"--1", "s"},        {"0x", "hs"},    {"0XZZ", "hs"}, {"x0", "s"},
+        {"1.5", "fs"}, {"-.5", "fs"},       {"1.2.3", "fs"}, {".5", "s"},    {"5.", "s"},
+        {"..5", "fs"}, {"+1.25", "fs"},     {".", "sc"},     {"1.5e3", "s"}, {"a b", "s"},
+        {"\x01", "c"}, {"caf\xc3\xa9", ""}, {"12a", "s"},    {"+.", "s"},
+    };
+    for (const WordCase& expected : cases) {
+        std::string passed;
+        passed += CmdParser::IsInteger(expected.word) ? "i" : "";
+        passed += CmdParser::IsHex(expected.word) ? "h" : "";
+        passed += CmdParser::IsFloat(expected.word) ? "f" : "";
+        passed += CmdParser::IsString(expected.word) ? "s" : "";
+        passed += CmdParser::IsChar(expected.word) ? "c" : "";
+        EXPECT_EQ(passed, expected.tests) << expected.word;
+    }
+}
+
+TEST(CmdParser, ConvertsArgumentsByFormAndSymbolsByType)
+{
+    SymListMgr* const symbols = SymListMgr::GetInstance();
+    symbols->RegisterSymbol("fixed", "1", 1, true);
+    symbols->RegisterSymbol("c", "66", 2, false);
+    symbols->RegisterSymbol("s", std::string(300, 's').c_str(), 3, false);
+    symbols->RegisterSymbol("none", nullptr, 3, false);
+    symbols->RegisterSymbol("f", "0.5", 4, false);
+    symbols->RegisterSymbol("p", nullptr, 5, false);
+    symbols->RegisterSymbol("odd", "9", 77, false);
+    const CmdParser parser(
+        "c2 -12 0x1F 2.5 abc \"\" 0xZZ odd \xff fixed c s none f p \"two words\"");
+    CmdValue values[256];
+    ASSERT_EQ(parser.GetCmdArgs(values, 256), 13);
+    const int types[] = {0, 0, 2, 1, 0, 0, 0, 0, 1, 1, 2, 3, 1};
+    for (int index = 0; index < 13; ++index) {
+        EXPECT_EQ(values[index].GetType(), types[index]) << index;
+    }
+    EXPECT_EQ(values[0].GetInt(), -12);
+    EXPECT_EQ(values[1].GetInt(), 31);
+    EXPECT_EQ(values[2].GetFloat(), 2.5F);
+    EXPECT_STREQ(values[3].GetString(), "abc");
+    EXPECT_EQ(values[6].GetInt(), 1) << "a handler sees a reserved symbol's value";
+    EXPECT_EQ(values[7].GetInt(), 66);
+    EXPECT_EQ(values[8].GetString(), std::string(255, 's'));
+    EXPECT_STREQ(values[12].GetString(), "two words");
+
+    CmdValue few[2];
+    EXPECT_EQ(parser.GetCmdArgs(few, 2), 2);
+    EXPECT_EQ(parser.GetCmdArgs(few, 0), 0);
+}
+
+TEST(CmdHistory, MovesItsCursorAndStopsAtBothEnds)
+{
+    CmdHistory history;
+    EXPECT_EQ(history.GetPrevHistory(), nullptr);
+    EXPECT_EQ(history.GetNextHistory(), nullptr);
+    EXPECT_EQ(history.GetPrevHistory(), nullptr);
+    EXPECT_EQ(history.AddHistory(nullptr), -1);
+    for (const char* line : {"one", "two", "two"}) {
+        EXPECT_EQ(history.AddHistory(line), 0);
+    }
+    EXPECT_EQ(history.GetCount(), 3);
+    EXPECT_STREQ(history.GetNthHistory(0), "one");
+    EXPECT_EQ(history.GetNthHistory(3), nullptr);
+    EXPECT_EQ(history.GetNthHistory(-1), nullptr);
+    EXPECT_STREQ(history.GetNextHistory(), "two");
+    EXPECT_STREQ(history.GetNextHistory(), "two");
+    EXPECT_EQ(history.GetNextHistory(), nullptr);
+    EXPECT_STREQ(history.GetPrevHistory(), "two");
+    history.Clear();
+    EXPECT_EQ(history.GetCount(), 0);
+    EXPECT_EQ(history.GetPrevHistory(), nullptr);
+    EXPECT_EQ(history.GetNextHistory(), nullptr);
+}
+}  // namespace

@@ -1,0 +1,215 @@
+// Public. The debugging console: a server for one client at a time, and the interpreter of its
+// script language. docs/console.md describes protocol and language.
+//
+// The host makes the instance and starts it; nothing in the library does. The console's own thread,
+// "Command line Tester thread", then waits for a client on a TCP port (or uses the standard
+// streams), sends the prompt "\nCMD>", reads a line, runs it, and so on. What statements print goes
+// to this process's standard output; the client receives prompts only. Whoever reaches the port
+// may run every registered command, so bind it to one address unless the network is trusted.
+//
+// Threads: GetInstance, Start, Stop and the setters may be called from any thread. Everything else
+// belongs to the console's thread while it runs (a command handler may call it), and to any one
+// thread while it does not.
+//
+// Buffers: a line is read into 1024 bytes, a result text is written into 4096 bytes; both are the
+// caller's. Statements return one of Code.
+#ifndef UTIL_CONSOLE_CMDMGR_H
+#define UTIL_CONSOLE_CMDMGR_H
+
+#include <atomic>
+#include <cstddef>
+#include <cstdio>
+#include <memory>
+
+#include "util/Export.h"
+#include "util/os_linux/StaticLock.h"
+
+class BlockRunner;
+class CmdParser;
+class ConsoleLink;
+class StopSignal;
+class Thread;
+enum class Arithmetic;
+enum class StatementKind;
+struct CmdBlock;
+struct ConsoleSettings;
+
+class HTML5_VIDEO_API CmdMgr
+{
+public:
+    enum Code
+    {
+        kDone = 0,
+        kBreak = 1,       // leave the innermost FOR or WHILE
+        kFailed = -1,     // the result text may say why
+        kNoCommand = -2,  // an empty line or a comment
+        kQuit = -5
+    };
+
+    static constexpr std::size_t kLineSize = 1024;
+    static constexpr std::size_t kResultSize = 4096;
+
+    // Blocks nest this deep; a deeper one fails when it is run. A block has at most so many lines
+    // and characters; a longer one is read to its end and not run. FILE nests this deep.
+    static constexpr int kMaxBlockDepth = 64;
+    static constexpr int kMaxBlockLines = 16384;
+    static constexpr std::size_t kMaxBlockText = 1024 * 1024;
+    static constexpr int kMaxScripts = 16;
+
+    // The one instance, made with that port on the first call, which later calls ignore.
+    static CmdMgr* GetInstance(int port);
+
+    explicit CmdMgr(int port);
+    CmdMgr(const CmdMgr&) = delete;
+    CmdMgr& operator=(const CmdMgr&) = delete;
+
+    // Stops the console and waits up to two seconds for its thread to end.
+    ~CmdMgr();
+
+    // Registers the reserved symbols NTSC (0) and PAL (1). The constructor calls it.
+    void Init();
+
+    // Reads "./cmd.conf": lines "key=value", the key in any case at the very start, "#" begins a
+    // comment. Without the file "Can not open config file" goes to standard output.
+    //   mode=          1 TCP (the default), 0 standard input and output
+    //   port=          TCP port; 0 or less means 28282
+    //   address=       IPv4 address to listen on; without it every interface
+    //   tolerant=      1: a failed handshake costs only that client; 0 (the default): it ends the
+    //                  console
+    //   starttimeout=  milliseconds a new client may stay silent before the next one is taken,
+    //                  10000 without it
+    void LoadConfig();
+
+    // Applies one such line.
+    void ParseConfig(const char* line);
+
+    // The same settings by call, for the next opening; Start lets the file's keys override them.
+    // A null address means every interface.
+    void SetAddress(const char* address);
+    void SetTolerant(bool tolerant);
+    void SetStartTimeout(int milliseconds);
+
+    // Reads the configuration and starts the console's thread: the thread's start result, or -1
+    // when it runs already. After Stop it waits up to two seconds for the former thread to end.
+    int Start();
+
+    // Tells the console's thread to end. It returns at once; a wait for a client or a line, a
+    // SLEEP, a loop or a script ends within a second, a running command handler is waited for.
+    void Stop();
+
+    // Prepares the mode's line source, over TCP by listening and waiting for a client whose first
+    // line begins with "START". 0, or -1 with everything closed again.
+    int Open();
+
+    // Closes the client's and the listening socket; nothing for the standard streams.
+    void Close();
+
+    // Reads the next line, from the running script file if there is one: its length, or -1 when it
+    // was dropped or none can come. Lines of files and standard input keep their line end.
+    int GetLine(char* line);
+
+    // Sends a text to the client: its length, or -1.
+    int SetLine(const char* text);
+
+    // The body of the console's thread, with the manager as its argument; always null.
+    static void* ThreadLoop(void* manager);
+
+    // Results are not sent: always 0.
+    int SendResult(const char* text);
+
+    // For clients: the text advanced by the prompt's five characters when it contains the prompt
+    // anywhere, else unchanged.
+    static const char* RemovePrompt(const char* text);
+
+    // Runs one plain line. A return name, "name = ...", is assigned the result text, or the
+    // command word when that is empty and the line has no arguments.
+    int CmdExecute(CmdParser* line, char* result);
+
+    // Reads the rest of the block that the line opens, runs it and releases it. A block whose
+    // lines end before its END is abandoned: -1, and nothing of it runs.
+    int CmdBlockLoop(const char* firstLine, char* result);
+
+    static bool IsComment(const char* line);
+    static bool IsControlCmd(const CmdParser* line);
+    static bool IsBasicFunc(const CmdParser* line);
+    static bool IsSign(const char* word);
+
+    // The built-in statements; -1 from DoBasicFunc for a line that is none.
+    int DoBasicFunc(CmdParser* line, char* result);
+    int NewINT(CmdParser* line, char* result);
+    int NewSTRING(CmdParser* line, char* result);
+    int NewFLOAT(CmdParser* line, char* result);
+    int NewPOINTER(CmdParser* line, char* result);
+    int FREE(CmdParser* line, char* result);
+    int SET(CmdParser* line, char* result);
+    int DoADD(CmdParser* line, char* result);
+    int DoSUB(CmdParser* line, char* result);
+    int DoMUL(CmdParser* line, char* result);
+    int DoDIV(CmdParser* line, char* result);
+    int DoPRINT(CmdParser* line, char* result);
+    int DoFILE(CmdParser* line, char* result);
+    int DoSLEEP(CmdParser* line, char* result);
+
+    // Blocks. ParseCmdBlock takes the line over and reads the body up to END with GetLine: 0, or
+    // -1 when the lines end before. DoCmdBlock and the words run a block and leave it unchanged.
+    // FreeCmdBlock releases the whole tree; PrintCmdBlock writes it to standard output.
+    CmdBlock* NewCmdBlock();
+    int ParseCmdBlock(CmdBlock* block, CmdParser* line, CmdBlock* parent);
+    int DoCmdBlock(CmdBlock* block, char* result);
+    void FreeCmdBlock(CmdBlock* block);
+    void PrintCmdBlock(const CmdBlock* block);
+    int DoFOR(CmdBlock* block, char* result);
+    int DoDO(CmdBlock* block, char* result);
+    int DoWHILE(CmdBlock* block, char* result);
+    int DoIF(CmdBlock* block, char* result);
+    int DoMACRO(CmdBlock* block, char* result);
+
+private:
+    friend class BlockRunner;
+
+    // One nesting of FILE.
+    class ScriptScope;
+
+    static void* RunThread(void* manager);
+    bool WaitForFormerThread();
+    bool BeginServing();
+    void EndServing();
+    void Serve();
+    void NextClient();
+    bool IsInterrupted() const;
+
+    int RunLine(CmdParser* parser, const char* line, char* result);
+    int RunStatement(StatementKind kind, CmdParser* line, char* result);
+    int RunBasic(StatementKind kind, CmdParser* line, char* result);
+    void Dispatch(CmdParser* line, char* result);
+    void RunScript(char* result);
+
+    CmdParser* ReadBlockLine();
+    int SkipBlock();
+    bool IsBlockFull() const;
+
+    static std::atomic<CmdMgr*> sCmdMgr;
+
+    // The script file that GetLine reads while FILE runs.
+    static FILE* mScript;
+    static bool mIsScript;
+
+    StaticLock mStartLock;  // one Start at a time
+    std::unique_ptr<Thread> mThread TAVI_GUARDED_BY(mStartLock);
+
+    StaticLock mStateLock;  // held to change the two together
+    std::atomic<bool> mStop;
+    std::atomic<bool> mServing;  // from Start, or ThreadLoop, until the thread is done
+
+    StaticLock mSettingsLock;
+    const std::unique_ptr<ConsoleSettings> mSettings TAVI_GUARDED_BY(mSettingsLock);
+
+    // Of the console's thread.
+    const std::unique_ptr<StopSignal> mSignal;
+    const std::unique_ptr<ConsoleLink> mLink;
+    int mScriptDepth;
+    int mBlockLines;  // of the block being read
+    std::size_t mBlockText;
+};
+
+#endif  // UTIL_CONSOLE_CMDMGR_H

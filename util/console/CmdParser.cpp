@@ -1,0 +1,154 @@
+#include "util/console/CmdParser.h"
+
+#include <strings.h>
+
+#include <cctype>
+#include <cstring>
+
+namespace {
+constexpr std::size_t kTokenSize = 256;
+
+const char* TextOrNull(const std::optional<std::string>& text)
+{
+    return text.has_value() ? text->c_str() : nullptr;
+}
+
+bool IsSpace(char character)
+{
+    return std::isspace(static_cast<unsigned char>(character)) != 0;
+}
+}  // namespace
+
+CmdParser::CmdParser() : mIndex(0) {}
+
+CmdParser::CmdParser(const char* text) : CmdParser()
+{
+    Parse(text);
+}
+
+CmdParser::~CmdParser() = default;
+
+void CmdParser::Init()
+{
+    mLine.reset();
+    mCommand.reset();
+    mReturn.reset();
+    mIndex = 0;
+}
+
+void CmdParser::SetString(const char* text)
+{
+    mLine.reset();
+    if (text != nullptr) {
+        mLine = text;
+    }
+}
+
+const char* CmdParser::GetString() const
+{
+    return TextOrNull(mLine);
+}
+
+void CmdParser::Parse(const char* text)
+{
+    Init();
+    SetString(text);
+    Parse();
+}
+
+void CmdParser::Parse()
+{
+    mCommand.reset();
+    mReturn.reset();
+    mArguments.clear();
+    char token[kTokenSize];
+    const char* at = GetNextToken(GetString(), token);
+    if (at == nullptr) {
+        return;
+    }
+    mCommand = token;
+    at = GetNextToken(at, token);
+    if (at != nullptr && std::strcmp(token, "=") == 0) {
+        mReturn.swap(mCommand);
+        at = GetNextToken(at, token);
+        if (at == nullptr) {
+            return;
+        }
+        mCommand = token;
+        at = GetNextToken(at, token);
+    }
+    for (; at != nullptr; at = GetNextToken(at, token)) {
+        mArguments.emplace_back(token);
+    }
+}
+
+const char* CmdParser::GetNextToken(const char* from, char* token)
+{
+    std::memset(token, 0, kTokenSize);
+    if (from == nullptr) {
+        return nullptr;
+    }
+    while (IsSpace(*from)) {
+        ++from;
+    }
+    if (*from == '\0') {
+        return nullptr;
+    }
+    const bool quoted = *from == '"';
+    from += quoted ? 1 : 0;
+    const std::size_t length = std::strcspn(from, quoted ? "\"" : " \t\r\n");
+    if (length >= kTokenSize || (quoted && from[length] == '\0')) {
+        return nullptr;
+    }
+    std::memcpy(token, from, length);
+    return from + length + (quoted ? 1 : 0);
+}
+
+const char* CmdParser::GetCommand() const
+{
+    return TextOrNull(mCommand);
+}
+
+const char* CmdParser::GetReturn() const
+{
+    return TextOrNull(mReturn);
+}
+
+const char* CmdParser::GetNthArg(int index) const
+{
+    const bool found = index >= 0 && index < GetCount();
+    return found ? mArguments[static_cast<std::size_t>(index)].c_str() : nullptr;
+}
+
+const char* CmdParser::GetNextArg()
+{
+    if (mIndex < GetCount() - 1) {
+        return GetNthArg(++mIndex);
+    }
+    mIndex = GetCount() - 1;
+    return nullptr;
+}
+
+const char* CmdParser::GetPrevArg()
+{
+    if (mIndex > 0) {
+        return GetNthArg(--mIndex);
+    }
+    mIndex = 0;
+    return nullptr;
+}
+
+bool CmdParser::CompareCommand(const char* name) const
+{
+    return mCommand.has_value() && name != nullptr && strcasecmp(mCommand->c_str(), name) == 0;
+}
+
+int CmdParser::Search(const char* word) const
+{
+    for (std::size_t index = 0; word != nullptr && index < mArguments.size(); ++index) {
+        if (mArguments[index] == word) {
+            return static_cast<int>(index);
+        }
+    }
+    return -1;
+}

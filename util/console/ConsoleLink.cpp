@@ -1,0 +1,213 @@
+#include "util/console/ConsoleLink.h"
+
+#include <arpa/inet.h>
+#include <netinet/in.h>
+#include <netinet/tcp.h>
+#include <poll.h>
+#include <sys/socket.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstdio>
+#include <cstring>
+
+#include "util/console/StopSignal.h"
+#include "util/os_linux/CancelGuard.h"
+#include "util/os_linux/FileDescriptor.h"
+
+namespace {
+constexpr int kStandardStreams = 0;
+constexpr int kBacklog = 5;
+constexpr int kNoLimit = -1;
+constexpr char kOpeningWord[] = "START";
+
+void Report(const char* message)
+{
+    std::printf("%s\n", message);
+    std::fflush(stdout);
+}
+
+void CloseDescriptor(int* descriptor)
+{
+    if (*descriptor > 0) {
+        const CancelGuard guard;
+        close(*descriptor);
+    }
+    *descriptor = -1;
+}
+
+// False for a port or an address that is none.
+bool FillAddress(const ConsoleSettings& settings, sockaddr_in* address)
+{
+    *address = {};
+    address->sin_family = AF_INET;
+    address->sin_addr.s_addr = htonl(INADDR_ANY);
+    address->sin_port = htons(static_cast<uint16_t>(settings.port));
+    return settings.port <= UINT16_MAX &&
+           (settings.address.empty() ||
+            inet_pton(AF_INET, settings.address.c_str(), &address->sin_addr) == 1);
+}
+}  // namespace
+
+ConsoleLink::ConsoleLink(const StopSignal& stop)
+    : mStop(stop), mClient(kStandardStreams), mListener(-1), mGone(false)
+{}
+
+ConsoleLink::~ConsoleLink()
+{
+    Close();
+}
+
+int ConsoleLink::Open(const ConsoleSettings& settings)
+{
+    Close();
+    mSettings = settings;
+    mGone = false;
+    if (settings.mode == ConsoleSettings::kStandardStreams) {
+        mClient = kStandardStreams;
+        return 0;
+    }
+    mClient = -1;
+    if (settings.mode != ConsoleSettings::kTcp || Listen() != 0) {
+        return -1;
+    }
+    return AcceptClient();
+}
+
+int ConsoleLink::NextClient()
+{
+    if (mSettings.mode == ConsoleSettings::kStandardStreams) {
+        return mGone ? -1 : 0;
+    }
+    DropClient();
+    return mListener >= 0 ? AcceptClient() : -1;
+}
+
+void ConsoleLink::Close()
+{
+    if (mSettings.mode == ConsoleSettings::kTcp && mListener >= 0) {
+        DropClient();
+        CloseListener();
+    }
+}
+
+void ConsoleLink::DropClient()
+{
+    CloseDescriptor(&mClient);
+    mGone = false;
+}
+
+void ConsoleLink::CloseListener()
+{
+    CloseDescriptor(&mListener);
+}
+
+int ConsoleLink::Listen()
+{
+    sockaddr_in address = {};
+    const bool valid = FillAddress(mSettings, &address);
+    mListener = OpenSocket(AF_INET, SOCK_STREAM | SOCK_NONBLOCK, 0);
+    const int on = 1;
+    setsockopt(mListener, SOL_SOCKET, SO_REUSEADDR, &on, sizeof(on));
+    if (!valid ||
+        bind(mListener, reinterpret_cast<const sockaddr*>(&address), sizeof(address)) != 0) {
+        Report("Bind Error");
+    } else if (listen(mListener, kBacklog) != 0) {
+        Report("Error Can not Listen Socket");
+    } else {
+        return 0;
+    }
+    CloseListener();
+    return -1;
+}
+
+int ConsoleLink::AcceptClient()
+{
+    for (;;) {
+        mClient = Accept();
+        if (mClient < 0) {
+            break;
+        }
+        const Read outcome = Handshake();
+        if (outcome == Read::kFull) {
+            return 0;
+        }
+        DropClient();
+        if (mStop.IsRaised() || (outcome == Read::kShort && !mSettings.tolerant)) {
+            break;
+        }
+    }
+    CloseListener();
+    return -1;
+}
+
+// The client's socket, or -1 after a report, or silently when stopped.
+int ConsoleLink::Accept()
+{
+    while (mStop.Wait(mListener, POLLIN, kNoLimit) != StopSignal::kStopped) {
+        const int client = AcceptSocket(mListener, nullptr, nullptr);
+        if (client >= 0) {
+            const int on = 1;
+            setsockopt(client, IPPROTO_TCP, TCP_NODELAY, &on, sizeof(on));
+            return client;
+        }
+        // A client that left the backlog again is no error of ours.
+        if (errno != EAGAIN && errno != ECONNABORTED && errno != EPROTO) {
+            Report("Error :  accept ");
+            return -1;
+        }
+    }
+    return -1;
+}
+
+// Full when the client opened properly, silence when it said nothing at all, else short.
+ConsoleLink::Read ConsoleLink::Handshake()
+{
+    char line[kLineSize];
+    int length = 0;
+    const Read outcome = ReceiveFrame(line, mSettings.startTimeout, &length);
+    if (outcome != Read::kFull) {
+        return outcome;
+    }
+    constexpr std::size_t kLength = sizeof(kOpeningWord) - 1;
+    if (static_cast<std::size_t>(length) < kLength ||
+        std::memcmp(line, kOpeningWord, kLength) != 0) {
+        Report("START FAIL");
+        return Read::kShort;
+    }
+    return Read::kFull;
+}
+
+int ConsoleLink::Receive(char* line)
+{
+    if (mClient < 0) {
+        return -1;
+    }
+    int length = -1;
+    if (mClient == kStandardStreams) {
+        length = mInput.ReadLine(line, kLineSize, mStop);
+        mGone = length < 0;
+        return length;
+    }
+    return ReceiveFrame(line, kNoLimit, &length) == Read::kFull ? length : -1;
+}
+
+int ConsoleLink::Send(const char* text)
+{
+    if (mClient < 0) {
+        return -1;
+    }
+    const std::size_t length = std::strlen(text);
+    if (mClient == kStandardStreams) {
+        const bool written = std::fputs(text, stdout) >= 0 && std::fflush(stdout) == 0;
+        return written ? static_cast<int>(length) : -1;
+    }
+    char header[8] = {'t', 'a', 'v', 'i'};
+    for (int index = 0; index < 4; ++index) {
+        header[4 + index] = static_cast<char>(length >> (8 * index));
+    }
+    // One piece, so that the prompt travels in one segment.
+    std::string frame(header, sizeof(header));
+    frame.append(text, length);
+    return SendAll(frame.data(), frame.size()) ? static_cast<int>(length) : -1;
+}
