@@ -7,7 +7,7 @@ import unittest
 
 from console_process import Host, free_port, run
 
-SCRIPTS = os.environ["CONSOLE_SCRIPTS"]
+SCRIPTS = os.path.join(os.environ["SOURCE_ROOT"], "tests/util/console/scripts")
 
 
 class Scripts(unittest.TestCase):
