@@ -7,13 +7,9 @@
 #include "util/console/CmdBlock.h"
 #include "util/console/CmdMgr.h"
 #include "util/console/CmdParser.h"
+#include "util/console/StatementKind.h"
 
 namespace {
-bool EndsBlock(const CmdParser& line)
-{
-    return line.GetCommand() != nullptr && std::strcmp(line.GetCommand(), "END") == 0;
-}
-
 void PrintWord(const char* name, const CmdBlock* entry)
 {
     if (entry != nullptr) {

@@ -15,8 +15,7 @@
 
 bool CmdMgr::IsComment(const char* line)
 {
-    line += std::strspn(line, " \t");
-    return *line == '\0' || *line == '\n' || *line == '#';
+    return IsCommentLine(line);
 }
 
 bool CmdMgr::IsControlCmd(const CmdParser* line)

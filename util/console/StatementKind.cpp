@@ -21,6 +21,11 @@ constexpr Word kWords[] = {
 };
 
 constexpr const char* kBlockWords[] = {"FOR", "DO", "WHILE", "IF", "MACRO"};
+
+bool IsCommand(const CmdParser& line, const char* word)
+{
+    return line.GetCommand() != nullptr && std::strcmp(line.GetCommand(), word) == 0;
+}
 }  // namespace
 
 StatementKind ClassifyStatement(const CmdParser& line)
@@ -47,11 +52,21 @@ StatementKind ClassifyStatement(const CmdParser& line)
 
 bool OpensBlock(const CmdParser& line)
 {
-    const char* const command = line.GetCommand();
     for (const char* word : kBlockWords) {
-        if (command != nullptr && std::strcmp(command, word) == 0) {
+        if (IsCommand(line, word)) {
             return true;
         }
     }
     return false;
+}
+
+bool EndsBlock(const CmdParser& line)
+{
+    return IsCommand(line, "END");
+}
+
+bool IsCommentLine(const char* line)
+{
+    line += std::strspn(line, " \t");
+    return *line == '\0' || *line == '\n' || *line == '#';
 }

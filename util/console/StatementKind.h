@@ -24,7 +24,11 @@ enum class StatementKind
 
 StatementKind ClassifyStatement(const CmdParser& line);
 
-// Whether the command word opens a block.
+// Whether the command word opens a block, or ends one.
 bool OpensBlock(const CmdParser& line);
+bool EndsBlock(const CmdParser& line);
+
+// Whether the line is empty, blank or begins with "#" after its blanks.
+bool IsCommentLine(const char* line);
 
 #endif  // UTIL_CONSOLE_STATEMENTKIND_H

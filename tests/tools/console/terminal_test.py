@@ -1,0 +1,172 @@
+"""The console's client at a terminal, driven key by key in tmux."""
+import os
+import subprocess
+import tempfile
+import unittest
+
+from console_process import CLIENT, Host, wait_until
+
+
+class Terminal:
+    """The client in a terminal of its own."""
+
+    count = 0
+
+    def __init__(self, port, home):
+        Terminal.count += 1
+        self.socket = os.path.join(home, f"tmux{Terminal.count}")
+        self.status = os.path.join(home, f"status{Terminal.count}")
+        environment = dict(os.environ, HOME=home, TERM="screen", LC_ALL="C.UTF-8")
+        environment.pop("XDG_STATE_HOME", None)
+        environment.pop("TMUX", None)
+        command = f"'{CLIENT}' --port {port}; echo $? > '{self.status}'; cat"
+        subprocess.run(["tmux", "-S", self.socket, "-f", "/dev/null", "new-session", "-d", "-x",
+                        "100", "-y", "40", command], env=environment, check=True)
+
+    def tmux(self, *arguments):
+        return subprocess.run(["tmux", "-S", self.socket, *arguments], capture_output=True,
+                              text=True, check=True).stdout
+
+    def keys(self, *keys):
+        self.tmux("send-keys", *keys)
+
+    def type(self, text):
+        self.tmux("send-keys", "-l", text)
+
+    def screen(self):
+        return self.tmux("capture-pane", "-p").rstrip("\n")
+
+    def ends_with(self, text):
+        """Waits until the screen ends with the text."""
+        return wait_until(lambda: self.screen().endswith(text)) is not None
+
+    def exit_status(self):
+        """The client's, once it has ended."""
+        def read():
+            if os.path.exists(self.status):
+                with open(self.status, encoding="ascii") as file:
+                    return file.read().strip()
+            return None
+        return wait_until(read)
+
+    def close(self):
+        subprocess.run(["tmux", "-S", self.socket, "kill-server"], capture_output=True, check=False)
+
+
+class AtATerminal(unittest.TestCase):
+    def setUp(self):
+        self.host = Host()
+        self.addCleanup(self.host.stop)
+        self.home = tempfile.TemporaryDirectory()
+        self.addCleanup(self.home.cleanup)
+        self.terminal = self.connect()
+
+    def connect(self):
+        terminal = Terminal(self.host.port, self.home.name)
+        self.addCleanup(terminal.close)
+        self.assertTrue(terminal.ends_with("CMD>"), terminal.screen())
+        return terminal
+
+    def assert_screen_ends(self, text):
+        self.assertTrue(self.terminal.ends_with(text), self.terminal.screen())
+
+    def assert_output(self, text):
+        self.assertTrue(wait_until(lambda: self.host.output() == text), self.host.output())
+
+    def test_lines_are_typed_edited_and_recalled(self):
+        self.assertIn("Results appear where that process prints", self.terminal.screen())
+        self.terminal.type("PRINT on")
+        self.terminal.keys("Left", "Left", "BSpace")
+        self.terminal.type("_")
+        self.terminal.keys("End")
+        self.terminal.type("e")
+        self.assert_screen_ends("CMD>PRINT_one")
+        self.terminal.keys("C-a", "Right", "Right", "Right", "Right", "Right", "DC")
+        self.terminal.type(" ")
+        self.assert_screen_ends("CMD>PRINT one")
+        self.terminal.keys("Enter")
+        self.assert_output("one\n")
+        self.terminal.type("PRINT 2")
+        self.terminal.keys("Enter")
+        self.assert_output("one\n2\n")
+        self.terminal.keys("Up", "Up")
+        self.assert_screen_ends("CMD>PRINT one")
+        self.terminal.keys("Enter")
+        self.assert_output("one\n2\none\n")
+        self.terminal.type("PRINT \u00e9t\u00e9")
+        self.terminal.keys("BSpace", "Enter")
+        self.assert_output("one\n2\none\n\u00e9t\n")
+
+    def test_history_outlives_the_client(self):
+        self.terminal.type("PRINT kept")
+        self.terminal.keys("Enter")
+        self.assert_output("kept\n")
+        self.terminal.keys("C-d")
+        self.assertEqual(self.terminal.exit_status(), "0")
+        self.terminal.close()
+        path = os.path.join(self.home.name, ".html5_video_console_history")
+        self.assertEqual(os.stat(path).st_mode & 0o777, 0o600)
+        self.terminal = self.connect()
+        self.terminal.keys("Up")
+        self.assert_screen_ends("CMD>PRINT kept")
+        self.terminal.keys("Enter")
+        self.assert_output("kept\nkept\n")
+
+    def test_words_are_completed(self):
+        self.terminal.type("WHI")
+        self.terminal.keys("Tab")
+        self.assert_screen_ends("CMD>WHILE")
+        self.terminal.keys("C-c")
+        self.assert_screen_ends("CMD>")
+        self.terminal.type("tune 3")  # a command that only the host knows, once seen
+        self.terminal.keys("Enter")
+        self.assert_output("channel 3\n")
+        self.terminal.type("tu")
+        self.terminal.keys("Tab")
+        self.terminal.type("4")
+        self.assert_screen_ends("CMD>tune 4")
+        self.terminal.keys("Enter")
+        self.assert_output("channel 3\nchannel 4\n")
+
+    def test_blocks_continue_and_can_be_forgotten(self):
+        self.terminal.type("FOR 1 2 1")
+        self.terminal.keys("Enter")
+        self.assert_screen_ends("FOR 1 2 1\n...>")
+        self.terminal.type("PRINT never")
+        self.terminal.keys("Enter")
+        self.assert_screen_ends("PRINT never\n...>")
+        self.terminal.keys("C-c")
+        self.assert_screen_ends("^C\nCMD>")
+        for line in ("FOR 1 2 1", "IF 1 == 1", "PRINT block", "END"):
+            self.terminal.type(line)
+            self.terminal.keys("Enter")
+            self.assert_screen_ends(line + "\n...>")
+        self.terminal.type("END")
+        self.terminal.keys("Enter")
+        self.assert_output("block\nblock\n")
+
+    def test_it_ends_with_quit_and_with_the_console(self):
+        self.terminal.type("PRINT half")
+        self.terminal.keys("C-c")
+        self.assert_screen_ends("^C\nCMD>")
+        self.terminal.type("quit")
+        self.terminal.keys("Enter")
+        self.assertEqual(self.terminal.exit_status(), "0")
+        self.terminal.close()
+        self.terminal = self.connect()
+        self.host.process.terminate()
+        self.assertEqual(self.terminal.exit_status(), "4")
+        self.assertIn("console: the connection was lost", self.terminal.screen())
+
+    def test_a_statement_that_runs_can_be_left(self):
+        self.terminal.type("SLEEP 100000")
+        self.terminal.keys("Enter")
+        self.assert_screen_ends("SLEEP 100000")
+        self.terminal.keys("C-c")
+        self.assert_screen_ends("^C again leaves it there")
+        self.terminal.keys("C-c")
+        self.assertEqual(self.terminal.exit_status(), "130")
+
+
+if __name__ == "__main__":
+    unittest.main()

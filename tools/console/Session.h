@@ -1,0 +1,52 @@
+// A session with a console: statements sent one at a time, each answered before the next.
+#ifndef TOOLS_CONSOLE_SESSION_H
+#define TOOLS_CONSOLE_SESSION_H
+
+#include <istream>
+#include <string>
+#include <vector>
+
+#include "tools/console/ConsoleConnection.h"
+#include "tools/console/StatementBuilder.h"
+
+// How the program ends; documented in its help.
+enum ExitStatus
+{
+    kSuccess = 0,
+    kBadInput = 1,
+    kCannotConnect = 2,
+    kRefused = 3,
+    kLost = 4,
+    kInterrupted = 130
+};
+
+class Session
+{
+public:
+    // Connects and opens; a status other than kSuccess was reported. With a limit, in
+    // milliseconds, a console that serves somebody else is not waited for any longer.
+    ExitStatus Open(const std::string& host, const std::string& port, int limit);
+
+    // Sends the lines of a source, whose name is for reports. Stops at the first error, and at a
+    // statement after which the console took its leave.
+    ExitStatus RunLines(std::istream& source, const std::string& name);
+
+    // After the last source: whether it ended in the middle of a block.
+    ExitStatus Finish();
+
+    // Reads and runs lines from the terminal until ^D, "quit" or the end of the connection.
+    ExitStatus RunTerminal();
+
+    // Takes leave, after which the console is ready for its next client.
+    void Close();
+
+private:
+    ExitStatus RunStatement(const std::vector<std::string>& statement);
+    ExitStatus WaitForAnswer(bool mayQuit);
+
+    ConsoleConnection mConnection;
+    StatementBuilder mBuilder;
+    bool mOpen = false;
+};
+
+#endif  // TOOLS_CONSOLE_SESSION_H
