@@ -1,0 +1,46 @@
+// Splitting and converting one console line. The words found must be in the line in that order, and
+// a parser that was used before must find the same as a fresh one.
+#include <string>
+#include <vector>
+
+#include "fuzz/support/support.h"
+#include "util/console/CmdParser.h"
+#include "util/console/CmdValue.h"
+
+namespace {
+std::vector<std::string> WordsOf(const CmdParser& parser)
+{
+    std::vector<std::string> words;
+    for (const char* word : {parser.GetReturn(), parser.GetCommand()}) {
+        words.emplace_back(word != nullptr ? word : "(none)");
+    }
+    for (int index = 0; index < parser.GetCount(); ++index) {
+        words.emplace_back(parser.GetNthArg(index));
+    }
+    return words;
+}
+}  // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
+{
+    static CmdParser used;
+    const std::string line(std::string(reinterpret_cast<const char*>(data), size).c_str());
+    used.Parse(line.c_str());
+    const CmdParser fresh(line.c_str());
+    fuzz::Require(WordsOf(used) == WordsOf(fresh), "a used parser finds other words");
+    std::size_t at = 0;
+    for (int index = 0; index < fresh.GetCount(); ++index) {
+        const std::string word = fresh.GetNthArg(index);
+        fuzz::Require(word.size() < 256, "a word is too long");
+        at = line.find(word, at);
+        fuzz::Require(at != std::string::npos, "a word is not in the line");
+        at += word.size();
+    }
+    static CmdValue values[256];
+    const int filled = fresh.GetCmdArgs(values, 256);
+    fuzz::Require(filled >= 0 && filled <= fresh.GetCount(), "more values than arguments");
+    for (int index = 0; index < filled; ++index) {
+        fuzz::Require(std::string(values[index].GetString()).size() < 256, "a text is too long");
+    }
+    return 0;
+}
