@@ -17,23 +17,24 @@ sys.dont_write_bytecode = True
 sys.path.insert(0, str(pathlib.Path(__file__).resolve().parents[2] / "scripts" / "lib"))
 import stand  # noqa: E402
 
-MEDIA = "clock:60"
+SIZE = 1000000  # bytes of the media file; its content does not matter to the clock engine
 
 
 def is_whole(status):
     """A status before the first report is all zeros; later ones agree in themselves."""
-    duration, total = status["duration"], status["total_bytes"]
+    duration, total = status["duration"], status["totalBytes"]
     if duration == 0 or total == 0:
         return True
-    return abs(status["offset"] / total - status["position"] / duration) < 0.02
+    return abs(status["currentOffset"] / total - status["position"] / duration) < 0.02
 
 
-def play_and_kill(programs, directory, browser, generator):
+def play_and_kill(programs, directory, media, browser, generator):
     """One life of a player; the number of statuses looked at."""
     looked = 0
     with stand.Player(programs, directory) as player:
-        browser.tell(f"load {MEDIA}", "play")
-        start = browser.until("a new player's position", lambda s: s["position"] > 0, 20)
+        browser.tell(f"load {media}", "play")
+        start = browser.until("a new player's position",
+                              lambda s: s["position"] > 0 and s["totalBytes"] == SIZE, 20)
         end = time.monotonic() + generator.uniform(0.0, 0.4)
         while looked == 0 or time.monotonic() < end:
             status = browser.status()
@@ -53,9 +54,12 @@ def main():
     looked = 0
     begin = time.monotonic()
     with tempfile.TemporaryDirectory() as directory:
+        media = pathlib.Path(directory) / "media.bin"
+        media.write_bytes(bytes(SIZE))
         with stand.Browser(options.programs.resolve(), directory) as browser:
             for _ in range(options.kills):
-                looked += play_and_kill(options.programs.resolve(), directory, browser, generator)
+                looked += play_and_kill(options.programs.resolve(), directory, media, browser,
+                                        generator)
             browser.quit()
     print(f"players killed: {options.kills}, recovered each time; "
           f"{looked} statuses, none a mixture; {time.monotonic() - begin:.0f} s")
