@@ -1,6 +1,8 @@
 #include "tools/browser/Options.h"
 
 #include <CLI/CLI.hpp>
+#include <filesystem>
+#include <system_error>
 
 #include "tools/browser/Command.h"
 
@@ -20,6 +22,17 @@ std::string Footer()
            "Exit status: 0 all done, 1 a wait timed out, 2 wrong usage or a wrong command, 3 the\n"
            "library can not be used.";
 }
+
+// The library in the folder lib beside the program's own folder, else the one that the system
+// finds by its name.
+std::string DefaultLibrary()
+{
+    std::error_code ignored;
+    const std::filesystem::path program = std::filesystem::read_symlink("/proc/self/exe", ignored);
+    const std::filesystem::path beside =
+        program.parent_path().parent_path() / "lib" / VIDEO_LIBRARY;
+    return std::filesystem::exists(beside, ignored) ? beside.string() : VIDEO_LIBRARY;
+}
 }  // namespace
 
 bool ParseOptions(int argc, const char* const* argv, Options& options, int& exitStatus)
@@ -27,6 +40,7 @@ bool ParseOptions(int argc, const char* const* argv, Options& options, int& exit
     CLI::App app(kDescription);
     app.footer(Footer);
     std::string exec;
+    options.library = DefaultLibrary();
     app.add_option("url", options.url, "What to load and play at the start");
     app.add_option("--library", options.library, "The library to load")->capture_default_str();
     app.add_option("--log", options.log,

@@ -7,7 +7,7 @@
 
 struct Options
 {
-    std::string library = VIDEO_LIBRARY;
+    std::string library;
     std::string url;
     std::string log;
     std::string script;             // "-" is standard input
