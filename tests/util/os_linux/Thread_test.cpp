@@ -4,48 +4,25 @@
 #include <gtest/gtest.h>
 #include <pthread.h>
 #include <sched.h>
-#include <semaphore.h>
 #include <signal.h>
 #include <unistd.h>
 
 #include <atomic>
 #include <cerrno>
-#include <cstdio>
 #include <memory>
 #include <string>
 #include <thread>
-#include <vector>
 
 #include "tests/support/support.h"
+#include "tests/util/os_linux/Gate.h"
 #include "util/os_linux/Logger.h"
 #include "util/os_linux/Sleep.h"
 #include "util/os_linux/ThreadList.h"
 
 namespace {
+using test::Gate;
 using testing::HasSubstr;
 using testing::Not;
-
-// A gate that threads wait at, a cancellation point.
-class Gate
-{
-public:
-    Gate() { sem_init(&mSemaphore, 0, 0); }
-    ~Gate() { sem_destroy(&mSemaphore); }
-    void Open() { sem_post(&mSemaphore); }
-    void Wait()
-    {
-        while (sem_wait(&mSemaphore) != 0) {}
-    }
-
-    static void* WaitAt(void* gate)
-    {
-        static_cast<Gate*>(gate)->Wait();
-        return nullptr;
-    }
-
-private:
-    sem_t mSemaphore;
-};
 
 bool Reaches(const Thread& thread, int status)
 {
@@ -348,62 +325,5 @@ TEST_F(ThreadTest, FindsItsOwnObject)
     ASSERT_TRUE(Reaches(thread, Thread::kExited));
     thread.Join();
     EXPECT_EQ(found, &thread);
-}
-
-TEST_F(ThreadTest, TheListShowsTheObjectsThatExist)
-{
-    ThreadList* const list = ThreadList::GetInstance();
-    list->ShowThread();
-    EXPECT_EQ(mLog.Text(), " All Thread Count = 0\n");
-
-    Gate gate;
-    Thread idle("idle", nullptr, false, 7);
-    Thread running("running", Gate::WaitAt, false, 0);
-    running.Start(&gate);
-    ASSERT_TRUE(Reaches(running, Thread::kRunning));
-    unsigned long goneHandle = 0;
-    {
-        Thread gone("gone", Thread::GetSelf());
-        goneHandle = gone.GetThreadHandle();
-        EXPECT_EQ(list->GetThread(goneHandle), &gone);
-    }
-    EXPECT_EQ(list->GetThread(goneHandle), nullptr);
-    EXPECT_EQ(list->GetThread(running.GetThreadHandle()), &running);
-    char expected[512];
-    std::snprintf(expected, sizeof(expected),
-                  " All Thread Count = 2\n"
-                  "  [0] Thread[idle] Priority = 7, Status = 0, IsRunning = 0, pid = 0, "
-                  "ThreadID = 0\n"
-                  "  [1] Thread[running] Priority = 0, Status = 1, IsRunning = 1, pid = %d, "
-                  "ThreadID = %x\n",
-                  running.GetThreadPID(), static_cast<unsigned>(running.GetThreadHandle()));
-    list->ShowThread();
-    EXPECT_THAT(mLog.Text(), testing::EndsWith(expected));
-    gate.Open();
-    running.Join();
-}
-
-TEST_F(ThreadTest, TheListIsSafeFromManyThreads)
-{
-    Logger::ChangeMode(0);
-    std::vector<std::thread> threads;
-    for (int id = 0; id < 4; ++id) {
-        threads.emplace_back([] {
-            for (int round = 0; round < 100; ++round) {
-                Thread own("own", Thread::GetSelf());
-                EXPECT_EQ(Thread::GetCurrentThread(), &own);
-                Thread worker("worker", nullptr, round % 2 == 0, 0);
-                worker.Start(nullptr);
-                ThreadList::GetInstance()->ShowThread();
-                test::WaitUntil([&] { return worker.GetStatus() == Thread::kExited; });
-                if (round % 2 != 0) {
-                    EXPECT_EQ(worker.Join(), 0);
-                }
-            }
-        });
-    }
-    for (std::thread& thread : threads) {
-        thread.join();
-    }
 }
 }  // namespace
