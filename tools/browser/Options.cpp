@@ -45,6 +45,11 @@ bool ParseOptions(int argc, const char* const* argv, Options& options, int& exit
     app.add_option("--library", options.library, "The library to load")->capture_default_str();
     app.add_option("--log", options.log,
                    "Append standard error, and with it the library's log, to this file");
+    app.add_option("--console", options.consolePort,
+                   "Start the debugging console on 127.0.0.1, on this port or 28282; what it "
+                   "answers goes to standard error")
+        ->expected(0, 1)
+        ->check(CLI::Range(1, 65535));
     CLI::Option* const script = app.add_option("--script", options.script,
                                                "Run the commands of this file, - is standard "
                                                "input");
@@ -55,6 +60,7 @@ bool ParseOptions(int argc, const char* const* argv, Options& options, int& exit
         exitStatus = app.exit(error) == 0 ? 0 : kExitUsage;
         return false;
     }
+    options.console = app.count("--console") > 0;
     if (app.count("--exec") > 0) {
         options.exec = SplitCommands(exec);
     }

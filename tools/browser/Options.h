@@ -10,6 +10,8 @@ struct Options
     std::string library;
     std::string url;
     std::string log;
+    bool console = false;
+    int consolePort = 28282;
     std::string script;             // "-" is standard input
     std::vector<std::string> exec;  // commands, of --exec
 };

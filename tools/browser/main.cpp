@@ -1,4 +1,5 @@
 // The browser stand-in. One thread, beside the library's own.
+#include <dlfcn.h>
 #include <fcntl.h>
 #include <unistd.h>
 
@@ -76,6 +77,21 @@ int RunScreen(Session& session)
     return 0;
 }
 
+// The module is found by its name, in the build through the program's run path.
+bool StartConsole(int port)
+{
+    void* const module = dlopen(BROWSER_CONSOLE, RTLD_NOW | RTLD_LOCAL);
+    using Starter = int (*)(int);
+    const auto start = module != nullptr
+                           ? reinterpret_cast<Starter>(dlsym(module, "StartBrowserConsole"))
+                           : nullptr;
+    if (start == nullptr) {
+        std::fprintf(stderr, "%s\n", dlerror());
+        return false;
+    }
+    return start(port) == 0;
+}
+
 int Run(const Options& options)
 {
     std::signal(SIGPIPE, SIG_IGN);
@@ -91,6 +107,10 @@ int Run(const Options& options)
     Session session(library);
     if (!session.Start()) {
         std::fprintf(stderr, "The library gives no access to its channel\n");
+        return kExitNoLibrary;
+    }
+    if (options.console && !StartConsole(options.consolePort)) {
+        std::fprintf(stderr, "The console can not be started\n");
         return kExitNoLibrary;
     }
     if (!options.url.empty()) {

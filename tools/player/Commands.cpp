@@ -1,7 +1,10 @@
 #include "tools/player/Commands.h"
 
 #include <algorithm>
+#include <chrono>
+#include <condition_variable>
 #include <cstring>
+#include <mutex>
 #include <string>
 #include <utility>
 
@@ -12,6 +15,10 @@
 
 namespace {
 Player* sPlayer;  // set before the channel is started
+
+std::mutex sDelayMutex;
+std::condition_variable sDelayChanged;
+int sDelay = 0;  // milliseconds, under sDelayMutex
 
 const IPCParam::Arg* Find(IPCParam& request, const char* name)
 {
@@ -78,36 +85,45 @@ int Limited(const char* method, int value, int low, int high)
     return limited;
 }
 
+// The empty answer, given when it is due.
+IPCParam* Answer()
+{
+    std::unique_lock<std::mutex> lock(sDelayMutex);
+    const auto delay = std::chrono::milliseconds(sDelay);
+    sDelayChanged.wait_for(lock, delay, [] { return sDelay == 0; });
+    return nullptr;
+}
+
 IPCParam* OnLoad(IPCParam* request)
 {
     std::string url;
     if (!Url(*request, url)) {
-        return nullptr;
+        return Answer();
     }
     PLAYER_INFO("load %s", url.c_str());
     Post("load", [url](Engine& engine) { url.empty() ? engine.CancelLoad() : engine.Load(url); });
-    return nullptr;
+    return Answer();
 }
 
 IPCParam* OnCancelLoad(IPCParam*)
 {
     PLAYER_INFO("cancelLoad");
     Post("cancelLoad", [](Engine& engine) { engine.CancelLoad(); });
-    return nullptr;
+    return Answer();
 }
 
 IPCParam* OnPlay(IPCParam*)
 {
     PLAYER_INFO("play");
     Post("play", [](Engine& engine) { engine.Play(); });
-    return nullptr;
+    return Answer();
 }
 
 IPCParam* OnPause(IPCParam*)
 {
     PLAYER_INFO("pause");
     Post("pause", [](Engine& engine) { engine.Pause(); });
-    return nullptr;
+    return Answer();
 }
 
 IPCParam* OnSeek(IPCParam* request)
@@ -117,7 +133,7 @@ IPCParam* OnSeek(IPCParam* request)
         PLAYER_INFO("seek %d", ms);
         Post("seek", [ms](Engine& engine) { engine.Seek(ms); });
     }
-    return nullptr;
+    return Answer();
 }
 
 IPCParam* OnSetRate(IPCParam* request)
@@ -128,7 +144,7 @@ IPCParam* OnSetRate(IPCParam* request)
         speed = Limited("setRate", speed, -Engine::kMaxSpeed, Engine::kMaxSpeed);
         Post("setRate", [speed](Engine& engine) { engine.SetSpeed(speed); });
     }
-    return nullptr;
+    return Answer();
 }
 
 IPCParam* OnSetVolume(IPCParam* request)
@@ -139,7 +155,7 @@ IPCParam* OnSetVolume(IPCParam* request)
         volume = Limited("setVolume", volume, 0, 100);
         Post("setVolume", [volume](Engine& engine) { engine.SetVolume(volume); });
     }
-    return nullptr;
+    return Answer();
 }
 
 IPCParam* OnSetSize(IPCParam* request)
@@ -152,7 +168,7 @@ IPCParam* OnSetSize(IPCParam* request)
         height = Limited("setSize", height, 1, Engine::kMaxSize);
         Post("setSize", [=](Engine& engine) { engine.SetSize(width, height); });
     }
-    return nullptr;
+    return Answer();
 }
 
 IPCParam* OnSetMuted(IPCParam* request)
@@ -162,7 +178,7 @@ IPCParam* OnSetMuted(IPCParam* request)
         PLAYER_INFO("setMuted %d", muted);
         Post("setMuted", [muted](Engine& engine) { engine.SetMuted(muted != 0); });
     }
-    return nullptr;
+    return Answer();
 }
 }  // namespace
 
@@ -178,4 +194,13 @@ void RegisterCommands(IPCChannel& channel, Player& player)
     channel.Register("setVolume", OnSetVolume);
     channel.Register("setSize", OnSetSize);
     channel.Register("setMuted", OnSetMuted);
+}
+
+void SetAnswerDelay(int milliseconds)
+{
+    {
+        const std::lock_guard<std::mutex> hold(sDelayMutex);
+        sDelay = milliseconds;
+    }
+    sDelayChanged.notify_all();
 }

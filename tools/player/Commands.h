@@ -13,4 +13,8 @@ class Player;
 // of the channel.
 void RegisterCommands(IPCChannel& channel, Player& player);
 
+// From now on every answer is given that many milliseconds after its command was taken; 0 also ends
+// a wait that is under way.
+void SetAnswerDelay(int milliseconds);
+
 #endif  // TOOLS_PLAYER_COMMANDS_H

@@ -56,6 +56,15 @@ void AddClock(CLI::App& app, ClockEngine::Settings& clock)
         ->check(delays)
         ->capture_default_str();
 }
+
+void AddConsole(CLI::App& app, Options& options)
+{
+    app.add_option("--console", options.consolePort,
+                   "Start the debugging console on 127.0.0.1, on this port or 28282: the state, a "
+                   "forced failure, slow answers")
+        ->expected(0, 1)
+        ->check(CLI::Range(1, 65535));
+}
 }  // namespace
 
 bool ParseOptions(int argc, const char* const* argv, Options& options, int& exitStatus)
@@ -70,6 +79,7 @@ bool ParseOptions(int argc, const char* const* argv, Options& options, int& exit
                  "GStreamer engine: no window and no sound; also without a display");
     AddConnection(app, options);
     AddClock(app, options.clock);
+    AddConsole(app, options);
     app.add_flag("-v,--verbose", options.verbose, "Log what the library does, too");
     try {
         app.parse(argc, argv);
@@ -77,5 +87,6 @@ bool ParseOptions(int argc, const char* const* argv, Options& options, int& exit
         exitStatus = app.exit(error) == 0 ? kExitEnded : kExitUsage;
         return false;
     }
+    options.console = app.count("--console") > 0;
     return true;
 }

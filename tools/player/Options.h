@@ -15,6 +15,8 @@ struct Options
     std::string browserAddress = "127.0.0.1";
     int browserPort = 56910;
     bool verbose = false;
+    bool console = false;
+    int consolePort = 28282;
     ClockEngine::Settings clock;
 };
 

@@ -12,6 +12,7 @@
 #include "tools/player/Options.h"
 #include "tools/player/Player.h"
 #include "tools/player/PlayerChannel.h"
+#include "tools/player/PlayerConsole.h"
 #include "tools/player/PlayerLog.h"
 #include "tools/player/StatusPusher.h"
 #ifdef PLAYER_HAS_GSTREAMER
@@ -67,9 +68,14 @@ int Run(const Options& options)
     PlayerChannel channel("HTML5 Video Socket", options.browserAddress.c_str(),
                           options.listenAddress.c_str(), options.browserPort, options.listenPort);
     StatusPusher pusher(channel);
+    PlayerConsole console(options.consolePort);
     Player player([&](std::function<void()> wake) { return MakeEngine(options, std::move(wake)); },
-                  [&](const PlaybackState& state) { pusher.Update(state); });
+                  [&](const PlaybackState& state) { pusher.Update(console.Filter(state)); });
     RegisterCommands(channel, player);
+    if (options.console && !console.Start()) {
+        PLAYER_ERROR("The console's thread can not be started");
+        return kExitFailed;
+    }
     channel.Start();
     if (!channel.IsListening()) {
         PLAYER_ERROR("Can not listen on %s port %d: is another player running?",
