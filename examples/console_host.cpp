@@ -93,7 +93,8 @@ int main(int argc, char** argv)
         workers.back()->Start(nullptr);
     }
 
-    CmdMgr* const console = CmdMgr::GetInstance(argc > 1 ? std::atoi(argv[1]) : 0);
+    CmdMgr* const console =
+        CmdMgr::GetInstance(argc > 1 ? static_cast<int>(std::strtol(argv[1], nullptr, 10)) : 0);
     console->SetAddress("127.0.0.1");
     console->SetTolerant(true);
     if (console->Start() != 0) {

@@ -114,7 +114,7 @@ LineEditor::LineEditor(int watched) : mHistoryPath(HistoryPath())
     gWatched = watched;
     gWords.insert(std::begin(kLanguage), std::end(kLanguage));
     rl_readline_name = "console";
-    rl_catch_signals = 0;  // ^C is waited for in WaitForKey
+    rl_catch_signals = 0;        // ^C is waited for in WaitForKey
     rl_getc_function = ReadKey;  // looked at by rl_initialize only
     rl_initialize();
     rl_attempted_completion_function = Complete;

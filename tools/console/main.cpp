@@ -3,6 +3,7 @@
 
 #include <CLI/CLI.hpp>
 #include <cstdio>
+#include <exception>
 #include <fstream>
 #include <iostream>
 #include <sstream>
@@ -88,9 +89,8 @@ int Run(const Options& options)
     session.Close();
     return status;
 }
-}  // namespace
 
-int main(int argc, char** argv)
+int ParseAndRun(int argc, char** argv)
 {
     Options options;
     CLI::App app("Runs statements in a debugging console", "console");
@@ -98,7 +98,7 @@ int main(int argc, char** argv)
     app.add_option("--port", options.port, "Its TCP port")->capture_default_str();
     app.add_option("--timeout", options.timeout,
                    "Seconds to wait for the first prompt; without it as long as it takes")
-        ->check(CLI::PositiveNumber);
+        ->check(CLI::Range(0.001, 86400.0));
     app.add_option("--exec", options.statements, "Run this line, before the file; may be repeated")
         ->type_name("LINE")
         ->allow_extra_args(false);
@@ -106,8 +106,19 @@ int main(int argc, char** argv)
     app.footer(kFooter);
     try {
         app.parse(argc, argv);
+        return Run(options);
     } catch (const CLI::ParseError& error) {
         return app.exit(error) == 0 ? kSuccess : kBadInput;
     }
-    return Run(options);
+}
+}  // namespace
+
+int main(int argc, char** argv)
+{
+    try {
+        return ParseAndRun(argc, argv);
+    } catch (const std::exception& error) {
+        std::fprintf(stderr, "console: %s\n", error.what());
+        return kBadInput;
+    }
 }

@@ -1,11 +1,11 @@
 #include "util/console/BlockRunner.h"
 
 #include <cstdint>
-#include <cstring>
 
 #include "util/console/CmdListMgr.h"
 #include "util/console/CmdMgr.h"
 #include "util/console/CmdParser.h"
+#include "util/console/ResultText.h"
 
 BlockRunner::BlockRunner(CmdMgr& manager, const CmdBlock& block)
     : mManager(manager),
@@ -46,11 +46,9 @@ int BlockRunner::RunStep(BlockStep& step, char* result)
         case BlockStep::Kind::kIdle:
             return CmdMgr::kDone;
         case BlockStep::Kind::kBadArguments:
-            std::strcpy(result, "argument fail");
-            break;
+            return Fail(result, "argument fail");
         case BlockStep::Kind::kTooDeep:
-            std::strcpy(result, "Block too deep");
-            break;
+            return Fail(result, "Block too deep");
         case BlockStep::Kind::kUnknown:
             break;
     }

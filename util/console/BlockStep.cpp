@@ -1,11 +1,11 @@
 #include "util/console/BlockStep.h"
 
-#include <cstdlib>
 #include <cstring>
 
 #include "util/console/CmdBlock.h"
 #include "util/console/CmdMgr.h"
 #include "util/console/CmdParser.h"
+#include "util/console/NumberText.h"
 
 namespace {
 bool IsCommand(const CmdParser* line, const char* word)
@@ -70,7 +70,7 @@ void BlockStep::PrepareLine()
         kind = Kind::kBreak;
     } else if (statement == StatementKind::kCommand && returns && line->GetCount() == 0) {
         kind = Kind::kAssignment;
-        number = std::atoi(line->GetCommand());
+        number = IntegerOf(line->GetCommand());
     }
 }
 

@@ -1,8 +1,5 @@
 // The interpreter's way from a line to a statement: comments, blocks, built-in words, commands of
 // the registry, return names.
-#include <cstring>
-#include <memory>
-
 #include "util/console/BlockRunner.h"
 #include "util/console/CmdBlock.h"
 #include "util/console/CmdListMgr.h"
@@ -10,6 +7,7 @@
 #include "util/console/CmdParser.h"
 #include "util/console/IntegerOperation.h"
 #include "util/console/RegistryHold.h"
+#include "util/console/ResultText.h"
 #include "util/console/StatementKind.h"
 #include "util/console/SymListMgr.h"
 
@@ -87,11 +85,11 @@ int CmdMgr::CmdBlockLoop(const char* firstLine, char* result)
     mBlockLines = 0;
     mBlockText = 0;
     CmdBlock* const block = NewCmdBlock();
-    int code = kFailed;
+    int code = kDone;
     if (ParseCmdBlock(block, new CmdParser(firstLine), nullptr) != 0) {
-        std::strcpy(result, "Block without END");
+        code = Fail(result, "Block without END");
     } else if (IsBlockFull()) {
-        std::strcpy(result, "Block too long");
+        code = Fail(result, "Block too long");
     } else {
         code = DoCmdBlock(block, result);
     }

@@ -52,6 +52,7 @@ CmdMgr::CmdMgr(int port)
 CmdMgr::~CmdMgr()
 {
     Stop();
+    const StaticLockHold hold(mStartLock);
     WaitForFormerThread();
     CmdMgr* expected = this;
     sCmdMgr.compare_exchange_strong(expected, nullptr);

@@ -53,7 +53,7 @@ public:
     // and characters; a longer one is read to its end and not run. FILE nests this deep.
     static constexpr int kMaxBlockDepth = 64;
     static constexpr int kMaxBlockLines = 16384;
-    static constexpr std::size_t kMaxBlockText = 1024 * 1024;
+    static constexpr std::size_t kMaxBlockText = std::size_t{1024} * 1024;
     static constexpr int kMaxScripts = 16;
 
     // The one instance, made with that port on the first call, which later calls ignore.
@@ -171,7 +171,7 @@ private:
     class ScriptScope;
 
     static void* RunThread(void* manager);
-    bool WaitForFormerThread();
+    bool WaitForFormerThread() TAVI_REQUIRES(mStartLock);
     bool BeginServing();
     void EndServing();
     void Serve();

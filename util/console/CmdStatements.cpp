@@ -5,7 +5,6 @@
 
 #include <algorithm>
 #include <cstdio>
-#include <cstring>
 
 #include "util/console/CmdMgr.h"
 #include "util/console/CmdParser.h"
@@ -17,12 +16,6 @@
 #include "util/os_linux/FileDescriptor.h"
 
 namespace {
-int Fail(char* result, const char* reason)
-{
-    ResultText(result).Append(reason);
-    return CmdMgr::kFailed;
-}
-
 int Declare(const CmdParser& line, int type)
 {
     return SymListMgr::GetInstance()->RegisterSymbol(line.GetNthArg(0), line.GetNthArg(1), type,

@@ -6,6 +6,7 @@
 #include <cstring>
 
 #include "util/console/CmdParser.h"
+#include "util/console/NumberText.h"
 #include "util/console/SymListMgr.h"
 
 namespace {
@@ -43,11 +44,11 @@ bool FillFromSymbol(CmdValue& value, const SymInfo& symbol)
 bool FillFromLiteral(CmdValue& value, const char* word)
 {
     if (CmdParser::IsInteger(word)) {
-        value.SetInt(std::atoi(word));
+        value.SetInt(IntegerOf(word));
     } else if (CmdParser::IsHex(word)) {
         value.SetInt(static_cast<int>(std::strtol(word, nullptr, 16)));
     } else if (CmdParser::IsFloat(word)) {
-        value.SetFloat(static_cast<float>(std::atof(word)));
+        value.SetFloat(FloatOf(word));
     } else if (CmdParser::IsString(word)) {
         value.SetString(word);
     } else {

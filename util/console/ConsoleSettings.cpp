@@ -1,7 +1,6 @@
 #include "util/console/ConsoleSettings.h"
 
-#include <cstdlib>
-
+#include "util/console/NumberText.h"
 #include "util/os_linux/ConfigText.h"
 
 namespace {
@@ -14,14 +13,14 @@ std::string WithoutTrailingBlanks(const std::string& text)
 void ConsoleSettings::Apply(const char* line)
 {
     if (const char* value = ConfigValueOf(line, "mode=")) {
-        mode = std::atoi(value);
+        mode = IntegerOf(value);
     } else if ((value = ConfigValueOf(line, "port=")) != nullptr) {
-        port = std::atoi(value);
+        port = IntegerOf(value);
     } else if ((value = ConfigValueOf(line, "address=")) != nullptr) {
         address = WithoutTrailingBlanks(value);
     } else if ((value = ConfigValueOf(line, "tolerant=")) != nullptr) {
-        tolerant = std::atoi(value) != 0;
+        tolerant = IntegerOf(value) != 0;
     } else if ((value = ConfigValueOf(line, "starttimeout=")) != nullptr) {
-        startTimeout = std::atoi(value);
+        startTimeout = IntegerOf(value);
     }
 }

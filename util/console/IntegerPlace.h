@@ -6,8 +6,7 @@
 #ifndef UTIL_CONSOLE_INTEGERPLACE_H
 #define UTIL_CONSOLE_INTEGERPLACE_H
 
-#include <cstdlib>
-
+#include "util/console/NumberText.h"
 #include "util/console/SymListMgr.h"
 
 class IntegerSource
@@ -18,7 +17,7 @@ public:
     {
         const SymInfo* const info = symbols.GetMatch(word);
         const bool follows = info != nullptr && info->mReserved == 0;
-        mLiteral = info == nullptr && word != nullptr ? std::atoi(word) : 0;
+        mLiteral = info == nullptr && word != nullptr ? IntegerOf(word) : 0;
         mValue = follows ? &info->mIntValue : &mLiteral;
     }
 

@@ -56,4 +56,11 @@ private:
     std::size_t mLength;
 };
 
+// The result of a statement that failed: the reason as its text, -1 as its code.
+inline int Fail(char* result, const char* reason)
+{
+    ResultText(result).Append(reason);
+    return -1;
+}
+
 #endif  // UTIL_CONSOLE_RESULTTEXT_H

@@ -1,11 +1,11 @@
 #include "util/console/SymListMgr.h"
 
 #include <climits>
-#include <cstdlib>
 #include <cstring>
 #include <utility>
 
 #include "util/console/HeapText.h"
+#include "util/console/NumberText.h"
 #include "util/os_linux/Singleton.h"
 
 std::atomic<SymListMgr*> SymListMgr::sSymListMgr{nullptr};
@@ -13,11 +13,6 @@ std::atomic<SymListMgr*> SymListMgr::sSymListMgr{nullptr};
 namespace {
 constexpr std::size_t kNameLimit = 256;
 constexpr std::size_t kNoLimit = INT_MAX;
-
-float FloatOf(const char* text)
-{
-    return static_cast<float>(std::atof(text));
-}
 }  // namespace
 
 SymListMgr* SymListMgr::GetInstance()
@@ -50,7 +45,7 @@ int SymListMgr::RegisterSymbol(const char* name, const char* valueText, int type
     info->mReserved = reserved ? 1 : 0;
     info->mType = type;
     if (valueText != nullptr && (type == SymInfo::kInt || type == SymInfo::kChar)) {
-        info->mIntValue = std::atoi(valueText);
+        info->mIntValue = IntegerOf(valueText);
     } else if (valueText != nullptr && type == SymInfo::kFloat) {
         info->mFloatValue = FloatOf(valueText);
     } else if (type == SymInfo::kString) {
@@ -82,7 +77,7 @@ int SymListMgr::SetValue(const char* name, const char* text)
         case SymInfo::kPointer:
             break;
         default:
-            info->StoreInt(std::atoi(text));
+            info->StoreInt(IntegerOf(text));
             break;
     }
     return 0;
@@ -108,7 +103,7 @@ int SymListMgr::GetIntValue(const char* name)
         value = info.mReserved != 0 ? 0 : info.LoadInt();
     };
     if (!WithSymbol(name, read) && name != nullptr) {
-        value = std::atoi(name);
+        value = IntegerOf(name);
     }
     return value;
 }
