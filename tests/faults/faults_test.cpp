@@ -8,10 +8,12 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <atomic>
 #include <cerrno>
 #include <functional>
 #include <memory>
 #include <string>
+#include <thread>
 #include <vector>
 
 #include "tests/support/support.h"
@@ -64,25 +66,43 @@ struct Pair
         Ask(3);
     }
 
-    // What must work once nothing fails any more, as an integrator recovers.
+    // What must work once nothing fails any more, as an integrator recovers: one side serves again
+    // whenever its peer has gone, the other reopens until it is answered.
     bool Recover()
     {
+        std::atomic<bool> answered{false};
+        std::thread serving([&] { ServeUntil(answered); });
         client.Open();
-        for (int tries = 0; tries < 20; ++tries) {
+        const bool recovered = test::WaitUntil([&] {
             client.Reopen();
-            // The server notices that its caller left, unless it had none.
-            test::WaitUntil([this] { return !server.IsRunning(); }, 100);
+            return Ask(100);
+        });
+        answered = true;
+        serving.join();
+        return recovered;
+    }
+
+    void ServeUntil(const std::atomic<bool>& answered)
+    {
+        for (int round = 1; !answered; ++round) {
             server.Start();
-            if (Ask(100 + tries)) {
-                return true;
+            usleep(5000);
+            if (round % 200 == 0) {
+                server.Quit();  // a socket that could not listen is made anew
+                server.Close();
             }
         }
-        return false;
     }
 
     IPCSocketChannel server;
     IPCSocketChannel client;
 };
+
+// An exception that leaves the action ends the process, as in a host that catches none.
+int RunUncaught(const std::function<int()>& action) noexcept
+{
+    return action();
+}
 
 // Runs the action in a child process; how it ended, as waitpid reports it. A child that takes more
 // than 20 seconds is ended by SIGALRM.
@@ -91,7 +111,7 @@ int InChild(const std::function<int()>& action)
     const pid_t child = fork();
     if (child == 0) {
         alarm(20);
-        _exit(action());
+        _exit(RunUncaught(action));
     }
     int status = -1;
     waitpid(child, &status, 0);
@@ -150,7 +170,9 @@ TEST_P(Faults, TheNextConversationIsServed)
             EXPECT_TRUE(status == 0 ||
                         (mayAbort && WIFSIGNALED(status) && WTERMSIG(status) == SIGABRT))
                 << fault.call << " number " << nth << " of " << calls << " with error " << error
-                << ": status " << status;
+                << ": status " << status << "\n"
+                << log.Text().substr(log.Text().size() -
+                                     std::min<std::size_t>(log.Text().size(), 2500));
         }
     }
 }

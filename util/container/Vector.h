@@ -100,10 +100,15 @@ private:
 
     static std::size_t Bytes(int slots) { return static_cast<std::size_t>(slots) * sizeof(P); }
 
-    // realloc moves whole pages of a large buffer instead of copying them.
+    // realloc moves whole pages of a large buffer instead of copying them. Without memory the
+    // process ends, as it does when new fails.
     static P* Resize(P* buffer, int slots)
     {
-        return static_cast<P*>(std::realloc(buffer, Bytes(slots)));
+        void* const resized = std::realloc(static_cast<void*>(buffer), Bytes(slots));
+        if (resized == nullptr) {
+            std::terminate();
+        }
+        return static_cast<P*>(resized);
     }
 
     void Grow()
