@@ -52,8 +52,8 @@ class Player(Process):
 
 
 class Browser(Process):
-    def __init__(self, programs, directory, name="browser"):
-        super().__init__([programs / "browser", "--script", "-"], directory, name,
+    def __init__(self, programs, directory, name="browser", options=()):
+        super().__init__([programs / "browser", "--script", "-", *options], directory, name,
                          stdin=subprocess.PIPE, stdout=subprocess.PIPE, text=True)
         self.events = []  # all but statuses
         self._lines = queue.Queue()

@@ -171,6 +171,76 @@ class Recovery(ToolsTest):
         self.assertEqual(player.end(), 0)
 
 
+class ConsoleClient:
+    """Speaks the console's frames; one prompt answers each line."""
+
+    def __init__(self, port):
+        end = time.monotonic() + 10
+        while True:
+            try:
+                self.socket = socket.create_connection(("127.0.0.1", port), 10)
+                break
+            except ConnectionRefusedError:
+                if time.monotonic() > end:
+                    raise
+                time.sleep(0.01)
+        self.run("START")
+
+    def run(self, line):
+        text = line.encode()
+        self.socket.sendall(b"TAVI" + len(text).to_bytes(4, "little") + text)
+        prompt = b""
+        while len(prompt) < 13:
+            part = self.socket.recv(13 - len(prompt))
+            if not part:
+                raise Failure("the console is gone")
+            prompt += part
+
+    def __enter__(self):
+        return self
+
+    def __exit__(self, *_):
+        self.socket.close()
+
+
+class Consoles(ToolsTest):
+    PORT = 28282  # the default, in a network of its own
+
+    def test_a_player_fails_and_answers_late_on_request(self):
+        player = self.start_player("--console")
+        browser = self.start_browser()
+        self.load(browser)
+        with ConsoleClient(self.PORT) as console:
+            console.run("player_fail 101")
+            browser.ask("wait-status unsupported 10")
+            console.run("player_fail 0")
+            browser.ask("wait-status paused 10")
+            console.run("player_delay 700")
+            before = browser.status()["time"]
+            browser.tell("play")
+            self.assertGreaterEqual(browser.status()["time"] - before, 700)
+            console.run("player_delay 0")
+            for wrong in ("player_fail 99", "player_fail x", "player_delay -1", "player_fail"):
+                console.run(wrong)
+            console.run("player_state")
+            browser.ask("wait-status playing 10")
+        self.assertEqual(player.end(), 0)
+
+    def test_the_browser_takes_commands_beside_its_own(self):
+        self.start_player()
+        browser = self.start_browser(options=[f"--console={self.PORT}"])
+        self.load(browser)
+        with ConsoleClient(self.PORT) as console:
+            console.run("video_play")
+            browser.ask("wait-status playing 10")
+            console.run("video_seek 20000")
+            browser.ask("wait-position 20000 10")
+            console.run("video_pause")
+            browser.ask("wait-status paused 10")
+            console.run("video_status")
+        self.assertRegex(browser.log_text(), r"media status 3 at 2\d+ of 60000 ms, speed 100")
+
+
 class Endings(ToolsTest):
     def run_program(self, name, *arguments, **named):
         return subprocess.run([PROGRAMS / name, *arguments], cwd=self.directory, timeout=60,
