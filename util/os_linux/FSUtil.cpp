@@ -8,7 +8,6 @@
 #include <cstring>
 
 #include "util/os_linux/CancelGuard.h"
-#include "util/os_linux/FSDefaultCompare.h"
 #include "util/os_linux/ModuleLog.h"
 #include "util/os_linux/Mutex.h"
 #include "util/os_linux/ProcessSearch.h"

@@ -9,6 +9,7 @@
 
 #include "util/Export.h"
 #include "util/container/Vector.h"
+#include "util/os_linux/FSDefaultCompare.h"
 #include "util/os_linux/FSStat.h"
 #include "util/os_linux/FileCompare.h"
 
