@@ -1,6 +1,7 @@
 #include "tools/player/MediaPipeline.h"
 
 #include <cmath>
+#include <cstdlib>
 #include <utility>
 
 #include "tools/player/PlayerLog.h"
@@ -67,7 +68,10 @@ MediaPipeline::MediaPipeline(const std::string& uri, bool headless, std::functio
     g_object_set(mPlaybin.get(), "uri", uri.c_str(), nullptr);
     AddScaler();
     if (headless) {
-        SetHeadless();
+        SetFakeSink("video-sink");
+        SetFakeSink("audio-sink");
+    } else {
+        SetWindow();
     }
     mFailed = gst_element_set_state(mPlaybin.get(), GST_STATE_PAUSED) == GST_STATE_CHANGE_FAILURE;
 }
@@ -94,14 +98,28 @@ void MediaPipeline::AddScaler()
     gst_object_unref(mSizeFilter);  // the scaler keeps it
 }
 
-// Sinks that take the media in its own time and show nothing.
-void MediaPipeline::SetHeadless()
+// A sink that takes the media in its own time and shows nothing.
+void MediaPipeline::SetFakeSink(const char* property)
 {
-    for (const char* const property : {"video-sink", "audio-sink"}) {
-        GstElement* const sink = gst_element_factory_make("fakesink", nullptr);
-        g_object_set(sink, "sync", TRUE, nullptr);
-        g_object_set(mPlaybin.get(), property, sink, nullptr);
+    GstElement* const sink = gst_element_factory_make("fakesink", nullptr);
+    g_object_set(sink, "sync", TRUE, nullptr);
+    g_object_set(mPlaybin.get(), property, sink, nullptr);
+}
+
+// The sink is chosen here: left to itself, GStreamer tries all that are installed, and some of them
+// bring the process down.
+void MediaPipeline::SetWindow()
+{
+    const bool wayland = std::getenv("DISPLAY") == nullptr;
+    GstElement* const sink =
+        gst_element_factory_make(wayland ? "waylandsink" : "ximagesink", nullptr);
+    if (sink == nullptr) {
+        PLAYER_WARNING("GStreamer has no window: install %s",
+                       wayland ? "gstreamer1.0-plugins-bad" : "gstreamer1.0-x");
+        SetFakeSink("video-sink");
+        return;
     }
+    g_object_set(mPlaybin.get(), "video-sink", sink, nullptr);
 }
 
 GstBusSyncReply MediaPipeline::OnMessage(GstBus*, GstMessage*, gpointer self)

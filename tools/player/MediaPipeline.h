@@ -83,7 +83,8 @@ public:
 
 private:
     void AddScaler();
-    void SetHeadless();
+    void SetFakeSink(const char* property);
+    void SetWindow();
     News ErrorNews(GstMessage* message) const;
 
     static GstBusSyncReply OnMessage(GstBus* bus, GstMessage* message, gpointer self);

@@ -76,7 +76,7 @@ bool ParseOptions(int argc, const char* const* argv, Options& options, int& exit
         ->check(CLI::IsMember(kEngines))
         ->capture_default_str();
     app.add_flag("--headless", options.headless,
-                 "GStreamer engine: no window and no sound; also without a display");
+                 "GStreamer engine: no window and no sound, as without a display");
     AddConnection(app, options);
     AddClock(app, options.clock);
     AddConsole(app, options);
