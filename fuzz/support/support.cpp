@@ -38,6 +38,11 @@ void QuietLog()
     Logger::ChangeMode(2);
 }
 
+void QuietOutput()
+{
+    Require(std::freopen("/dev/null", "w", stdout) != nullptr, "no /dev/null");
+}
+
 std::uint8_t Input::TakeByte()
 {
     const std::string byte = TakeBytes(1);

@@ -13,6 +13,9 @@ void Require(bool condition, const char* text);
 // Silences the log's outcome but not its work: lines are formatted and written to /dev/null.
 void QuietLog();
 
+// Standard output to /dev/null: what scripts print is nobody's concern.
+void QuietOutput();
+
 // Takes an input apart from the front.
 class Input
 {

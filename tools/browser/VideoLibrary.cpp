@@ -1,36 +1,10 @@
 #include "tools/browser/VideoLibrary.h"
 
 #include <dlfcn.h>
-#include <fcntl.h>
-#include <unistd.h>
 
-#include <cstdio>
+#include "tools/browser/OutputToError.h"
 
 namespace {
-// Standard output goes to standard error while this lives.
-class OutputToError
-{
-public:
-    OutputToError() : mOutput(fcntl(STDOUT_FILENO, F_DUPFD_CLOEXEC, 3))
-    {
-        std::fflush(stdout);
-        dup2(STDERR_FILENO, STDOUT_FILENO);
-    }
-    OutputToError(const OutputToError&) = delete;
-    OutputToError& operator=(const OutputToError&) = delete;
-    ~OutputToError()
-    {
-        std::fflush(stdout);
-        if (mOutput >= 0) {
-            dup2(mOutput, STDOUT_FILENO);
-            close(mOutput);
-        }
-    }
-
-private:
-    const int mOutput;
-};
-
 template <typename Function>
 bool Find(void* handle, const char* name, Function& function, std::string& reason)
 {

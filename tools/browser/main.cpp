@@ -11,6 +11,7 @@
 #include <iterator>
 
 #include "tools/browser/Options.h"
+#include "tools/browser/OutputToError.h"
 #include "tools/browser/Screen.h"
 #include "tools/browser/ScriptRunner.h"
 #include "tools/browser/Session.h"
@@ -80,6 +81,7 @@ int RunScreen(Session& session)
 // The module is found by its name, in the build through the program's run path.
 bool StartConsole(int port)
 {
+    const OutputToError redirected;
     void* const module = dlopen(BROWSER_CONSOLE, RTLD_NOW | RTLD_LOCAL);
     using Starter = int (*)(int);
     const auto start = module != nullptr

@@ -414,11 +414,9 @@ void IPCSocketChannel::WakeAccept()
 // Start must not take it for its peer.
 void IPCSocketChannel::DropPending()
 {
-    while (!mRunning && mRecvSocket->Select(0) > 0)
-    {
+    while (!mRunning && mRecvSocket->Select(0) > 0) {
         const IPCSocket* const pending = mRecvSocket->Accept();
-        if (pending == nullptr)
-        {
+        if (pending == nullptr) {
             return;
         }
         delete pending;

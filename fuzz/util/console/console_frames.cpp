@@ -74,7 +74,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
 {
     static const bool started = [] {
         fuzz::QuietLog();
-        static_cast<void>(std::freopen("/dev/null", "w", stdout));
+        fuzz::QuietOutput();
         CmdMgr* const console = CmdMgr::GetInstance(kPort);
         console->SetAddress("127.0.0.1");
         console->SetTolerant(true);

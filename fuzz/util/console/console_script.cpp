@@ -121,7 +121,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
 {
     static CmdMgr* const console = [] {
         fuzz::QuietLog();
-        static_cast<void>(std::freopen("/dev/null", "w", stdout));
+        fuzz::QuietOutput();
         return CmdMgr::GetInstance(0);
     }();
     fuzz::Input input(data, size);

@@ -280,8 +280,7 @@ TEST_F(IPCServing, QuitsWithinASecondInEveryState)
 
 TEST_F(IPCServing, StartsAgainRightAfterQuit)
 {
-    for (int round = 0; round < 20; ++round)
-    {
+    for (int round = 0; round < 20; ++round) {
         channel->Quit();
         channel->Start();
     }
