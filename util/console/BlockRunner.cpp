@@ -6,9 +6,11 @@
 #include "util/console/CmdMgr.h"
 #include "util/console/CmdParser.h"
 #include "util/console/ResultText.h"
+#include "util/console/StopSignal.h"
 
 BlockRunner::BlockRunner(CmdMgr& manager, const CmdBlock& block)
     : mManager(manager),
+      mStop(*manager.mSignal),
       mSymbols(*SymListMgr::GetInstance()),
       mCommands(*CmdListMgr::GetInstance()),
       mBlock(block)
@@ -16,6 +18,7 @@ BlockRunner::BlockRunner(CmdMgr& manager, const CmdBlock& block)
 
 BlockRunner::BlockRunner(CmdMgr& manager, const CmdBlock& block, BlockStep::Kind kind)
     : mManager(manager),
+      mStop(*manager.mSignal),
       mSymbols(*SymListMgr::GetInstance()),
       mCommands(*CmdListMgr::GetInstance()),
       mBlock(block, kind)
@@ -73,7 +76,7 @@ int BlockRunner::RunFor(BlockStep& step, char* result)
     const std::int64_t end = mSymbols.GetIntValue(step.line->GetNthArg(1));
     const std::int64_t increment = mSymbols.GetIntValue(step.line->GetNthArg(2));
     int code = CmdMgr::kDone;
-    for (; counter <= end && !mManager.IsInterrupted(); counter += increment) {
+    for (; counter <= end && !mStop.IsRaised(); counter += increment) {
         code = RunBody(step, 0, step.body.size(), result);
         if (code == CmdMgr::kBreak) {
             code = CmdMgr::kDone;
@@ -87,7 +90,7 @@ int BlockRunner::RunFor(BlockStep& step, char* result)
 int BlockRunner::RunWhile(BlockStep& step, char* result)
 {
     int code = CmdMgr::kDone;
-    while (IsTrue(step) && !mManager.IsInterrupted()) {
+    while (IsTrue(step) && !mStop.IsRaised()) {
         code = RunBody(step, 0, step.body.size(), result);
         if (code == CmdMgr::kBreak) {
             code = CmdMgr::kDone;

@@ -16,6 +16,7 @@
 
 class CmdListMgr;
 class CmdMgr;
+class StopSignal;
 
 class BlockRunner
 {
@@ -51,6 +52,7 @@ private:
     void Renew(BlockStep& step);
 
     CmdMgr& mManager;
+    const StopSignal& mStop;
     SymListMgr& mSymbols;
     CmdListMgr& mCommands;
     BlockStep mBlock;

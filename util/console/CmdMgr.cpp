@@ -158,11 +158,6 @@ void CmdMgr::EndServing()
     mSignal->Clear();
 }
 
-bool CmdMgr::IsInterrupted() const
-{
-    return mSignal->IsRaised();
-}
-
 void* CmdMgr::ThreadLoop(void* manager)
 {
     CmdMgr* const console = static_cast<CmdMgr*>(manager);
@@ -227,7 +222,7 @@ void CmdMgr::Close()
 
 int CmdMgr::GetLine(char* line)
 {
-    if (!mLink->HasPeer() || IsInterrupted()) {
+    if (!mLink->HasPeer() || mSignal->IsRaised()) {
         return -1;
     }
     if (mIsScript && mScript != nullptr) {

@@ -29,7 +29,6 @@ class CmdParser;
 class ConsoleLink;
 class StopSignal;
 class Thread;
-enum class Arithmetic;
 enum class StatementKind;
 struct CmdBlock;
 struct ConsoleSettings;
@@ -176,7 +175,6 @@ private:
     void EndServing();
     void Serve();
     void NextClient();
-    bool IsInterrupted() const;
 
     int RunLine(CmdParser* parser, const char* line, char* result);
     int RunStatement(StatementKind kind, CmdParser* line, char* result);

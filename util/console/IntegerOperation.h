@@ -77,10 +77,10 @@ inline bool Calculate(Arithmetic operation, int left, int right, int* result)
             value = a * b;
             break;
         case Arithmetic::kDivide:
-            if (b == 0) {
+            if (right == 0) {
                 return false;
             }
-            value = a / b;
+            value = right == -1 ? -a : left / right;  // the one quotient that may not fit
             break;
     }
     *result = static_cast<int>(static_cast<std::uint32_t>(value));

@@ -8,6 +8,7 @@
 namespace {
 TEST(FixedPort, Is28282OnEveryInterfaceWithoutAConfiguration)
 {
+    test::UsePrivateNetwork();
     testing::internal::CaptureStdout();
     CmdMgr* const console = CmdMgr::GetInstance(0);
     EXPECT_EQ(CmdMgr::GetInstance(5), console);
