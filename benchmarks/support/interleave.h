@@ -51,7 +51,14 @@ public:
                           },
                           1,
                           {},
-                          other});
+                          other,
+                          {}});
+    }
+
+    // Adds a case that runs its operation once and says itself how many nanoseconds it took.
+    void AddTimed(std::string name, std::function<double()> operation)
+    {
+        mCases.push_back({std::move(name), {}, 1, {}, 0, std::move(operation)});
     }
 
     // Measures every case in the given number of rounds and prints one JSON object a line on
@@ -69,6 +76,7 @@ private:
         std::size_t count;          // operations in one slice
         std::vector<double> times;  // nanoseconds of one operation, by round
         pid_t other;                // 0 for none
+        std::function<double()> timed;
     };
 
     double Now(const Case& timed) const;
