@@ -58,7 +58,7 @@ public:
     unsigned long long GetCurrentOffset() const { return GetStatus().currentOffset; }
 
 private:
-    int Send(const char* method, IPCParam& arguments);
+    HTML5_VIDEO_LOCAL int Send(const char* method, IPCParam& arguments);
 
     static std::atomic<HTML5VideoClient*> sHTML5VideoClient;
 

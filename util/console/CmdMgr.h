@@ -170,23 +170,23 @@ private:
     // One nesting of FILE.
     class ScriptScope;
 
-    static void* RunThread(void* manager);
-    bool WaitForFormerThread();
-    bool BeginServing();
-    void EndServing();
-    void Serve();
-    void NextClient();
-    bool IsInterrupted() const;
+    HTML5_VIDEO_LOCAL static void* RunThread(void* manager);
+    HTML5_VIDEO_LOCAL bool WaitForFormerThread();
+    HTML5_VIDEO_LOCAL bool BeginServing();
+    HTML5_VIDEO_LOCAL void EndServing();
+    HTML5_VIDEO_LOCAL void Serve();
+    HTML5_VIDEO_LOCAL void NextClient();
+    HTML5_VIDEO_LOCAL bool IsInterrupted() const;
 
-    int RunLine(CmdParser* parser, const char* line, char* result);
-    int RunStatement(StatementKind kind, CmdParser* line, char* result);
-    int RunBasic(StatementKind kind, CmdParser* line, char* result);
-    void Dispatch(CmdParser* line, char* result);
-    void RunScript(char* result);
+    HTML5_VIDEO_LOCAL int RunLine(CmdParser* parser, const char* line, char* result);
+    HTML5_VIDEO_LOCAL int RunStatement(StatementKind kind, CmdParser* line, char* result);
+    HTML5_VIDEO_LOCAL int RunBasic(StatementKind kind, CmdParser* line, char* result);
+    HTML5_VIDEO_LOCAL void Dispatch(CmdParser* line, char* result);
+    HTML5_VIDEO_LOCAL void RunScript(char* result);
 
-    CmdParser* ReadBlockLine();
-    int SkipBlock();
-    bool IsBlockFull() const;
+    HTML5_VIDEO_LOCAL CmdParser* ReadBlockLine();
+    HTML5_VIDEO_LOCAL int SkipBlock();
+    HTML5_VIDEO_LOCAL bool IsBlockFull() const;
 
     static std::atomic<CmdMgr*> sCmdMgr;
 
