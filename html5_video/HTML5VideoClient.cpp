@@ -47,6 +47,13 @@ int ToInteger(float value)
 
 HTML5VideoClient* HTML5VideoClient::GetInstance()
 {
+    HTML5VideoClient* const made = sHTML5VideoClient.load(std::memory_order_acquire);
+    return made != nullptr ? made : MakeInstance();
+}
+
+// Apart, so that a status read does not pay for what this keeps on the stack.
+HTML5VideoClient* HTML5VideoClient::MakeInstance()
+{
     static StaticLock sLock;
     // The constructor publishes the instance itself: the player's first report may arrive on the
     // serving thread before the constructor returns.

@@ -58,7 +58,8 @@ public:
     unsigned long long GetCurrentOffset() const { return GetStatus().currentOffset; }
 
 private:
-    int Send(const char* method, IPCParam& arguments);
+    HTML5_VIDEO_LOCAL static HTML5VideoClient* MakeInstance();
+    HTML5_VIDEO_LOCAL int Send(const char* method, IPCParam& arguments);
 
     static std::atomic<HTML5VideoClient*> sHTML5VideoClient;
 

@@ -20,7 +20,12 @@ public:
     StatusBoard(const StatusBoard&) = delete;
     StatusBoard& operator=(const StatusBoard&) = delete;
 
-    PlayerStatus Read() const;
+    PlayerStatus Read() const
+    {
+        PlayerStatus status;
+        while (!Load(mPublished.load(std::memory_order_acquire), status)) {}
+        return status;
+    }
 
     // Applies change(PlayerStatus&) to the latest state, as one step: when another thread's update
     // comes in between, change is applied again to that one's outcome.
@@ -57,7 +62,33 @@ private:
     // mPublished is a count of updates times kSlots plus the slot of the latest one.
     static unsigned SlotOf(std::uint32_t published) { return published % kSlots; }
 
-    bool Load(std::uint32_t published, PlayerStatus& status) const;
+    static unsigned long long Join(std::uint32_t high, std::uint32_t low)
+    {
+        return static_cast<unsigned long long>(high) << 32 | low;
+    }
+
+    // Copies the published slot; false when it was superseded meanwhile, and so perhaps refilled.
+    bool Load(std::uint32_t published, PlayerStatus& status) const
+    {
+        const std::atomic<std::uint32_t>* const words = mSlots[SlotOf(published)].words;
+        const auto word = [words](unsigned index) {
+            return words[index].load(std::memory_order_relaxed);
+        };
+        status.playTime = static_cast<int>(word(0));
+        status.endTime = static_cast<int>(word(1));
+        status.statusValue3 = static_cast<int>(word(2));
+        status.speed = static_cast<int>(word(3));
+        status.mediaStatus = static_cast<int>(word(4));
+        status.videoWidth = static_cast<int>(word(5));
+        status.videoHeight = static_cast<int>(word(6));
+        status.inSeek = word(7) != 0;
+        status.totalBytes = Join(word(8), word(9));
+        status.currentOffset = Join(word(10), word(11));
+        // A word of a later filling is seen only after what superseded this one: see Store.
+        std::atomic_thread_fence(std::memory_order_acquire);
+        return mPublished.load(std::memory_order_relaxed) == published;
+    }
+
     void Store(unsigned slot, const PlayerStatus& status);
     unsigned Claim();
     bool Publish(std::uint32_t& base, unsigned slot);

@@ -1,8 +1,12 @@
-// The one export mark of the library. Everything is built hidden; what carries this mark is the
-// public interface. Plain C and C++.
+// The one export mark of the library, and its opposite. Everything is built hidden; what carries
+// the mark is the public interface. Plain C and C++.
 #ifndef UTIL_EXPORT_H
 #define UTIL_EXPORT_H
 
 #define HTML5_VIDEO_API __attribute__((visibility("default")))
+
+/* On a private function of a public class that no inline function calls: nobody outside can call
+ * it, so it needs no place in the library's symbol table. */
+#define HTML5_VIDEO_LOCAL __attribute__((visibility("hidden")))
 
 #endif  // UTIL_EXPORT_H

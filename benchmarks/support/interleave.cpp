@@ -1,8 +1,8 @@
 #include "benchmarks/support/interleave.h"
 
 #include <algorithm>
-#include <chrono>
 #include <cstdio>
+#include <ctime>
 
 namespace bench {
 namespace {
@@ -13,6 +13,13 @@ double Median(std::vector<double> values)
     const auto middle = values.begin() + static_cast<std::ptrdiff_t>(values.size() / 2);
     std::nth_element(values.begin(), middle, values.end());
     return *middle;
+}
+
+double Nanoseconds(clockid_t clock)
+{
+    timespec time = {};
+    clock_gettime(clock, &time);
+    return static_cast<double>(time.tv_sec) * 1e9 + static_cast<double>(time.tv_nsec);
 }
 }  // namespace
 
@@ -35,19 +42,33 @@ void Interleave::Run(int rounds)
     }
 }
 
-// Nanoseconds of one slice.
-double Interleave::Measure(const Case& timed)
+// Nanoseconds of processor time so far.
+double Interleave::Now(const Case& timed) const
 {
-    const auto start = std::chrono::steady_clock::now();
+    double now =
+        Nanoseconds(mClock == kThread ? CLOCK_THREAD_CPUTIME_ID : CLOCK_PROCESS_CPUTIME_ID);
+    clockid_t clock;
+    if (timed.other != 0 && clock_getcpuclockid(timed.other, &clock) == 0) {
+        now += Nanoseconds(clock);
+    }
+    return now;
+}
+
+// Nanoseconds of one slice.
+double Interleave::Measure(const Case& timed) const
+{
+    if (timed.timed) {
+        return timed.timed();
+    }
+    const double start = Now(timed);
     timed.run(timed.count);
-    return std::chrono::duration<double, std::nano>(std::chrono::steady_clock::now() - start)
-        .count();
+    return Now(timed) - start;
 }
 
 // Doubles the operations of a slice until it lasts long enough for the clock.
-void Interleave::Calibrate(Case& timed)
+void Interleave::Calibrate(Case& timed) const
 {
-    while (Measure(timed) < kSliceNanoseconds) {
+    while (!timed.timed && Measure(timed) < kSliceNanoseconds) {
         timed.count *= 2;
     }
 }

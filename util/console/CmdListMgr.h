@@ -77,9 +77,9 @@ public:
     void Release();
 
 private:
-    std::vector<CmdInfo*> FindAll(const char* name);
-    bool IsRegistered(const CmdInfo* info);
-    void Remove(std::size_t index) TAVI_REQUIRES(mLock);
+    HTML5_VIDEO_LOCAL std::vector<CmdInfo*> FindAll(const char* name);
+    HTML5_VIDEO_LOCAL bool IsRegistered(const CmdInfo* info);
+    HTML5_VIDEO_LOCAL void Remove(std::size_t index) TAVI_REQUIRES(mLock);
     void Changed() { mGeneration.fetch_add(1, std::memory_order_acq_rel); }
 
     static std::atomic<CmdListMgr*> sCmdListMgr;

@@ -169,22 +169,22 @@ private:
     // One nesting of FILE.
     class ScriptScope;
 
-    static void* RunThread(void* manager);
-    bool WaitForFormerThread() TAVI_REQUIRES(mStartLock);
-    bool BeginServing();
-    void EndServing();
-    void Serve();
-    void NextClient();
+    HTML5_VIDEO_LOCAL static void* RunThread(void* manager);
+    HTML5_VIDEO_LOCAL bool WaitForFormerThread() TAVI_REQUIRES(mStartLock);
+    HTML5_VIDEO_LOCAL bool BeginServing();
+    HTML5_VIDEO_LOCAL void EndServing();
+    HTML5_VIDEO_LOCAL void Serve();
+    HTML5_VIDEO_LOCAL void NextClient();
 
-    int RunLine(CmdParser* parser, const char* line, char* result);
-    int RunStatement(StatementKind kind, CmdParser* line, char* result);
-    int RunBasic(StatementKind kind, CmdParser* line, char* result);
-    void Dispatch(CmdParser* line, char* result);
-    void RunScript(char* result);
+    HTML5_VIDEO_LOCAL int RunLine(CmdParser* parser, const char* line, char* result);
+    HTML5_VIDEO_LOCAL int RunStatement(StatementKind kind, CmdParser* line, char* result);
+    HTML5_VIDEO_LOCAL int RunBasic(StatementKind kind, CmdParser* line, char* result);
+    HTML5_VIDEO_LOCAL void Dispatch(CmdParser* line, char* result);
+    HTML5_VIDEO_LOCAL void RunScript(char* result);
 
-    CmdParser* ReadBlockLine();
-    int SkipBlock();
-    bool IsBlockFull() const;
+    HTML5_VIDEO_LOCAL CmdParser* ReadBlockLine();
+    HTML5_VIDEO_LOCAL int SkipBlock();
+    HTML5_VIDEO_LOCAL bool IsBlockFull() const;
 
     static std::atomic<CmdMgr*> sCmdMgr;
 

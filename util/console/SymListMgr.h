@@ -82,9 +82,9 @@ public:
     void Release();
 
 private:
-    SymInfo* Find(const char* name) const TAVI_REQUIRES(mLock);
-    void ReplaceText(SymInfo& info, const char* text) TAVI_REQUIRES(mLock);
-    void Remove(std::size_t index) TAVI_REQUIRES(mLock);
+    HTML5_VIDEO_LOCAL SymInfo* Find(const char* name) const TAVI_REQUIRES(mLock);
+    HTML5_VIDEO_LOCAL void ReplaceText(SymInfo& info, const char* text) TAVI_REQUIRES(mLock);
+    HTML5_VIDEO_LOCAL void Remove(std::size_t index) TAVI_REQUIRES(mLock);
     void Changed() { mGeneration.fetch_add(1, std::memory_order_acq_rel); }
 
     static std::atomic<SymListMgr*> sSymListMgr;

@@ -38,7 +38,7 @@ public:
     IPCChannel* GetIPCChannel(const char* name);
 
 private:
-    IPCChannel* Find(const char* name) TAVI_REQUIRES(mLock);
+    HTML5_VIDEO_LOCAL IPCChannel* Find(const char* name) TAVI_REQUIRES(mLock);
 
     template <typename Make>
     IPCChannel* FindOrMake(const char* name, bool logFound, Make make) TAVI_EXCLUDES(mLock);

@@ -83,14 +83,15 @@ private:
 
     static constexpr int kInlineArgs = 12;
 
-    Arg* Append(const char* name, std::size_t nameLength, char type, int length);
-    void AppendInteger(const char* name, std::size_t nameLength, int value);
-    void AppendBlock(const char* name, std::size_t nameLength, const void* block, int length);
-    void AppendString(const char* name, std::size_t nameLength, const char* string,
-                      std::size_t length);
-    bool DecodeArgument(char type, Reader& reader);
-    int DecodeAll(Reader& reader);
-    void RemoveFrom(int count);
+    HTML5_VIDEO_LOCAL Arg* Append(const char* name, std::size_t nameLength, char type, int length);
+    HTML5_VIDEO_LOCAL void AppendInteger(const char* name, std::size_t nameLength, int value);
+    HTML5_VIDEO_LOCAL void AppendBlock(const char* name, std::size_t nameLength, const void* block,
+                                       int length);
+    HTML5_VIDEO_LOCAL void AppendString(const char* name, std::size_t nameLength,
+                                        const char* string, std::size_t length);
+    HTML5_VIDEO_LOCAL bool DecodeArgument(char type, Reader& reader);
+    HTML5_VIDEO_LOCAL int DecodeAll(Reader& reader);
+    HTML5_VIDEO_LOCAL void RemoveFrom(int count);
 
     tavi::Vector<Arg*> mArgs;
     std::size_t mArgsLength;  // encoded bytes of the arguments, without start and type codes

@@ -116,11 +116,11 @@ private:
     static constexpr int kChunk = 1024;
 
     int Buffered() const { return mAheadEnd - mAheadBegin; }
-    int TakeBuffered(void* data, int length);
-    int ReceiveInto(void* data, int length, long long deadline);
-    int Fill(long long deadline);
-    void SetReceiveTimeout(int milliseconds);
-    bool FinishConnect();
+    HTML5_VIDEO_LOCAL int TakeBuffered(void* data, int length);
+    HTML5_VIDEO_LOCAL int ReceiveInto(void* data, int length, long long deadline);
+    HTML5_VIDEO_LOCAL int Fill(long long deadline);
+    HTML5_VIDEO_LOCAL void SetReceiveTimeout(int milliseconds);
+    HTML5_VIDEO_LOCAL bool FinishConnect();
 
     std::atomic<int> mDescriptor;
     sockaddr* mAddress;

@@ -80,25 +80,27 @@ public:
     int HandleRequest();
 
 private:
-    IPCSocketChannel(const char* name, IPCSocket* sendSocket, IPCSocket* recvSocket, int priority);
+    HTML5_VIDEO_LOCAL IPCSocketChannel(const char* name, IPCSocket* sendSocket,
+                                       IPCSocket* recvSocket, int priority);
 
-    void Serve();
-    void AcceptConnection();
-    void ServeConnection();
-    void DropConnection();
-    void StopServing();
-    void WakeAccept();
-    void DropPending();
+    HTML5_VIDEO_LOCAL void Serve();
+    HTML5_VIDEO_LOCAL void AcceptConnection();
+    HTML5_VIDEO_LOCAL void ServeConnection();
+    HTML5_VIDEO_LOCAL void DropConnection();
+    HTML5_VIDEO_LOCAL void StopServing();
+    HTML5_VIDEO_LOCAL void WakeAccept();
+    HTML5_VIDEO_LOCAL void DropPending();
 
-    int HandleLength(int length);
-    int HandlePayload(const unsigned char* payload, int length);
-    void Dispatch(const char* method, const unsigned char* parameters, int length);
-    void Reply(IPCParam* result);
+    HTML5_VIDEO_LOCAL int HandleLength(int length);
+    HTML5_VIDEO_LOCAL int HandlePayload(const unsigned char* payload, int length);
+    HTML5_VIDEO_LOCAL void Dispatch(const char* method, const unsigned char* parameters,
+                                    int length);
+    HTML5_VIDEO_LOCAL void Reply(IPCParam* result);
 
-    bool EnsureConnected(bool setOptions);
-    bool SendRequest(const char* method, IPCParam* request);
-    bool SendOrShutDown(const unsigned char* data, int length);
-    int ReceiveReply(IPCParam* reply, long long deadline);
+    HTML5_VIDEO_LOCAL bool EnsureConnected(bool setOptions);
+    HTML5_VIDEO_LOCAL bool SendRequest(const char* method, IPCParam* request);
+    HTML5_VIDEO_LOCAL bool SendOrShutDown(const unsigned char* data, int length);
+    HTML5_VIDEO_LOCAL int ReceiveReply(IPCParam* reply, long long deadline);
 
     IPCSocket* const mSendSocket;  // used under mMutex; shut down from anywhere
     IPCSocket* const mRecvSocket;

@@ -23,7 +23,7 @@ public:
     int Bind() override;
 
 private:
-    bool IsBound() const;
+    HTML5_VIDEO_LOCAL bool IsBound() const;
 
     std::uint16_t mFamily;
     char mPath[108];  // empty when the path did not fit

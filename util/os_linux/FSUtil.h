@@ -43,8 +43,8 @@ public:
     static int IsProcessRunning(const char* command);
 
 private:
-    static Mutex& ScanLock();
-    static FileCompare& DefaultCompare();
+    HTML5_VIDEO_LOCAL static Mutex& ScanLock();
+    HTML5_VIDEO_LOCAL static FileCompare& DefaultCompare();
 
     static std::atomic<Mutex*> sScanLock;
     static FileCompare* sFileCompare;     // guarded by sScanLock

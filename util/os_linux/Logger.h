@@ -87,8 +87,9 @@ public:
     static void* ThreadKmsg(void*);
 
 private:
-    void VPrint(int level, int raw, const char* function, const char* file, int line,
-                const char* format, va_list arguments) __attribute__((format(printf, 7, 0)));
+    HTML5_VIDEO_LOCAL void VPrint(int level, int raw, const char* function, const char* file,
+                                  int line, const char* format, va_list arguments)
+        __attribute__((format(printf, 7, 0)));
 
     static StaticLock sLock;
     static std::atomic<bool> sInitialized;

@@ -107,8 +107,8 @@ private:
         void* argument;
     };
 
-    Body EnterRunning();
-    static void LeaveRunning(Thread* thread);
+    HTML5_VIDEO_LOCAL Body EnterRunning();
+    HTML5_VIDEO_LOCAL static void LeaveRunning(Thread* thread);
 
     const Entry mEntry;
     std::atomic<unsigned long> mHandle;

@@ -1,0 +1,77 @@
+// Reading the player's state through the C function while updates arrive, next to a copy that a
+// mutex guards. Above 1 a case is faster than the mutex.
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <atomic>
+#include <chrono>
+#include <mutex>
+#include <thread>
+
+#include "benchmarks/support/interleave.h"
+#include "benchmarks/support/processes.h"
+#include "html5_video/HTML5VideoClient.h"
+#include "html5_video/html5_video_client.h"
+
+namespace {
+std::mutex sMutex;
+PlayerStatus sGuarded;
+
+int ReadHere()
+{
+    int time = 0;
+    int end = 0;
+    int speed = 0;
+    int media = 0;
+    int seeking = 0;
+    unsigned long long total = 0;
+    unsigned long long offset = 0;
+    html5_video_get_status(&time, &end, &speed, &media, &seeking, &total, &offset);
+    return time;
+}
+
+int ReadGuarded()
+{
+    const std::lock_guard<std::mutex> hold(sMutex);
+    const PlayerStatus copy = sGuarded;
+    bench::Keep(copy);
+    return copy.playTime;
+}
+
+void UpdateBoth(int time)
+{
+    HTML5VideoClient::GetInstance()->setStatus(time, 60000, 100, 7, 2, false, 5000, 2500);
+    const std::lock_guard<std::mutex> hold(sMutex);
+    sGuarded.playTime = time;
+}
+
+void Compare(const char* topic, std::chrono::microseconds pause)
+{
+    std::atomic<bool> run{true};
+    std::thread updates([&] {
+        for (int time = 0; run; ++time) {
+            UpdateBoth(time);
+            if (pause.count() != 0) {
+                std::this_thread::sleep_for(pause);
+            }
+        }
+    });
+    bench::Interleave timing(topic, bench::Interleave::kThread);
+    timing.Add("mutex", ReadGuarded);
+    timing.Add("html5_video", ReadHere);
+    timing.Run();
+    run = false;
+    updates.join();
+}
+}  // namespace
+
+int main()
+{
+    bench::EnterScratchDirectory();
+    const int null = open("/dev/null", O_WRONLY);
+    bench::Require(dup2(null, STDERR_FILENO) >= 0, "dup2");
+    html5_video_client_init();
+    Compare("status/1000-updates-a-second", std::chrono::microseconds(1000));
+    Compare("status/updates-without-pause", std::chrono::microseconds(0));
+    return 0;
+}

@@ -1,0 +1,173 @@
+// The serving side of IPCSocketChannel: one connection of the peer, its requests and their replies.
+#include <cstring>
+
+#include "util/ipc/FrameBuffer.h"
+#include "util/ipc/FrameIO.h"
+#include "util/ipc/IPCParam.h"
+#include "util/ipc/IPCSocket.h"
+#include "util/ipc/IPCSocketChannel.h"
+#include "util/ipc/WireFormat.h"
+#include "util/os_linux/FixedText.h"
+#include "util/os_linux/ModuleLog.h"
+#include "util/os_linux/Sleep.h"
+
+static Logger* const _logger = Logger::GetLogger(2);
+
+namespace {
+constexpr int kSelectSeconds = 3;
+constexpr int kMaxZeroLengths = 100;
+constexpr int kAcceptPause = 200;  // milliseconds after a failed accept
+}  // namespace
+
+void* IPCSocketChannel::ChannelThread(void* channel)
+{
+    static_cast<IPCSocketChannel*>(channel)->Serve();
+    return channel;
+}
+
+void IPCSocketChannel::Serve()
+{
+    AcceptConnection();
+    ServeConnection();
+    DropConnection();
+    mRunning = false;
+}
+
+void IPCSocketChannel::AcceptConnection()
+{
+    while (mRun && mConnSocket == nullptr) {
+        TAVI_INFO("Waiting For Connection");
+        IPCSocket* const accepted = mRecvSocket->Accept();
+        if (accepted == nullptr) {
+            MSleep(kAcceptPause);
+            continue;
+        }
+        const StaticLockHold hold(mConnLock);
+        mConnSocket = accepted;
+    }
+}
+
+void IPCSocketChannel::ServeConnection()
+{
+    while (mRun) {
+        const int ready = mConnSocket->Select(kSelectSeconds);
+        if (ready < 0) {
+            TAVI_ERROR("Select Error : ret = %d", ready);
+            return;
+        }
+        if (ready > 0 && HandleRequest() < 0) {
+            return;
+        }
+    }
+}
+
+void IPCSocketChannel::DropConnection()
+{
+    const StaticLockHold hold(mConnLock);
+    if (mConnSocket != nullptr) {
+        mConnSocket->Close();
+        delete mConnSocket;
+        mConnSocket = nullptr;
+    }
+}
+
+int IPCSocketChannel::HandleRequest()
+{
+    unsigned char word[wire::kLengthSize] = {};
+    const int peeked = mConnSocket->Peek(word, sizeof(word));
+    const int length2 = wire::Load32(word);
+    TAVI_INFO("length2 = %d", length2);
+    if (peeked == 0) {
+        return -1;
+    }
+    const bool whole = mConnSocket->Read(word, sizeof(word)) == static_cast<int>(sizeof(word));
+    const int length = whole ? wire::Load32(word) : 0;
+    TAVI_INFO("length = %d length2 = %d", length, length2);
+    return HandleLength(length);
+}
+
+int IPCSocketChannel::HandleLength(int length)
+{
+    if (length == 0) {
+        TAVI_ERROR("Zero Length Method !!! %s %d", mName, mZeroCount);
+        if (++mZeroCount > kMaxZeroLengths) {
+            TAVI_ERROR("Trigger Force Quit %s", mName);
+            mZeroCount = 0;
+            return -1;
+        }
+        return 0;
+    }
+    mZeroCount = 0;
+    if (length < 0) {
+        TAVI_ERROR("Negative length : %d", length);
+        return -1;
+    }
+    if (length > wire::kMaxLength) {
+        TAVI_ERROR("Too big length ( > 2 MB ): %d", length);
+        return DropAll(*mConnSocket, length) ? 0 : -1;
+    }
+    FrameBuffer payload;
+    const int received = ReceiveAll(*mConnSocket, payload, length, IPCSocket::kForever);
+    if (received != length) {
+        TAVI_ERROR("Payload Cut : %d of %d", received, length);
+        return -1;
+    }
+    return HandlePayload(payload.Data(), length);
+}
+
+int IPCSocketChannel::HandlePayload(const unsigned char* payload, int length)
+{
+    unsigned char code[wire::kCodeSize] = {};
+    const std::size_t size = static_cast<std::size_t>(length);
+    std::memcpy(code, payload, size < sizeof(code) ? size : sizeof(code));
+    if (size < sizeof(code) || std::memcmp(code, wire::kMethodCode, sizeof(code)) != 0) {
+        TAVI_ERROR("Wrong Method Code : %02x %02x %02x %02x", code[0], code[1], code[2], code[3]);
+        return 0;
+    }
+    const char* const name = reinterpret_cast<const char*>(payload + sizeof(code));
+    const void* const end = std::memchr(name, '\0', size - sizeof(code));
+    if (end == nullptr) {
+        TAVI_ERROR("Method Name Without End in %d Bytes", length);
+        return -1;
+    }
+    const std::size_t nameLength = static_cast<std::size_t>(static_cast<const char*>(end) - name);
+    const std::size_t offset = sizeof(code) + wire::Pad4(nameLength);
+    char method[sizeof(IPCMethod::mName)];
+    CopyText(method, name);
+    Dispatch(method, payload + (offset < size ? offset : size),
+             offset < size ? static_cast<int>(size - offset) : 0);
+    return 0;
+}
+
+void IPCSocketChannel::Dispatch(const char* method, const unsigned char* parameters, int length)
+{
+    IPCParam request;
+    request.DeSerialize(parameters, length);
+    const IPCMethod* const found = FindMethod(method);
+    if (found == nullptr) {
+        TAVI_ERROR("Method [%s] is Not Registered", method);
+        Reply(nullptr);
+        return;
+    }
+    IPCParam* const result = found->mHandler(&request);
+    Reply(result);
+    delete result;
+}
+
+// Length word and record leave in one system call.
+void IPCSocketChannel::Reply(IPCParam* result)
+{
+    const int length = result != nullptr ? result->GetSeiralizedLength() : 0;
+    const std::size_t size = wire::kLengthSize + static_cast<std::size_t>(length);
+    FrameBuffer frame;
+    if (!frame.Reserve(size)) {
+        TAVI_ERROR("No Memory for a reply of %d", length);
+        mConnSocket->Shutdown();
+        return;
+    }
+    unsigned char* const body = wire::Store32(frame.Data(), length);
+    if (result != nullptr) {
+        result->Serialize(body);
+    }
+    SendAll(*mConnSocket, frame.Data(), static_cast<int>(size), IPCSocket::kForever, nullptr);
+}
