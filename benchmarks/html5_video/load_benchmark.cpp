@@ -94,7 +94,7 @@ int main(int count, char** arguments)
         Cost cost = {};
         if (Load(file, cost)) {
             timing.AddTimed(name, [path = file] { return TimeOf(path); });
-            std::printf("{\"topic\": \"load/resident\", \"case\": \"%s\", \"kib\": %ld}\n", name,
+            std::printf("{\"topic\": \"load/resident\", \"case\": \"%s\", \"value\": %ld}\n", name,
                         cost.residentKiB);
         }
     }

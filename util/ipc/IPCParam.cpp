@@ -32,6 +32,13 @@ bool OwnsBuffer(const IPCParam::Arg& argument)
     return (argument.mType == kString || argument.mType == kBlock) && argument.mValue != 0;
 }
 
+// Without its type code.
+std::size_t EncodedLength(const IPCParam::Arg& argument)
+{
+    return argument.mNameLen + static_cast<std::size_t>(argument.mLen) +
+           (argument.mType == kBlock ? wire::kLengthSize : 0);
+}
+
 std::size_t NameLength(const char* name)
 {
     return name != nullptr ? strnlen(name, sizeof(IPCParam::Arg::mName)) : 0;
@@ -84,22 +91,24 @@ private:
     std::size_t mLeft;
 };
 
-IPCParam::Arg::Arg(const char* name) : Arg(name, NameLength(name)) {}
+IPCParam::Arg::Arg(const char* name) : Arg(name, NameLength(name), kNull, 0) {}
 
 // The name is zero-padded within the array as it is on the wire.
-IPCParam::Arg::Arg(const char* name, std::size_t length)
-    : mNameLen(0), mType(kNull), mLen(0), mValue(0)
+IPCParam::Arg::Arg(const char* name, std::size_t nameLength, char type, int length)
+    : mType(type), mLen(length), mValue(0)
 {
-    const std::size_t kept = std::min(length, sizeof(mName) - 1);
+    const std::size_t kept = std::min(nameLength, sizeof(mName) - 1);
     wire::StoreText(reinterpret_cast<unsigned char*>(mName), name, kept);
     mNameLen = static_cast<unsigned char>(wire::Pad4(kept));
 }
 
-IPCParam::IPCParam() : mArgsLength(0) {}
+IPCParam::IPCParam() : mCount(0), mAllocated(false) {}
 
 IPCParam::~IPCParam()
 {
-    RemoveFrom(0);
+    if (mAllocated) {
+        RemoveFrom(0);
+    }
 }
 
 void IPCParam::Add(const char* name, int value)
@@ -121,18 +130,34 @@ void IPCParam::Add(const char* name, const char* string)
     AppendString(name, NameLength(name), string, std::strlen(string));
 }
 
+// Memory for an argument that does not fit into the object.
+IPCParam::Arg* IPCParam::PlaceForMore()
+{
+    mAllocated = true;
+    ReserveMore(1);
+    Arg* const place = static_cast<Arg*>(::operator new(sizeof(Arg)));
+    mMore->Pushback(place);
+    return place;
+}
+
+// Makes room for pointers to that many arguments more.
+void IPCParam::ReserveMore(int count)
+{
+    const int more = mCount + count - kInlineArgs;
+    if (more <= 0) {
+        return;
+    }
+    if (mMore == nullptr) {
+        mMore.reset(new tavi::Vector<Arg*>);
+    }
+    mMore->Reserve(more);
+}
+
 IPCParam::Arg* IPCParam::Append(const char* name, std::size_t nameLength, char type, int length)
 {
-    const int index = mArgs.Size();
-    void* const place = index < kInlineArgs
-                            ? mInline + static_cast<std::size_t>(index) * sizeof(Arg)
-                            : ::operator new(sizeof(Arg));
-    Arg* const argument = new (place) Arg(name, nameLength);
-    argument->mType = type;
-    argument->mLen = length;
-    mArgs.Pushback(argument);
-    mArgsLength += argument->mNameLen + static_cast<std::size_t>(length) + (type == kBlock ? 4 : 0);
-    return argument;
+    void* const place = mCount < kInlineArgs ? At(mCount) : PlaceForMore();
+    ++mCount;
+    return new (place) Arg(name, nameLength, type, length);
 }
 
 void IPCParam::AppendInteger(const char* name, std::size_t nameLength, int value)
@@ -142,6 +167,7 @@ void IPCParam::AppendInteger(const char* name, std::size_t nameLength, int value
 
 void IPCParam::AppendBlock(const char* name, std::size_t nameLength, const void* block, int length)
 {
+    mAllocated = true;
     const auto size = static_cast<std::size_t>(length);
     unsigned char* const copy = new unsigned char[size];
     if (size != 0) {
@@ -153,6 +179,7 @@ void IPCParam::AppendBlock(const char* name, std::size_t nameLength, const void*
 void IPCParam::AppendString(const char* name, std::size_t nameLength, const char* string,
                             std::size_t length)
 {
+    mAllocated = true;
     unsigned char* const copy = new unsigned char[wire::Pad4(length)];
     wire::StoreText(copy, string, length);
     Append(name, nameLength, kString, static_cast<int>(wire::Pad4(length)))->mValue =
@@ -161,32 +188,35 @@ void IPCParam::AppendString(const char* name, std::size_t nameLength, const char
 
 IPCParam::Arg* IPCParam::GetArg(int index)
 {
-    if (index < 0 || index >= mArgs.Size()) {
+    if (index < 0 || index >= mCount) {
         TAVI_ERROR("");
         return nullptr;
     }
-    return mArgs.At(index);
+    return At(index);
 }
 
 int IPCParam::GetSeiralizedLength() const
 {
-    const int count = mArgs.Size();
+    const int count = mCount;
     if (count == 0) {
         return kEmptyLength;
     }
-    return static_cast<int>(wire::kCodeSize + wire::Pad4(static_cast<std::size_t>(count)) +
-                            mArgsLength);
+    std::size_t length = wire::kCodeSize + wire::Pad4(static_cast<std::size_t>(count));
+    for (int index = 0; index < count; ++index) {
+        length += EncodedLength(*At(index));
+    }
+    return static_cast<int>(length);
 }
 
 int IPCParam::Serialize(unsigned char* buffer)
 {
-    const int count = mArgs.Size();
+    const int count = mCount;
     const std::size_t codeArea = wire::Pad4(static_cast<std::size_t>(count));
     unsigned char* const codes = wire::StoreCode(buffer, wire::kStartCode);
     unsigned char* at = codes + codeArea;
     std::memset(at - 4, 0, 4);
     for (int index = 0; index < count; ++index) {
-        const Arg* const argument = mArgs.At(index);
+        const Arg* const argument = At(index);
         codes[index] = static_cast<unsigned char>(argument->mType);
         at += BinWriteData(argument, at);
     }
@@ -215,7 +245,7 @@ int IPCParam::BinWriteData(const Arg* argument, unsigned char* buffer)
         default:
             return 0;
     }
-    std::memcpy(buffer, argument->mName, argument->mNameLen);
+    wire::CopyWords(buffer, argument->mName, argument->mNameLen);
     return static_cast<int>(at - buffer);
 }
 
@@ -226,7 +256,7 @@ int IPCParam::DeSerialize(const unsigned char* buffer)
 
 int IPCParam::DeSerialize(const unsigned char* buffer, int length)
 {
-    const int before = mArgs.Size();
+    const int before = mCount;
     Reader reader(buffer, static_cast<std::size_t>(std::max(length, 0)));
     const int result = DecodeAll(reader);
     if (result < 0) {
@@ -257,7 +287,7 @@ int IPCParam::DecodeAll(Reader& reader)
         TAVI_WARNING("No Arguments in IPCParam");
         return 0;
     }
-    mArgs.Reserve(mArgs.Size() + static_cast<int>(count));
+    ReserveMore(static_cast<int>(count));
     for (std::size_t index = 0; index < count; ++index) {
         if (!DecodeArgument(types[index], reader)) {
             TAVI_ERROR("De-Serialize Failure Argument %d of %d Cut At %d", static_cast<int>(index),
@@ -308,16 +338,14 @@ bool IPCParam::DecodeArgument(char type, Reader& reader)
 // Destroys the arguments from the position on.
 void IPCParam::RemoveFrom(int count)
 {
-    for (int index = mArgs.Size() - 1; index >= count; --index) {
-        Arg* const argument = mArgs.At(index);
-        mArgsLength -= argument->mNameLen + static_cast<std::size_t>(argument->mLen) +
-                       (argument->mType == kBlock ? 4 : 0);
-        mArgs.Erase(index);
+    for (; mCount > count; --mCount) {
+        Arg* const argument = At(mCount - 1);
         if (OwnsBuffer(*argument)) {
             delete[] BufferOf(*argument);
         }
         argument->~Arg();
-        if (index >= kInlineArgs) {
+        if (mCount > kInlineArgs) {
+            mMore->Erase(mCount - 1 - kInlineArgs);
             ::operator delete(argument);
         }
     }

@@ -9,6 +9,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <memory>
 
 #include "util/Export.h"
 #include "util/container/Vector.h"
@@ -35,7 +36,7 @@ public:
 
     private:
         friend class IPCParam;
-        Arg(const char* name, std::size_t length);
+        HTML5_VIDEO_LOCAL Arg(const char* name, std::size_t nameLength, char type, int length);
     };
 
     // A decoded record holds at most this many arguments.
@@ -52,7 +53,7 @@ public:
     void Add(const char* name, const void* block, int length);
     void Add(const char* name, const char* string);
 
-    int GetCount() const { return mArgs.Size(); }
+    int GetCount() const { return mCount; }
 
     // The argument at the position, counted from 0 in order of addition; owned by the record and
     // valid until it is destroyed. Null, with an error line, outside 0 to GetCount() - 1.
@@ -83,6 +84,8 @@ private:
 
     static constexpr int kInlineArgs = 12;
 
+    HTML5_VIDEO_LOCAL Arg* PlaceForMore();
+    HTML5_VIDEO_LOCAL void ReserveMore(int count);
     HTML5_VIDEO_LOCAL Arg* Append(const char* name, std::size_t nameLength, char type, int length);
     HTML5_VIDEO_LOCAL void AppendInteger(const char* name, std::size_t nameLength, int value);
     HTML5_VIDEO_LOCAL void AppendBlock(const char* name, std::size_t nameLength, const void* block,
@@ -93,8 +96,18 @@ private:
     HTML5_VIDEO_LOCAL int DecodeAll(Reader& reader);
     HTML5_VIDEO_LOCAL void RemoveFrom(int count);
 
-    tavi::Vector<Arg*> mArgs;
-    std::size_t mArgsLength;  // encoded bytes of the arguments, without start and type codes
+    // REQUIRES: an index below GetCount().
+    Arg* At(int index)
+    {
+        return index < kInlineArgs ? reinterpret_cast<Arg*>(mInline) + index
+                                   : mMore->At(index - kInlineArgs);
+    }
+
+    const Arg* At(int index) const { return const_cast<IPCParam*>(this)->At(index); }
+
+    int mCount;
+    bool mAllocated;                            // some argument needs memory outside the object
+    std::unique_ptr<tavi::Vector<Arg*>> mMore;  // the arguments that do not fit below
     alignas(Arg) unsigned char mInline[kInlineArgs * sizeof(Arg)];  // the first arguments
 };
 

@@ -1,4 +1,5 @@
-// The limit: the same bytes, written and read by blocking calls with room for all of them.
+// The limit: the same bytes, written and read by blocking calls with room for all of them. Two more
+// cases show what is fixed on top of it: reads of at most 1,024 bytes, and the lines of the log.
 #include <unistd.h>
 
 #include <algorithm>
@@ -13,6 +14,27 @@ namespace {
 constexpr int kCommandFrame = 24;
 constexpr int kBlockFrame = 4 + 4 + 8 + 4 + 4 + 8 + 4 + kBlockSize;
 constexpr int kAnswerFrame = 12;
+
+// What a pair does beyond the limit.
+struct Extra
+{
+    std::size_t readSize;
+    int callerLines;
+    int serverLines;
+};
+
+constexpr Extra kNothing = {kBlockFrame, 0, 0};
+constexpr Extra kShortReads = {1024, 0, 0};
+constexpr Extra kLogLines = {kBlockFrame, 1, 4};
+
+void WriteLines(int count)
+{
+    static const char line[] =
+        "[00001234.567890][LOG]: length = 20 length2 = 20 -> HandleRequest in (/Channel.cpp 100)\n";
+    for (int index = 0; index < count; ++index) {
+        bench::Require(write(STDERR_FILENO, line, sizeof(line) - 1) > 0, "a line of log");
+    }
+}
 
 bool WriteAll(int socket, const unsigned char* bytes, int length)
 {
@@ -33,15 +55,16 @@ bool ReadAll(int socket, std::vector<unsigned char>& room, int length)
 }
 
 // The first byte of a request tells its length.
-void Answer(int socket)
+void Answer(int socket, const Extra& extra)
 {
-    std::vector<unsigned char> room(kBlockFrame);
+    std::vector<unsigned char> room(extra.readSize);
     const unsigned char answer[kAnswerFrame] = {};
     for (;;) {
         const ssize_t got = read(socket, room.data(), room.size());
         if (got <= 0) {
             return;
         }
+        WriteLines(extra.serverLines);
         const int left = (room[0] != 0 ? kBlockFrame : kCommandFrame) - static_cast<int>(got);
         if (!ReadAll(socket, room, left) || !WriteAll(socket, answer, kAnswerFrame)) {
             return;
@@ -52,9 +75,10 @@ void Answer(int socket)
 class LimitCaller : public Caller
 {
 public:
-    explicit LimitCaller(const Endpoint& endpoint)
-        : Caller([&endpoint] { Answer(AcceptFrom(ListenAt(endpoint))); }),
+    LimitCaller(const Endpoint& endpoint, const Extra& extra)
+        : Caller([&] { Answer(AcceptFrom(ListenAt(endpoint)), extra); }),
           mSocket(ConnectTo(endpoint)),
+          mLines(extra.callerLines),
           mBytes(kBlockFrame),
           mRoom(1024)
     {}
@@ -67,16 +91,25 @@ public:
 private:
     bool Call(int length)
     {
+        WriteLines(mLines);
         mBytes[0] = length == kBlockFrame;
         return WriteAll(mSocket, mBytes.data(), length) && ReadAll(mSocket, mRoom, kAnswerFrame);
     }
 
     const int mSocket;
+    const int mLines;
     std::vector<unsigned char> mBytes;
     std::vector<unsigned char> mRoom;
 };
 
-const RegisteredCaller sRegistered(0, "limit", [](const Endpoint& endpoint) {
-    return std::make_unique<LimitCaller>(endpoint);
-});
+MakeCaller MakerWith(const Extra& extra)
+{
+    return [extra](const Endpoint& endpoint) {
+        return std::make_unique<LimitCaller>(endpoint, extra);
+    };
+}
+
+const RegisteredCaller sLimit(0, "limit", MakerWith(kNothing));
+const RegisteredCaller sShortReads(1, "limit/short-reads", MakerWith(kShortReads));
+const RegisteredCaller sLogLines(1, "limit/log-lines", MakerWith(kLogLines));
 }  // namespace

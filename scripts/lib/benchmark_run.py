@@ -1,0 +1,130 @@
+"""Runs the benchmarks' programs, prints what they say as tables and compares with the goals."""
+
+import argparse
+import json
+import os
+import pathlib
+import re
+import subprocess
+import sys
+import tempfile
+
+import benchmark_goals as goals
+import benchmark_report as report
+
+ROUND_TRIPS = ["tcp/silent/command", "unix/silent/command", "tcp/null/command", "tcp/file/command",
+               "tcp/silent/block"]
+
+# What each topic runs, in order: programs with their arguments.
+TOPICS = {
+    "round-trip": [["benchmark_round_trip", name] for name in ROUND_TRIPS],
+    "record": [["benchmark_record"]],
+    "status": [["benchmark_status"]],
+    "log": [["benchmark_log"]],
+    "load": [["benchmark_load"]],
+    "checksum": [["benchmark_sha1"], ["benchmark_sha1_portable"], ["benchmark_crc32"],
+                 ["benchmark_crc32_portable"]],
+    "console": [["benchmark_console"]],
+    "scale": [["benchmark_scale"]],
+}
+LONGEST = 300  # seconds, for one program
+
+
+def run(command, folder, rounds):
+    """The JSON lines of one program; none when it was not built."""
+    if not pathlib.Path(command[0]).exists():
+        print(f"{pathlib.Path(command[0]).name} was not built", file=sys.stderr)
+        return []
+    environment = dict(os.environ, **({"BENCHMARK_ROUNDS": str(rounds)} if rounds else {}))
+    done = subprocess.run(command, cwd=folder, env=environment, timeout=LONGEST, text=True,
+                          stdout=subprocess.PIPE, check=True)
+    return [json.loads(line) for line in done.stdout.splitlines() if line.startswith("{")]
+
+
+def count_calls(program, topic, calls, folder):
+    """System calls of so many round trips, both processes, with starting and connecting."""
+    log = pathlib.Path(folder) / "strace"
+    subprocess.run(["strace", "-f", "-c", "-o", log, program, "--calls", str(calls), topic],
+                   cwd=folder, timeout=LONGEST, stdout=subprocess.DEVNULL, check=True)
+    total = re.search(r"^100\.00\s+\S+\s+(?:\d+\s+)?(\d+)(?:\s+\d+)?\s+total$", log.read_text(), re.M)
+    return int(total.group(1))
+
+
+def calls_of_a_round_trip(program, folder):
+    for name, topic in (("silent", "tcp/silent/command"), ("log", "tcp/null/command")):
+        few, many = (count_calls(program, topic, calls, folder) for calls in (1000, 3000))
+        yield {"topic": f"calls/{name}", "case": goals.OURS, "value": round((many - few) / 2000, 2)}
+
+
+def stripped_size(library, folder):
+    copy = pathlib.Path(folder) / "stripped.so"
+    subprocess.run(["strip", "-o", copy, library], check=True)
+    text, data = subprocess.run(["size", copy], check=True, text=True,
+                                stdout=subprocess.PIPE).stdout.splitlines()[1].split()[:2]
+    return {"topic": "load/size", "case": goals.OURS, "value": int(text) + int(data)}
+
+
+def measure(topic, build, folder, rounds):
+    lines = []
+    for program, *arguments in TOPICS[topic]:
+        lines += run([str(build / "bin" / program), *arguments], folder, rounds)
+    if topic == "round-trip":
+        lines += calls_of_a_round_trip(str(build / "bin" / "benchmark_round_trip"), folder)
+    if topic == "load":
+        lines.append(stripped_size(build / "lib" / "libhtml5_video.so", folder))
+    return lines
+
+
+def collect(lines):
+    """Results by topic and case, and the points of the topics that grow."""
+    results, points = {}, {}
+    for line in lines:
+        if "size" in line:
+            points.setdefault(line["topic"], []).append((line["size"], line["ns"]))
+        elif "case" in line:
+            results.setdefault(line["topic"], {})[line["case"]] = line
+    for topic, values in points.items():
+        results.setdefault(topic, {})[goals.OURS] = {"value": round(report.exponent(values), 2)}
+    return results, points
+
+
+def check(results, tolerance):
+    """The lines of the goals that are missed by more than the tolerance."""
+    missed = []
+    for goal in goals.GOALS:
+        excess = goals.excess(goal, results)
+        if excess is not None and excess > tolerance:
+            missed.append(f"missed by a factor {excess:.2f}: {goal.topic} ({goal.what})")
+    return missed
+
+
+def main():
+    parser = argparse.ArgumentParser()
+    parser.add_argument("topics", nargs="*", metavar="TOPIC", help=", ".join(TOPICS))
+    parser.add_argument("--build", type=pathlib.Path, required=True)
+    parser.add_argument("--check", action="store_true")
+    parser.add_argument("--short", action="store_true")
+    options = parser.parse_args()
+    unknown = set(options.topics) - set(TOPICS)
+    if unknown:
+        parser.error(f"no such topic: {', '.join(sorted(unknown))}")
+    topics = options.topics or list(TOPICS)
+    lines = []
+    with tempfile.TemporaryDirectory() as folder:
+        for topic in topics:
+            print(f"measuring {topic}", file=sys.stderr)
+            lines += measure(topic, options.build, folder, 11 if options.short else 0)
+    results, points = collect(lines)
+    text = report.tables(results, points)
+    print(text)
+    if not options.topics and not options.short:
+        report.write(text, results, points)
+    if options.check:
+        missed = check(results, goals.SHORT_TOLERANCE if options.short else goals.TOLERANCE)
+        print("\n".join(missed) or "no goal is missed", file=sys.stderr)
+        return 1 if missed else 0
+    return 0
+
+
+if __name__ == "__main__":
+    sys.exit(main())
