@@ -121,7 +121,7 @@ std::string RawPeer::ReceiveFrame() const
 bool RawPeer::WaitClosed() const
 {
     char byte = 0;
-    while (IsReadable(mDescriptor, 10000)) {
+    while (IsReadable(mDescriptor, kPatience)) {
         if (recv(mDescriptor, &byte, 1, 0) <= 0) {
             return true;
         }
@@ -156,7 +156,8 @@ RawListener::~RawListener()
 
 RawPeer RawListener::Accept() const
 {
-    return RawPeer(
-        IsReadable(mDescriptor, 10000) ? accept4(mDescriptor, nullptr, nullptr, SOCK_CLOEXEC) : -1);
+    return RawPeer(IsReadable(mDescriptor, kPatience)
+                       ? accept4(mDescriptor, nullptr, nullptr, SOCK_CLOEXEC)
+                       : -1);
 }
 }  // namespace test

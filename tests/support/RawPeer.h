@@ -6,6 +6,8 @@
 #include <cstdint>
 #include <string>
 
+#include "tests/support/support.h"
+
 namespace test {
 // The bytes that the hexadecimal digits name; blanks and "|" are passed over.
 std::string Hex(const std::string& digits);
@@ -20,7 +22,7 @@ std::string Text(const std::string& text);
 std::string Frame(const std::string& method, const std::string& record);
 std::string EmptyRecord();
 
-// One stream connection; every receive gives up after 10 seconds.
+// One stream connection; every receive gives up after kPatience.
 class RawPeer
 {
 public:
@@ -37,7 +39,7 @@ public:
     bool Send(const std::string& bytes) const;
 
     // Exactly that many bytes, fewer when the connection ended or time ran out.
-    std::string Receive(std::size_t length, int milliseconds = 10000) const;
+    std::string Receive(std::size_t length, int milliseconds = kPatience) const;
 
     // One whole frame or reply: the length word and as many bytes as it says.
     std::string ReceiveFrame() const;

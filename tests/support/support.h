@@ -7,8 +7,12 @@
 #include <string>
 
 namespace test {
+// How long anything is awaited that comes at once on an idle machine, in milliseconds: long enough
+// for a busy one under a sanitizer.
+constexpr int kPatience = 30000;
+
 // Polls until the condition holds or the milliseconds ran out; whether it held.
-bool WaitUntil(const std::function<bool()>& condition, int milliseconds = 10000);
+bool WaitUntil(const std::function<bool()>& condition, int milliseconds = kPatience);
 
 // The whole file, "" when there is none.
 std::string ReadFile(const std::string& path);
@@ -41,7 +45,7 @@ public:
     std::string Text() const;
 
     // Waits until the text was written; whether it was.
-    bool WaitFor(const std::string& text, int milliseconds = 10000) const;
+    bool WaitFor(const std::string& text, int milliseconds = kPatience) const;
 
 private:
     int mOriginal;

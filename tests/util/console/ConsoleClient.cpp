@@ -98,7 +98,7 @@ bool ConsoleClient::Run(const std::string& line)
 bool ConsoleClient::ReadToEnd()
 {
     char buffer[256];
-    while (HasInput(10000)) {
+    while (HasInput(test::kPatience)) {
         if (recv(mSocket, buffer, sizeof(buffer), 0) <= 0) {
             return true;
         }

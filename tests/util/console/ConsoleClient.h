@@ -6,6 +6,8 @@
 #include <string>
 #include <vector>
 
+#include "tests/support/support.h"
+
 namespace test {
 // The bytes of a frame from the client, with a length of the caller's choice.
 std::string Frame(const std::string& text);
@@ -30,7 +32,7 @@ public:
     bool Send(const std::string& bytes);
 
     // Whether exactly one prompt frame comes within the milliseconds.
-    bool ReadPrompt(int milliseconds = 10000);
+    bool ReadPrompt(int milliseconds = test::kPatience);
 
     // Sends "START", or a line, and reads the prompt that answers it.
     bool Start();
