@@ -337,10 +337,9 @@ int IPCSocket::SendNow(const void* data, int length)
 
 short IPCSocket::WaitFor(short events, long long deadline)
 {
-    const long long until = deadline;
     for (;;) {
         pollfd entry = {mDescriptor, events, 0};
-        const int result = poll(&entry, 1, MillisecondsLeft(until));
+        const int result = poll(&entry, 1, MillisecondsLeft(deadline));
         if (result >= 0 || errno != EINTR) {
             return result > 0 ? entry.revents : static_cast<short>(0);
         }
