@@ -57,9 +57,14 @@ def main():
         media = pathlib.Path(directory) / "media.bin"
         media.write_bytes(bytes(SIZE))
         with stand.Browser(options.programs.resolve(), directory) as browser:
-            for _ in range(options.kills):
-                looked += play_and_kill(options.programs.resolve(), directory, media, browser,
-                                        generator)
+            for kill in range(options.kills):
+                try:
+                    looked += play_and_kill(options.programs.resolve(), directory, media, browser,
+                                            generator)
+                except stand.Failure as failure:
+                    logs = "".join(f"\n{log.name}: ...{log.read_text(errors='replace')[-3000:]}"
+                                   for log in pathlib.Path(directory).glob("*.log"))
+                    raise stand.Failure(f"player {kill}: {failure}{logs}") from None
             browser.quit()
     print(f"players killed: {options.kills}, recovered each time; "
           f"{looked} statuses, none a mixture; {time.monotonic() - begin:.0f} s")

@@ -1,5 +1,6 @@
 #include "util/ipc/IPCSocket.h"
 
+#include <netinet/in.h>
 #include <poll.h>
 #include <sys/time.h>
 #include <unistd.h>
@@ -159,8 +160,28 @@ int IPCSocket::Connect()
         TAVI_ERROR("Socket Connect() Failed");
         return -1;
     }
+    if (IsConnectedToItself()) {
+        Open();
+        TAVI_ERROR("Socket Connect() Failed");
+        errno = ECONNREFUSED;
+        return -1;
+    }
     mStatus = kConnected;
     return 0;
+}
+
+// Nobody listened on the port, and the system chose that very port for this side, whereupon TCP
+// joins the two. The fixed ports lie in the range that it chooses from.
+bool IPCSocket::IsConnectedToItself() const
+{
+    sockaddr_in own = {};
+    sockaddr_in peer = {};
+    socklen_t ownSize = sizeof(own);
+    socklen_t peerSize = sizeof(peer);
+    return mAddress->sa_family == AF_INET &&
+           getsockname(mDescriptor, reinterpret_cast<sockaddr*>(&own), &ownSize) == 0 &&
+           getpeername(mDescriptor, reinterpret_cast<sockaddr*>(&peer), &peerSize) == 0 &&
+           own.sin_port == peer.sin_port && own.sin_addr.s_addr == peer.sin_addr.s_addr;
 }
 
 // After a connect that failed: an interrupted one goes on in the background and is waited for; one

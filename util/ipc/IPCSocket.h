@@ -121,6 +121,7 @@ private:
     HTML5_VIDEO_LOCAL int Fill(long long deadline);
     HTML5_VIDEO_LOCAL void SetReceiveTimeout(int milliseconds);
     HTML5_VIDEO_LOCAL bool FinishConnect();
+    HTML5_VIDEO_LOCAL bool IsConnectedToItself() const;
 
     std::atomic<int> mDescriptor;
     sockaddr* mAddress;

@@ -261,6 +261,27 @@ TEST(IPCUnixSocket, RefusesAPathThatDoesNotFit)
     EXPECT_EQ(test::Count(log.Text(), "Unix Socket Open() Failed"), 1);
 }
 
+TEST(IPCTCPSocket, NeverConnectsToItself)
+{
+    // The system may choose the very port that is called for the calling side; here it must.
+    test::UsePrivateNetwork();
+    const char range[] = "/proc/sys/net/ipv4/ip_local_port_range";
+    test::WriteFile(range, "56911 56911");
+    if (test::ReadFile(range) != "56911\t56911\n") {
+        GTEST_SKIP() << "no network of its own";
+    }
+    IPCTCPSocket caller("127.0.0.1", 56911);
+    ASSERT_GE(caller.Open(), 3);
+    EXPECT_EQ(caller.Connect(), -1);
+    EXPECT_EQ(errno, ECONNREFUSED);
+    EXPECT_EQ(caller.GetStatus(), 0);
+    IPCTCPSocket listener("127.0.0.1", 56911);
+    listener.Open();
+    listener.SetServerOption();
+    EXPECT_EQ(listener.Bind(), 0);
+    EXPECT_EQ(listener.Listen(1), 0);
+}
+
 TEST(IPCTCPSocket, ListensOnEveryInterfaceWithoutAnAddress)
 {
     const int port = test::FreePort();
