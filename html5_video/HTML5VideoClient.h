@@ -61,7 +61,7 @@ private:
     HTML5_VIDEO_LOCAL static HTML5VideoClient* MakeInstance();
     HTML5_VIDEO_LOCAL int Send(const char* method, IPCParam& arguments);
 
-    static std::atomic<HTML5VideoClient*> sHTML5VideoClient;
+    HTML5_VIDEO_LOCAL static std::atomic<HTML5VideoClient*> sHTML5VideoClient;
 
     IPCChannel* mChannel;
     StatusBoard mStatus;

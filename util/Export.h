@@ -5,8 +5,8 @@
 
 #define HTML5_VIDEO_API __attribute__((visibility("default")))
 
-/* On a private function of a public class that no inline function calls: nobody outside can call
- * it, so it needs no place in the library's symbol table. */
+/* On a private member of a public class that no inline function uses: nobody outside can name it,
+ * so it needs no place in the library's symbol table. */
 #define HTML5_VIDEO_LOCAL __attribute__((visibility("hidden")))
 
 #endif  // UTIL_EXPORT_H

@@ -42,7 +42,8 @@ GOALS = [
     Goal("crc32-portable/188B", "CRC-32 portable, 188 bytes", "zlib", "speed", 2.5),
     Goal("crc32-portable/4KiB", "CRC-32 portable, 4 KiB", "zlib", "speed", 0.8),
     Goal("crc32-portable/1MiB", "CRC-32 portable, 1 MiB", "zlib", "speed", 0.8),
-    Goal("console/while/1000-turns", "turn of a script's WHILE loop", "Tcl, global variables", "cost", 0.15),
+    Goal("console/while/1000-turns", "turn of a script's WHILE loop", "Tcl, global variables",
+         "cost", 0.15),
     Goal("load", "loading the library", "zlib", "cost", 2.0),
     Goal("load/resident", "resident memory that loading adds, KiB", "", "value", 600),
     Goal("load/size", "text and data, stripped, bytes", "", "value", 204800),
@@ -53,10 +54,10 @@ GOALS = [
     Goal("scale/script-lines", "script of 10 to 100,000 lines, exponent", "", "value", 1),
 ]
 
-# How far a median may be from the goal. Ten runs of unchanged programs on a loaded two-processor
-# guest gave medians up to 13 % apart, so less would fail by chance; a short run only looks for gross
-# regressions.
-TOLERANCE = 1.15
+# How far a median may be from the goal. Runs of unchanged programs on a loaded two-processor guest
+# gave medians up to a fifth apart (the record 2.16 to 2.59, portable SHA-1 0.87 to 1.02), so less
+# would fail by chance; a short run only looks for gross regressions.
+TOLERANCE = 1.2
 SHORT_TOLERANCE = 1.5
 
 

@@ -71,6 +71,7 @@ template <typename Integer>
 inline std::uint32_t LookUp(const WordTables& tables, Integer value)
 {
     std::uint32_t crc = 0;
+#pragma GCC unroll 8
     for (std::size_t i = 0; i < sizeof(value); ++i) {
         crc ^= tables[sizeof(value) - 1 - i][value >> 8 * i & 0xFF];
     }
@@ -82,6 +83,7 @@ std::uint32_t ReadRows(std::uint32_t crc, const unsigned char*& data, std::size_
 {
     Word braids[kBraids] = {crc};
     for (; length >= 2 * kRow; data += kRow, length -= kRow) {
+#pragma GCC unroll 4
         for (std::size_t k = 0; k < kBraids; ++k) {
             braids[k] = LookUp(kNextRow, braids[k] ^ Load<Word>(data + k * sizeof(Word)));
         }

@@ -82,7 +82,7 @@ private:
     HTML5_VIDEO_LOCAL void Remove(std::size_t index) TAVI_REQUIRES(mLock);
     void Changed() { mGeneration.fetch_add(1, std::memory_order_acq_rel); }
 
-    static std::atomic<CmdListMgr*> sCmdListMgr;
+    HTML5_VIDEO_LOCAL static std::atomic<CmdListMgr*> sCmdListMgr;
 
     StaticLock mLock;
     std::vector<CmdInfo*> mCommands TAVI_GUARDED_BY(mLock);

@@ -186,11 +186,11 @@ private:
     HTML5_VIDEO_LOCAL int SkipBlock();
     HTML5_VIDEO_LOCAL bool IsBlockFull() const;
 
-    static std::atomic<CmdMgr*> sCmdMgr;
+    HTML5_VIDEO_LOCAL static std::atomic<CmdMgr*> sCmdMgr;
 
     // The script file that GetLine reads while FILE runs.
-    static FILE* mScript;
-    static bool mIsScript;
+    HTML5_VIDEO_LOCAL static FILE* mScript;
+    HTML5_VIDEO_LOCAL static bool mIsScript;
 
     StaticLock mStartLock;  // one Start at a time
     std::unique_ptr<Thread> mThread TAVI_GUARDED_BY(mStartLock);

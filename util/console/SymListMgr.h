@@ -87,7 +87,7 @@ private:
     HTML5_VIDEO_LOCAL void Remove(std::size_t index) TAVI_REQUIRES(mLock);
     void Changed() { mGeneration.fetch_add(1, std::memory_order_acq_rel); }
 
-    static std::atomic<SymListMgr*> sSymListMgr;
+    HTML5_VIDEO_LOCAL static std::atomic<SymListMgr*> sSymListMgr;
 
     StaticLock mLock;
     std::vector<SymInfo*> mSymbols TAVI_GUARDED_BY(mLock);

@@ -43,7 +43,7 @@ private:
     template <typename Make>
     IPCChannel* FindOrMake(const char* name, bool logFound, Make make) TAVI_EXCLUDES(mLock);
 
-    static std::atomic<IPCChannelMgr*> sIPCChannelMgr;
+    HTML5_VIDEO_LOCAL static std::atomic<IPCChannelMgr*> sIPCChannelMgr;
 
     StaticLock mLock;
     tavi::Vector<IPCChannel*> mChannels TAVI_GUARDED_BY(mLock);

@@ -46,9 +46,9 @@ private:
     HTML5_VIDEO_LOCAL static Mutex& ScanLock();
     HTML5_VIDEO_LOCAL static FileCompare& DefaultCompare();
 
-    static std::atomic<Mutex*> sScanLock;
-    static FileCompare* sFileCompare;     // guarded by sScanLock
-    static const char* sSortCurrentPath;  // guarded by sScanLock
+    HTML5_VIDEO_LOCAL static std::atomic<Mutex*> sScanLock;
+    HTML5_VIDEO_LOCAL static FileCompare* sFileCompare;     // guarded by sScanLock
+    HTML5_VIDEO_LOCAL static const char* sSortCurrentPath;  // guarded by sScanLock
 };
 
 #endif  // UTIL_OS_LINUX_FSUTIL_H

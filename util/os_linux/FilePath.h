@@ -34,8 +34,8 @@ public:
     char* GetItem(int index);
 
 private:
-    const char* LastSeparator() const;
-    char* Result(const char* begin, const char* end);
+    HTML5_VIDEO_LOCAL const char* LastSeparator() const;
+    HTML5_VIDEO_LOCAL char* Result(const char* begin, const char* end);
 
     char* const mPath;
     char mResult[256];

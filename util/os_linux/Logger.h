@@ -91,10 +91,10 @@ private:
                                   int line, const char* format, va_list arguments)
         __attribute__((format(printf, 7, 0)));
 
-    static StaticLock sLock;
-    static std::atomic<bool> sInitialized;
+    HTML5_VIDEO_LOCAL static StaticLock sLock;
+    HTML5_VIDEO_LOCAL static std::atomic<bool> sInitialized;
     static LogConfig sLogConfig;  // fd, port and texts guarded by sLock
-    static std::atomic<Logger*> sLoggers[256];
+    HTML5_VIDEO_LOCAL static std::atomic<Logger*> sLoggers[256];
 
     std::atomic<int> mLevel;
 };

@@ -40,7 +40,7 @@ public:
     void WithThread(Thread* thread, unsigned long handle, void (*action)(Thread*));
 
 private:
-    static std::atomic<ThreadList*> sThreadList;
+    HTML5_VIDEO_LOCAL static std::atomic<ThreadList*> sThreadList;
 
     const std::unique_ptr<ThreadListCmdClient> mCmdClient;
 

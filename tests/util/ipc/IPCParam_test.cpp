@@ -140,6 +140,30 @@ TEST(IPCParam, RefusesACutEncodingAtEveryLengthAndKeepsTheRecord)
     }
 }
 
+// The first twelve arguments live in the record, the others elsewhere.
+TEST(IPCParam, KeepsTheRecordWhenACutEncodingReachesBeyondItsOwnRoom)
+{
+    IPCParam many;
+    for (int index = 0; index < 20; ++index) {
+        many.Add("number", index);
+        many.Add("text", "with memory of its own");
+    }
+    const std::string whole = Encode(many);
+    IPCParam record;
+    for (int index = 0; index < 10; ++index) {
+        record.Add("kept", index);
+    }
+    const std::string before = Encode(record);
+    EXPECT_EQ(Decode(record, whole.substr(0, whole.size() - 1)), -1);
+    EXPECT_EQ(Encode(record), before);
+    EXPECT_EQ(Decode(record, whole), static_cast<int>(whole.size()));
+    ASSERT_EQ(record.GetCount(), 50);
+    for (int index = 0; index < 40; index += 2) {
+        EXPECT_EQ(record.GetArg(10 + index)->mValue, index / 2);
+        EXPECT_EQ(TextOf(*record.GetArg(11 + index)), "with memory of its own");
+    }
+}
+
 TEST(IPCParam, RefusesWrongStartCodesAndLyingLengths)
 {
     const test::CapturedStderr log;
