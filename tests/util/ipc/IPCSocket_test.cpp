@@ -272,6 +272,7 @@ TEST(IPCTCPSocket, NeverConnectsToItself)
     }
     IPCTCPSocket caller("127.0.0.1", 56911);
     ASSERT_GE(caller.Open(), 3);
+    caller.SetServerOption();
     EXPECT_EQ(caller.Connect(), -1);
     EXPECT_EQ(errno, ECONNREFUSED);
     EXPECT_EQ(caller.GetStatus(), 0);
