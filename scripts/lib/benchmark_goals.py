@@ -17,7 +17,8 @@ class Goal:
 
 
 GOALS = [
-    Goal("round-trip/tcp/silent/command", "command and empty answer, TCP", "ping-pong", "cost", 1.05),
+    Goal("round-trip/tcp/silent/command", "command and empty answer, TCP", "ping-pong",
+         "cost", 1.05),
     Goal("round-trip/unix/silent/command", "the same, UNIX socket", "ping-pong", "cost", 1.10),
     Goal("round-trip/tcp/null/command", "the same, TCP, every log line to /dev/null", "ping-pong",
          "cost", 1.20, "limit/log-lines"),
@@ -47,11 +48,16 @@ GOALS = [
     Goal("load", "loading the library", "zlib", "cost", 2.0),
     Goal("load/resident", "resident memory that loading adds, KiB", "", "value", 600),
     Goal("load/size", "text and data, stripped, bytes", "", "value", 204800),
-    Goal("scale/round-trip-arguments", "round trip over 0 to 64 arguments, exponent", "", "value", 1),
-    Goal("scale/round-trip-bytes", "round trip over 1 KiB to 2 MB, exponent", "", "value", 1),
-    Goal("scale/methods", "method lookup over 10 to 2,500 names, exponent", "", "value", 1),
-    Goal("scale/threads", "thread registry over 10 to 1,000 threads, exponent", "", "value", 1),
-    Goal("scale/script-lines", "script of 10 to 100,000 lines, exponent", "", "value", 1),
+    Goal("scale/round-trip-arguments", "round trip over 0 to 64 arguments, exponent", "",
+         "value", 1),
+    Goal("scale/round-trip-bytes", "round trip over 1 KiB to 2 MB, exponent", "",
+         "value", 1),
+    Goal("scale/methods", "method lookup over 10 to 2,500 names, exponent", "",
+         "value", 1),
+    Goal("scale/threads", "thread registry over 10 to 1,000 threads, exponent", "",
+         "value", 1),
+    Goal("scale/script-lines", "script of 10 to 100,000 lines, exponent", "",
+         "value", 1),
 ]
 
 # How far a median may be from the goal. Runs of unchanged programs on a loaded two-processor guest

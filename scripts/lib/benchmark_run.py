@@ -46,7 +46,8 @@ def count_calls(program, topic, calls, folder):
     log = pathlib.Path(folder) / "strace"
     subprocess.run(["strace", "-f", "-c", "-o", log, program, "--calls", str(calls), topic],
                    cwd=folder, timeout=LONGEST, stdout=subprocess.DEVNULL, check=True)
-    total = re.search(r"^100\.00\s+\S+\s+(?:\d+\s+)?(\d+)(?:\s+\d+)?\s+total$", log.read_text(), re.M)
+    total = re.search(r"^100\.00\s+\S+\s+(?:\d+\s+)?(\d+)(?:\s+\d+)?\s+total$",
+                      log.read_text(), re.M)
     return int(total.group(1))
 
 
