@@ -101,8 +101,8 @@ def tables(results, points):
 
 def plot(path, script, data):
     """Runs gnuplot with the data as its block $data."""
-    head = (f"set terminal svg size 900,420 font 'sans,11' background 'white'\nset output '{path}'\n"
-            f"set grid\n$data << EOD\n{data}\nEOD\n")
+    head = (f"set terminal svg size 1000,520 font 'sans,11' background 'white'\n"
+            f"set output '{path}'\nset grid\n$data << EOD\n{data}\nEOD\n")
     subprocess.run(["gnuplot"], input=head + script, text=True, check=True)
 
 
@@ -112,16 +112,18 @@ def plot_costs(group, results):
     for topic, cases in results.items():
         entries = [(case, entry) for case, entry in cases.items() if "ratio_median" in entry]
         if group_of(topic) == group:
-            rows += [f'"{topic[len(group) + 1:]} {case}" {" ".join(map(str, goals.cost(entry)))} '
+            rows += [f'"{case} {topic[len(group) + 1:]}" {" ".join(map(str, goals.cost(entry)))} '
                      f"{1 if case == goals.OURS else 2}" for case, entry in entries]
     if not rows:
         return False
     plot(DOCS / "performance" / f"{group}.svg",
-         "set style fill solid 0.7\nset boxwidth 0.7\nset logscale y\nunset key\n"
-         "set ylabel 'time, as a multiple of the base'\nset xtics rotate by -40 left noenhanced\n"
-         "set bmargin 10\nset yrange [*:*]\nset palette defined (1 '#1f77b4', 2 '#bbbbbb')\n"
-         "unset colorbox\nplot $data using 0:2:5:xtic(1) with boxes palette, "
-         "$data using 0:2:3:4 with yerrorbars linecolor '#444444' pointtype 0\n", "\n".join(rows))
+         "set style fill solid 0.6 noborder\nset boxwidth 0.7\nset logscale y\nset bmargin 14\n"
+         "set ylabel 'time, as a multiple of the base'\nset xtics rotate by -55 left noenhanced\n"
+         "set key outside top\nset rmargin 12\n"
+         "plot $data using 0:($5==2?$2:NaN):xtic(1) with boxes lc rgb '#999999' title 'others', "
+         "$data using 0:($5==1?$2:NaN) with boxes lc rgb '#1f77b4' title 'this library', "
+         "$data using 0:2:3:4 with yerrorbars lc rgb '#333333' pointtype 7 pointsize 0.3 "
+         "title 'least to most'\n", "\n".join(rows))
     return True
 
 
@@ -133,7 +135,7 @@ def plot_points(points):
         f"'{topic.split('/')[1]}, exponent {exponent(values):.2f}'"
         for index, (topic, values) in enumerate(points.items()))
     plot(DOCS / "performance" / "scale.svg",
-         "set logscale xy\nset key left top\nset xlabel 'size'\nset ylabel 'nanoseconds'\n"
+         "set logscale xy\nset key outside right\nset xlabel 'size'\nset ylabel 'nanoseconds'\n"
          f"plot {curves}\n", "\n\n\n".join(blocks))
 
 
