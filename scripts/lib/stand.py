@@ -71,7 +71,7 @@ class Browser(Process):
         except queue.Empty:
             raise Failure(f"the browser did not answer within {seconds} s") from None
         if line is None:
-            raise Failure("the browser has ended")
+            raise Failure("the browser has ended; the end of its log:\n" + self.log_text()[-2000:])
         return line
 
     def tell(self, *commands):

@@ -9,6 +9,7 @@
 #include <cstring>
 #include <fstream>
 #include <iterator>
+#include <string>
 
 #include "tools/browser/Options.h"
 #include "tools/browser/OutputToError.h"
@@ -78,11 +79,22 @@ int RunScreen(Session& session)
     return 0;
 }
 
-// The module is found by its name, in the build through the program's run path.
-bool StartConsole(int port)
+// Where the library was loaded from: the console module stands beside it.
+std::string FolderOf(const VideoLibrary& library)
+{
+    Dl_info place = {};
+    if (dladdr(reinterpret_cast<void*>(library.init), &place) == 0) {
+        return {};
+    }
+    const std::string path = place.dli_fname;
+    return path.substr(0, path.rfind('/') + 1);  // none without a slash
+}
+
+bool StartConsole(const VideoLibrary& library, int port)
 {
     const OutputToError redirected;
-    void* const module = dlopen(BROWSER_CONSOLE, RTLD_NOW | RTLD_LOCAL);
+    void* const module =
+        dlopen((FolderOf(library) + BROWSER_CONSOLE).c_str(), RTLD_NOW | RTLD_LOCAL);
     using Starter = int (*)(int);
     const auto start = module != nullptr
                            ? reinterpret_cast<Starter>(dlsym(module, "StartBrowserConsole"))
@@ -111,7 +123,7 @@ int Run(const Options& options)
         std::fprintf(stderr, "The library gives no access to its channel\n");
         return kExitNoLibrary;
     }
-    if (options.console && !StartConsole(options.consolePort)) {
+    if (options.console && !StartConsole(library, options.consolePort)) {
         std::fprintf(stderr, "The console can not be started\n");
         return kExitNoLibrary;
     }
