@@ -13,7 +13,7 @@ using testing::HasSubstr;
 
 const std::string kPage = TEST_SOURCE_DIR "/docs/platform.md";
 const std::string kSource = TEST_SOURCE_DIR "/docs/snippets/platform.cpp";
-const std::string kProgram = TEST_BINARY_DIR "/docs/platform_snippets";
+const std::string kProgram = test::Program("docs/platform_snippets");
 
 // The page's blocks in that language.
 std::vector<std::string> Blocks(const std::string& page, const std::string& language)

@@ -6,6 +6,13 @@
 #include <string>
 
 namespace test {
+// The command line that runs a program of the build, given by its path within it: through the
+// emulator when it was built for another processor.
+inline std::string Program(const std::string& path)
+{
+    return TEST_EMULATOR " " TEST_BINARY_DIR "/" + path;
+}
+
 // Runs the command line and returns its standard output; status, when given, receives the result
 // of waiting for it.
 inline std::string OutputOf(const std::string& command, int* status = nullptr)

@@ -57,7 +57,13 @@ IPCSocketChannel::IPCSocketChannel(const char* name, IPCSocket* sendSocket, IPCS
 {}
 
 IPCSocketChannel::IPCSocketChannel(const char* name, const char* sendPath, const char* receivePath)
-    : IPCSocketChannel(name, new IPCUnixSocket(sendPath), new IPCUnixSocket(receivePath), 0)
+    : IPCSocketChannel(name, sendPath, receivePath, IPCUnixSocket::kEveryone)
+{}
+
+IPCSocketChannel::IPCSocketChannel(const char* name, const char* sendPath, const char* receivePath,
+                                   unsigned fileMode)
+    : IPCSocketChannel(name, new IPCUnixSocket(sendPath), new IPCUnixSocket(receivePath, fileMode),
+                       0)
 {
     TAVI_INFO("aSendSocketPath =%s, aRecvSocketPath = %s", Shown(sendPath), Shown(receivePath));
 }

@@ -31,11 +31,16 @@ public:
     // UNIX-domain sockets at the two paths.
     IPCSocketChannel(const char* name, const char* sendPath, const char* receivePath);
 
+    // The same; the permission bits say who may connect to this side's file (IPCUnixSocket).
+    IPCSocketChannel(const char* name, const char* sendPath, const char* receivePath,
+                     unsigned fileMode);
+
     // TCP on 127.0.0.1; a priority above 0 makes the serving thread a real-time one.
     IPCSocketChannel(const char* name, int sendPort, int receivePort);
     IPCSocketChannel(const char* name, int sendPort, int receivePort, int priority);
 
-    // TCP at the addresses, in dotted decimal.
+    // TCP at the addresses, in dotted decimal. Whoever reaches the receive address may call: null
+    // is every interface.
     IPCSocketChannel(const char* name, const char* sendAddress, const char* receiveAddress,
                      int sendPort, int receivePort);
 

@@ -15,8 +15,10 @@ static Logger* const _logger = Logger::GetLogger(2);
 
 static_assert(sizeof(sockaddr_un::sun_path) == 108, "the path array is the system's size");
 
-IPCUnixSocket::IPCUnixSocket(const char* path)
-    : IPCSocket(-1), mFamily(AF_UNIX), mPath(), mSocketAddress()
+IPCUnixSocket::IPCUnixSocket(const char* path) : IPCUnixSocket(path, kEveryone) {}
+
+IPCUnixSocket::IPCUnixSocket(const char* path, unsigned fileMode)
+    : IPCSocket(-1), mFamily(AF_UNIX), mFileMode(fileMode & kEveryone), mPath(), mSocketAddress()
 {
     if (path != nullptr && std::strlen(path) < sizeof(mPath)) {
         CopyText(mPath, path);
@@ -26,7 +28,7 @@ IPCUnixSocket::IPCUnixSocket(const char* path)
 IPCSocket* IPCUnixSocket::Duplicate()
 {
     TAVI_INFO("");
-    return new IPCUnixSocket(mPath);
+    return new IPCUnixSocket(mPath, mFileMode);
 }
 
 int IPCUnixSocket::Open()
@@ -55,8 +57,11 @@ int IPCUnixSocket::Bind()
         unlink(mPath);
     }
     TAVI_INFO("Bind to %s", mPath);
+    if (mFileMode != kEveryone && Descriptor() >= 0) {
+        fchmod(Descriptor(), mFileMode);  // the file is born with the socket's bits less the umask
+    }
     const int result = IPCSocket::Bind();
-    if (result == 0 && chmod(mPath, 0777) != 0) {
+    if (result == 0 && chmod(mPath, mFileMode) != 0) {
         TAVI_ERROR("CHMOD failed");
     }
     return result;

@@ -12,20 +12,28 @@
 class HTML5_VIDEO_API IPCUnixSocket : public IPCSocket
 {
 public:
+    static constexpr unsigned kEveryone = 0777;
+
     // The path is copied. One of 108 bytes or more is refused by Open.
     explicit IPCUnixSocket(const char* path);
+
+    // The permission bits are those of the file that Bind makes. Connecting takes the right to
+    // write: 0600 lets in processes of this user, 0660 of the group too. (root is not asked.)
+    IPCUnixSocket(const char* path, unsigned fileMode);
 
     IPCSocket* Duplicate() override;
     int Open() override;
 
-    // Removes a stale socket file, binds and opens the file to every user (mode 0777). A socket
-    // that is bound already fails and keeps its file. The file stays when the socket is closed.
+    // Removes a stale socket file, binds and gives the file its mode, by default 0777: every user
+    // may connect. At no moment does it allow more than that. A socket that is bound already fails
+    // and keeps its file. The file stays when the socket is closed.
     int Bind() override;
 
 private:
     HTML5_VIDEO_LOCAL bool IsBound() const;
 
     std::uint16_t mFamily;
+    unsigned mFileMode;
     char mPath[108];  // empty when the path did not fit
     sockaddr_un mSocketAddress;
 };

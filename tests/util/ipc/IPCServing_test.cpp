@@ -1,5 +1,6 @@
 // The serving side of a channel against a peer made of plain system calls.
 #include <gtest/gtest.h>
+#include <sys/stat.h>
 
 #include <atomic>
 #include <chrono>
@@ -365,7 +366,7 @@ TEST(IPCSocketChannel, UnixChannelsServeAgainAfterTheirPeerLeft)
 {
     Logger::ChangeMode(1);
     const test::CapturedStderr log;
-    IPCSocketChannel server("server", "./server.send", "./server.receive");
+    IPCSocketChannel server("server", "./server.send", "./server.receive", 0600);
     server.Register("echo", Echo);
     for (int round = 0; round < 3; ++round) {
         server.Start();
@@ -376,6 +377,9 @@ TEST(IPCSocketChannel, UnixChannelsServeAgainAfterTheirPeerLeft)
         IPCParam reply;
         EXPECT_EQ(client.Call("echo", &request, &reply), 0);
         EXPECT_EQ(reply.GetCount(), 1);
+        struct stat file = {};
+        EXPECT_EQ(lstat("./server.receive", &file), 0);
+        EXPECT_EQ(file.st_mode & 0777, 0600U);
         client.Close();
         ASSERT_TRUE(test::WaitUntil([&] { return !server.IsRunning(); }));
     }

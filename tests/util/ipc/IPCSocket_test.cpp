@@ -249,6 +249,21 @@ TEST(IPCUnixSocket, ReplacesAStaleFileAndOpensItToEveryone)
     EXPECT_EQ(lstat("socket", &node), 0);
 }
 
+TEST(IPCUnixSocket, ItsFileNeverAllowsMoreThanTheModeAskedFor)
+{
+    for (const mode_t mask : {0, 0777}) {
+        const SocketPtr socket(IPCUnixSocket("narrow", 0660).Duplicate());
+        const int descriptor = socket->Open();
+        umask(mask);
+        EXPECT_EQ(socket->Bind(), 0);
+        struct stat bits = {};
+        fstat(descriptor, &bits);  // what the file was made with
+        EXPECT_EQ(bits.st_mode & 0777, 0660U);
+        ASSERT_EQ(lstat("narrow", &bits), 0);
+        EXPECT_EQ(bits.st_mode & 0777, 0660U);
+    }
+}
+
 TEST(IPCUnixSocket, RefusesAPathThatDoesNotFit)
 {
     IPCUnixSocket longest(std::string(107, 'p').c_str());
@@ -283,16 +298,18 @@ TEST(IPCTCPSocket, NeverConnectsToItself)
     EXPECT_EQ(listener.Listen(1), 0);
 }
 
-TEST(IPCTCPSocket, ListensOnEveryInterfaceWithoutAnAddress)
+TEST(IPCTCPSocket, ListensOnItsAddressOnlyAndWithoutOneOnEveryInterface)
 {
-    const int port = test::FreePort();
-    IPCTCPSocket listener(nullptr, port);
-    listener.Open();
-    listener.SetServerOption();
-    ASSERT_EQ(listener.Bind(), 0);
-    ASSERT_EQ(listener.Listen(1), 0);
-    IPCTCPSocket caller("127.0.0.9", port);
-    caller.Open();
-    EXPECT_EQ(caller.Connect(), 0);
+    for (const char* const address : {static_cast<const char*>(nullptr), "127.0.0.1"}) {
+        const int port = test::FreePort();
+        IPCTCPSocket listener(address, port);
+        listener.Open();
+        listener.SetServerOption();
+        ASSERT_EQ(listener.Bind(), 0);
+        ASSERT_EQ(listener.Listen(1), 0);
+        IPCTCPSocket caller("127.0.0.9", port);
+        caller.Open();
+        EXPECT_EQ(caller.Connect(), address == nullptr ? 0 : -1);
+    }
 }
 }  // namespace

@@ -15,7 +15,7 @@ using testing::HasSubstr;
 using testing::MatchesRegex;
 using testing::Not;
 
-const std::string kProbe = TEST_BINARY_DIR "/tests/logger_probe";
+const std::string kProbe = test::Program("tests/logger_probe");
 
 std::string Settings(int mode, int kmsg, const std::string& serverIp, int port,
                      const std::string& outPath)
