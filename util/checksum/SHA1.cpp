@@ -1,5 +1,6 @@
 #include "util/checksum/SHA1.h"
 
+#include <cstddef>
 #include <cstring>
 
 #include "util/checksum/BigEndian.h"
@@ -7,6 +8,10 @@
 #include "util/checksum/Sha1X86.h"
 
 namespace {
+static_assert(offsetof(SHA1_CTX, count) == 20 && offsetof(SHA1_CTX, buffer) == 28 &&
+                  sizeof(SHA1_CTX) == 92 && offsetof(SHA1Calculator, mDigest) == 92,
+              "the same on every target, whatever the width of a long");
+
 const std::size_t kBlockSize = sizeof(SHA1_CTX::buffer);
 const std::size_t kLengthOffset = kBlockSize - 8;  // the last block ends with the message length
 

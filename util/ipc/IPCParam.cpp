@@ -19,7 +19,8 @@ constexpr char kNull = 'n';
 constexpr int kEmptyLength = 8;
 
 static_assert(offsetof(IPCParam::Arg, mNameLen) == 64 && offsetof(IPCParam::Arg, mType) == 65 &&
-                  offsetof(IPCParam::Arg, mLen) == 68 && offsetof(IPCParam::Arg, mValue) == 72,
+                  offsetof(IPCParam::Arg, mLen) == 68 && offsetof(IPCParam::Arg, mValue) == 72 &&
+                  sizeof(IPCParam::Arg) == 72 + sizeof(void*),
               "users read the fields of an argument directly");
 
 unsigned char* BufferOf(const IPCParam::Arg& argument)

@@ -18,7 +18,7 @@ static_assert(sizeof(sockaddr_un::sun_path) == 108, "the path array is the syste
 IPCUnixSocket::IPCUnixSocket(const char* path) : IPCUnixSocket(path, kEveryone) {}
 
 IPCUnixSocket::IPCUnixSocket(const char* path, unsigned fileMode)
-    : IPCSocket(-1), mFamily(AF_UNIX), mFileMode(fileMode & kEveryone), mPath(), mSocketAddress()
+    : IPCSocket(-1), mFamily(AF_UNIX), mPath(), mSocketAddress(), mFileMode(fileMode & kEveryone)
 {
     if (path != nullptr && std::strlen(path) < sizeof(mPath)) {
         CopyText(mPath, path);

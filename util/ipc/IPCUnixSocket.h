@@ -33,9 +33,9 @@ private:
     HTML5_VIDEO_LOCAL bool IsBound() const;
 
     std::uint16_t mFamily;
-    unsigned mFileMode;
     char mPath[108];  // empty when the path did not fit
     sockaddr_un mSocketAddress;
+    unsigned mFileMode;
 };
 
 #endif  // UTIL_IPC_IPCUNIXSOCKET_H

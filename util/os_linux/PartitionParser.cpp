@@ -16,6 +16,13 @@
 static Logger* const _logger = Logger::GetLogger(1);
 
 namespace {
+using Partition = PartitionParser::Partition;
+static_assert(offsetof(Partition, mBlocks) == 16 && offsetof(Partition, mMajor) == 20 &&
+                  offsetof(Partition, mMinor) == 24 && sizeof(Partition) == 28 &&
+                  offsetof(PartitionParser, mPartitions) == 4 &&
+                  sizeof(PartitionParser) == 4 + 32 * sizeof(Partition),
+              "users read the table directly");
+
 constexpr char kPartitionsPath[] = "/proc/partitions";
 constexpr char kMountsPath[] = "/proc/mounts";
 constexpr std::size_t kPartitionLine = 127;
