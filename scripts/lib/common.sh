@@ -27,18 +27,38 @@ require_packages() {
     rm -f "$log"
 }
 
-# build_preset PRESET [TARGET...]: configures and builds; prints only what went wrong.
-build_preset() {
-    local preset=$1 log launcher=()
-    shift
+# What the tests build and run with.
+require_test_packages() {
+    require_packages g++ cmake ninja-build binutils libgtest-dev libgmock-dev python3 pkg-config \
+        libcli11-dev nlohmann-json3-dev libgstreamer1.0-dev gstreamer1.0-tools \
+        gstreamer1.0-plugins-base gstreamer1.0-plugins-good gstreamer1.0-plugins-bad \
+        libedit-dev libncurses-dev tmux
+}
+
+# quietly COMMAND...: runs it in the repository; prints only what went wrong.
+quietly() {
+    local log
     log=$(mktemp)
-    command -v ccache >/dev/null && launcher=(-DCMAKE_CXX_COMPILER_LAUNCHER=ccache)
-    say "building $preset"
-    if ! (cd "$repository" && cmake --preset "$preset" "${launcher[@]}" &&
-        cmake --build "build/$preset" ${1:+--target "$@"}) >"$log" 2>&1; then
+    if ! (cd "$repository" && "$@") >"$log" 2>&1; then
         grep -E 'error|warning|FAILED|CMake' "$log" | head -n 40 >&2
         tail -n 20 "$log" >&2
         fail "the build failed, see $log"
     fi
     rm -f "$log"
+}
+
+# configure_preset PRESET: with it comes build/PRESET/compile_commands.json.
+configure_preset() {
+    local launcher=()
+    command -v ccache >/dev/null && launcher=(-DCMAKE_CXX_COMPILER_LAUNCHER=ccache)
+    quietly cmake --preset "$1" "${launcher[@]}"
+}
+
+# build_preset PRESET [TARGET...]: configures and builds.
+build_preset() {
+    local preset=$1
+    shift
+    say "building $preset"
+    configure_preset "$preset"
+    quietly cmake --build "build/$preset" ${1:+--target "$@"}
 }

@@ -8,12 +8,7 @@ constexpr std::chrono::milliseconds kRestorePause{500};
 }
 
 Session::Session(const VideoLibrary& library)
-    : mLibrary(library),
-      mChannel(nullptr),
-      mPosition(0),
-      mHasPlayer(false),
-      mRestoring(false),
-      mNextRestore()
+    : mLibrary(library), mChannel(nullptr), mPosition(0), mHasPlayer(false), mRestoring(false)
 {}
 
 bool Session::Start()

@@ -98,7 +98,11 @@ public:
 private:
     static constexpr int kStep = 32;
 
-    static std::size_t Bytes(int slots) { return static_cast<std::size_t>(slots) * sizeof(P); }
+    static std::size_t Bytes(int slots)
+    {
+        // The size of a pointer is meant: NOLINTNEXTLINE(bugprone-sizeof-expression)
+        return static_cast<std::size_t>(slots) * sizeof(P);
+    }
 
     // realloc moves whole pages of a large buffer instead of copying them. Without memory the
     // process ends, as it does when new fails.

@@ -340,13 +340,14 @@ bool IPCParam::DecodeArgument(char type, Reader& reader)
 void IPCParam::RemoveFrom(int count)
 {
     for (; mCount > count; --mCount) {
-        Arg* const argument = At(mCount - 1);
+        const int last = mCount - 1;
+        Arg* const argument = At(last);
         if (OwnsBuffer(*argument)) {
             delete[] BufferOf(*argument);
         }
         argument->~Arg();
-        if (mCount > kInlineArgs) {
-            mMore->Erase(mCount - 1 - kInlineArgs);
+        if (last >= kInlineArgs) {
+            mMore->Erase(last - kInlineArgs);
             ::operator delete(argument);
         }
     }

@@ -22,7 +22,7 @@ constexpr int kOvershootMilliseconds = 10;
 
 timeval ToTimeval(int milliseconds)
 {
-    return {milliseconds / 1000, milliseconds % 1000 * 1000};
+    return {milliseconds / 1000, milliseconds % 1000 * 1000L};
 }
 
 // Milliseconds left, at most INT_MAX; negative for no limit.

@@ -129,7 +129,8 @@ void WriteOut(const LogConfig& config, const char* text, std::size_t length)
     }
 }
 
-void WriteDecorated(const LogConfig& config, char* line, char* message, char* suffix, char* end)
+void WriteDecorated(const LogConfig& config, const char* line, const char* message,
+                    const char* suffix, const char* end)
 {
     if (config.mode != kUdp) {
         WriteOut(config, line, static_cast<std::size_t>(end - line));
