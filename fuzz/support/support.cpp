@@ -6,6 +6,7 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <cerrno>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -20,6 +21,12 @@ sockaddr_un AddressOf(const char* path)
     address.sun_family = AF_UNIX;
     std::strncpy(address.sun_path, path, sizeof(address.sun_path) - 1);
     return address;
+}
+
+// Whether the call is to be made again: the fuzzer's own alarm interrupts what waits.
+bool Interrupted(ssize_t result)
+{
+    return result < 0 && errno == EINTR;
 }
 }  // namespace
 
@@ -110,6 +117,9 @@ void Send(int socket, const std::string& bytes)
     std::size_t sent = 0;
     while (sent < bytes.size()) {
         const ssize_t result = send(socket, bytes.data() + sent, bytes.size() - sent, MSG_NOSIGNAL);
+        if (Interrupted(result)) {
+            continue;
+        }
         if (result <= 0) {
             return;
         }
@@ -123,8 +133,12 @@ std::string ReceiveAll(int socket)
     char buffer[4096];
     for (;;) {
         pollfd entry = {socket, POLLIN, 0};
-        Require(poll(&entry, 1, 10000) == 1, "the peer is silent");
-        const ssize_t got = recv(socket, buffer, sizeof(buffer), 0);
+        const int ready = poll(&entry, 1, 10000);
+        if (Interrupted(ready)) {
+            continue;
+        }
+        Require(ready == 1, "the peer is silent");
+        const ssize_t got = recv(socket, buffer, sizeof(buffer), MSG_DONTWAIT);
         if (got <= 0) {
             return bytes;
         }
