@@ -5,7 +5,6 @@
 #include <string>
 #include <vector>
 
-#include "tests/support/command.h"
 #include "tests/support/support.h"
 
 namespace {

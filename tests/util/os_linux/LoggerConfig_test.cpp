@@ -6,7 +6,6 @@
 #include <cstdio>
 #include <string>
 
-#include "tests/support/command.h"
 #include "tests/support/support.h"
 
 namespace {
