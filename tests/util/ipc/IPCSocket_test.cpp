@@ -2,8 +2,6 @@
 
 #include <fcntl.h>
 #include <gtest/gtest.h>
-#include <pthread.h>
-#include <signal.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -137,43 +135,9 @@ TYPED_TEST(IPCSocketTest, ShutdownWakesAReaderInAnotherThread)
     EXPECT_EQ(result, 0);
 }
 
-TYPED_TEST(IPCSocketTest, ClosesOnceAndOpensAgain)
-{
-    EXPECT_EQ(this->caller->Close(), 0);
-    EXPECT_EQ(this->caller->GetStatus(), 2);
-    EXPECT_EQ(this->caller->Close(), -1);
-    EXPECT_GE(this->caller->Open(), 3);
-    EXPECT_EQ(this->caller->Connect(), 0);
-}
-
-void OnSignal(int) {}
-
-TYPED_TEST(IPCSocketTest, SignalsDoNotEndAWait)
-{
-    struct sigaction action = {};
-    action.sa_handler = OnSignal;
-    sigaction(SIGUSR1, &action, nullptr);  // without SA_RESTART
-    int selected = -2;
-    int read = -2;
-    std::thread waiter([&] {
-        char bytes[4];
-        selected = this->accepted->Select(5);
-        read = this->accepted->Read(bytes, 4);
-    });
-    for (int round = 0; round < 50; ++round) {
-        pthread_kill(waiter.native_handle(), SIGUSR1);
-        std::this_thread::sleep_for(std::chrono::milliseconds(1));
-    }
-    this->caller->Write("abcd", 4);
-    waiter.join();
-    EXPECT_EQ(selected, 1);
-    EXPECT_EQ(read, 4);
-}
-
 TEST(IPCSocket, OperationsWithoutADescriptorFailAndSaySo)
 {
-    const test::CapturedStderr log;
-    Logger::ChangeMode(1);
+    const test::CapturedLog log;
     IPCTCPSocket socket("127.0.0.1", 1);
     char bytes[4];
     socket.SetServerOption();
@@ -254,8 +218,7 @@ TEST(IPCUnixSocket, RefusesAPathThatDoesNotFit)
     IPCUnixSocket longest(std::string(107, 'p').c_str());
     EXPECT_GE(longest.Open(), 3);
     EXPECT_EQ(longest.Bind(), 0);
-    const test::CapturedStderr log;
-    Logger::ChangeMode(1);
+    const test::CapturedLog log;
     IPCUnixSocket tooLong(std::string(108, 'p').c_str());
     EXPECT_EQ(tooLong.Open(), -1);
     EXPECT_EQ(test::Count(log.Text(), "Unix Socket Open() Failed"), 1);
