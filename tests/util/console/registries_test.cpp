@@ -98,6 +98,13 @@ TEST(SymListMgr, KeepsNamesUniqueAndInOrder)
     EXPECT_STREQ(Symbols().GetInfo(0)->mName, "N");
     EXPECT_EQ(Symbols().GetInfo(2), nullptr);
     EXPECT_EQ(Symbols().GetInfo(-1), nullptr);
+
+    SymInfo* const own = Symbols().NewSymInfo();
+    own->mName = new char[2]();
+    EXPECT_EQ(Symbols().FreeSymInfo(own), 0);
+    EXPECT_EQ(own->mName, nullptr);
+    EXPECT_EQ(Symbols().FreeSymInfo(nullptr), -1);
+    delete own;
 }
 
 TEST(SymListMgr, KeepsWhatWasRemovedReadableUnderAHold)

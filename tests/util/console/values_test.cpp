@@ -22,6 +22,7 @@ TEST(CmdValue, IsReadBackByItsOwnTypeOnly)
     value.SetPointer(&value);
     EXPECT_EQ(value.GetPointer(), &value);
     EXPECT_EQ(value.GetInt(), 0);
+    EXPECT_EQ(CmdValue(4).GetInt(), 4);
     EXPECT_EQ(CmdValue(2.5F).GetFloat(), 2.5F);
     EXPECT_STREQ(CmdValue("word").GetString(), "word");
 }

@@ -2,6 +2,8 @@
 
 #include <fcntl.h>
 #include <gtest/gtest.h>
+#include <pthread.h>
+#include <signal.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -133,6 +135,28 @@ TYPED_TEST(IPCSocketTest, ShutdownWakesAReaderInAnotherThread)
     this->accepted->Shutdown();
     reader.join();
     EXPECT_EQ(result, 0);
+}
+
+TYPED_TEST(IPCSocketTest, SignalsDoNotEndAWait)
+{
+    struct sigaction action = {};
+    action.sa_handler = [](int) {};
+    sigaction(SIGUSR1, &action, nullptr);  // without SA_RESTART
+    int selected = -2;
+    int read = -2;
+    std::thread waiter([&] {
+        char bytes[4];
+        selected = this->accepted->Select(5);
+        read = this->accepted->Read(bytes, 4);
+    });
+    for (int round = 0; round < 50; ++round) {
+        pthread_kill(waiter.native_handle(), SIGUSR1);
+        std::this_thread::sleep_for(std::chrono::milliseconds(1));
+    }
+    this->caller->Write("abcd", 4);
+    waiter.join();
+    EXPECT_EQ(selected, 1);
+    EXPECT_EQ(read, 4);
 }
 
 TEST(IPCSocket, OperationsWithoutADescriptorFailAndSaySo)
