@@ -6,6 +6,8 @@
 #include <cstdint>
 #include <string>
 
+#include "tests/support/RawPeer.h"
+
 namespace fuzz {
 // Ends the process with the text when the condition does not hold: that is a finding.
 void Require(bool condition, const char* text);
@@ -37,21 +39,8 @@ private:
     std::size_t mSize;
 };
 
-// A frame's parts, least significant byte first and zero-padded.
-std::string Number(std::uint32_t value);
-std::string Text(const std::string& text);
-
-// Connects to a UNIX-domain socket; tries again while nobody listens, for at most 10 seconds.
-int Connect(const char* path);
-
-// Makes a listening UNIX-domain socket.
-int Listen(const char* path);
-
-// Sends all it can; a peer that is gone is no fault.
-void Send(int socket, const std::string& bytes);
-
-// Everything until the peer closes; a silence of 10 seconds is a finding.
-std::string ReceiveAll(int socket);
+// Everything until the peer closes; a silence of half a minute is a finding.
+std::string ReceiveAll(const test::RawPeer& peer);
 }  // namespace fuzz
 
 #endif  // FUZZ_SUPPORT_SUPPORT_H

@@ -5,7 +5,7 @@
 #include <string>
 #include <vector>
 
-#include "tests/support/command.h"
+#include "tests/support/program.h"
 #include "tests/support/support.h"
 
 namespace {

@@ -2,11 +2,7 @@
 // and heap bytes before and after each row of rounds; exit status 1 when any of them grew.
 //
 //     endurance [ROUNDS-DIVISOR]    divides the numbers of rounds, for a short run
-#include <arpa/inet.h>
 #include <malloc.h>
-#include <netinet/in.h>
-#include <sys/socket.h>
-#include <unistd.h>
 
 #include <atomic>
 #include <chrono>
@@ -14,8 +10,6 @@
 #include <cstdlib>
 #include <functional>
 #include <string>
-#include <thread>
-#include <vector>
 
 #include "tests/support/RawPeer.h"
 #include "tests/support/support.h"
@@ -128,27 +122,21 @@ bool CallsFromEightThreads(long rounds)
     }();
     std::atomic<long> left{rounds};
     std::atomic<long> wrong{started ? 0 : 1};
-    std::vector<std::thread> threads;
-    for (int caller = 0; caller < 8; ++caller) {
-        threads.emplace_back([&] {
-            for (long number = --left; number >= 0; number = --left) {
-                IPCParam request;
-                request.Add("n", static_cast<int>(number));
-                IPCParam reply;
-                wrong += client.Call("echo", &request, &reply) == 0 && reply.GetCount() == 1 &&
-                                 reply.GetArg(0)->mValue == number
-                             ? 0
-                             : 1;
-                if (number % 10 == 0) {
-                    IPCParam update;
-                    wrong += server.Call("SetStatus", &update, nullptr) == 0 ? 0 : 1;
-                }
+    test::InThreads(8, [&](int) {
+        for (long number = --left; number >= 0; number = --left) {
+            IPCParam request;
+            request.Add("n", static_cast<int>(number));
+            IPCParam reply;
+            wrong += client.Call("echo", &request, &reply) == 0 && reply.GetCount() == 1 &&
+                             reply.GetArg(0)->mValue == number
+                         ? 0
+                         : 1;
+            if (number % 10 == 0) {
+                IPCParam update;
+                wrong += server.Call("SetStatus", &update, nullptr) == 0 ? 0 : 1;
             }
-        });
-    }
-    for (std::thread& thread : threads) {
-        thread.join();
-    }
+        }
+    });
     return wrong == 0;
 }
 

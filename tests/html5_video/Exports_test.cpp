@@ -1,24 +1,14 @@
 // What the library's file shows to others: its exports and how it was linked.
 #include <gtest/gtest.h>
 
-#include <array>
-#include <cstdio>
-#include <memory>
 #include <regex>
 #include <sstream>
 #include <string>
 
+#include "tests/support/support.h"
+
 namespace {
-std::string OutputOf(const std::string& command)
-{
-    const std::unique_ptr<FILE, int (*)(FILE*)> pipe(popen(command.c_str(), "r"), pclose);
-    std::string text;
-    std::array<char, 4096> buffer{};
-    while (std::fgets(buffer.data(), buffer.size(), pipe.get()) != nullptr) {
-        text += buffer.data();
-    }
-    return text;
-}
+using test::OutputOf;
 
 TEST(Exports, OnlyThePublicInterfaceIsVisible)
 {
@@ -44,17 +34,6 @@ TEST(Exports, OnlyThePublicInterfaceIsVisible)
         ++count;
     }
     EXPECT_GT(count, 100);
-}
-
-TEST(Exports, TheTwelveCFunctionsAreThere)
-{
-    const std::string names = OutputOf("nm -D --defined-only " LIBRARY_FILE);
-    for (const char* name :
-         {"client_init", "client_load", "client_cancel_load", "client_play", "client_pause",
-          "client_seek", "client_setRate", "client_setVolume", "client_setSize", "client_setMuted",
-          "get_status", "get_video_dimension"}) {
-        EXPECT_NE(names.find(std::string(" T html5_video_") + name + "\n"), std::string::npos);
-    }
 }
 
 TEST(Exports, TheFileIsHardenedAndNeedsNothingElse)

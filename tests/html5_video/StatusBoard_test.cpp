@@ -3,8 +3,8 @@
 #include <gtest/gtest.h>
 
 #include <atomic>
-#include <thread>
-#include <vector>
+
+#include "tests/support/support.h"
 
 namespace {
 // A state in which every field tells the same number.
@@ -33,53 +33,32 @@ bool IsWhole(const PlayerStatus& status)
            status.currentOffset == expected.currentOffset;
 }
 
-TEST(StatusBoard, StartsAtZero)
-{
-    const StatusBoard board;
-    const PlayerStatus status = board.Read();
-    EXPECT_EQ(status.speed, 0);
-    EXPECT_TRUE(IsWhole(status));
-}
-
 TEST(StatusBoard, ReadersNeverSeeAMixture)
 {
     StatusBoard board;
     std::atomic<int> writing{3};
     std::atomic<int> torn{0};
-    std::vector<std::thread> threads;
-    for (int writer = 0; writer < 3; ++writer) {
-        threads.emplace_back([&, writer] {
-            for (int number = 1; number <= 20000; ++number) {
-                board.Update([&](PlayerStatus& status) { Fill(status, number * 3 + writer); });
-            }
-            --writing;
-        });
-    }
-    for (int reader = 0; reader < 2; ++reader) {
-        threads.emplace_back([&] {
-            while (writing > 0) {
-                torn += IsWhole(board.Read()) ? 0 : 1;
-            }
-        });
-    }
-    for (std::thread& thread : threads) {
-        thread.join();
-    }
+    test::InThreads(5, [&](int id) {
+        for (int number = 1; id < 3 && number <= 20000; ++number) {
+            board.Update([&](PlayerStatus& status) { Fill(status, number * 3 + id); });
+        }
+        writing -= id < 3 ? 1 : 0;
+        while (writing > 0) {
+            torn += IsWhole(board.Read()) ? 0 : 1;
+        }
+    });
     EXPECT_EQ(torn, 0);
 }
 
 TEST(StatusBoard, NoUpdateIsLostBesideAnother)
 {
     StatusBoard board;
-    const auto count = [&board](int PlayerStatus::*field) {
+    test::InThreads(2, [&board](int id) {
+        int PlayerStatus::*const field = id == 0 ? &PlayerStatus::playTime : &PlayerStatus::endTime;
         for (int number = 0; number < 20000; ++number) {
             board.Update([field](PlayerStatus& status) { ++(status.*field); });
         }
-    };
-    std::thread first(count, &PlayerStatus::playTime);
-    std::thread second(count, &PlayerStatus::endTime);
-    first.join();
-    second.join();
+    });
     EXPECT_EQ(board.Read().playTime, 20000);
     EXPECT_EQ(board.Read().endTime, 20000);
 }

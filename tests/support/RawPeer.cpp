@@ -2,12 +2,15 @@
 
 #include <arpa/inet.h>
 #include <netinet/in.h>
+#include <netinet/tcp.h>
 #include <poll.h>
 #include <sys/socket.h>
+#include <sys/un.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <cctype>
+#include <cerrno>
 #include <cstdio>
 
 #include "tests/support/support.h"
@@ -23,10 +26,31 @@ sockaddr_in AddressOf(int port, const std::string& address)
     return result;
 }
 
+sockaddr_un AddressOf(const std::string& path)
+{
+    sockaddr_un result = {AF_UNIX, {}};
+    path.copy(result.sun_path, sizeof(result.sun_path));
+    return result;
+}
+
 bool IsReadable(int descriptor, int milliseconds)
 {
     pollfd entry = {descriptor, POLLIN, 0};
-    return poll(&entry, 1, milliseconds) == 1;
+    int ready = 0;
+    do {
+        ready = poll(&entry, 1, milliseconds);
+    } while (ready < 0 && errno == EINTR);  // the fuzzer's alarm
+    return ready == 1;
+}
+
+RawPeer Retry(const std::function<RawPeer()>& tryToConnect)
+{
+    RawPeer peer(-1);
+    WaitUntil([&] {
+        peer = tryToConnect();
+        return peer.IsOpen();
+    });
+    return peer;
 }
 }  // namespace
 
@@ -71,20 +95,36 @@ std::string EmptyRecord()
     return Hex("00 00 00 48 00 00 00 00");
 }
 
+RawPeer RawPeer::TryToConnect(int descriptor, const sockaddr* address, socklen_t length)
+{
+    RawPeer peer(descriptor);
+    if (connect(descriptor, address, length) != 0) {
+        peer.Close();
+    }
+    return peer;
+}
+
+RawPeer RawPeer::TryToConnect(int port, const std::string& address)
+{
+    const sockaddr_in to = AddressOf(port, address);
+    const int on = 1;
+    const int descriptor = socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
+    setsockopt(descriptor, IPPROTO_TCP, TCP_NODELAY, &on, sizeof(on));
+    return TryToConnect(descriptor, reinterpret_cast<const sockaddr*>(&to), sizeof(to));
+}
+
 RawPeer RawPeer::Connect(int port, const std::string& address)
 {
-    int descriptor = -1;
-    const sockaddr_in to = AddressOf(port, address);
-    WaitUntil([&] {
-        descriptor = socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
-        if (connect(descriptor, reinterpret_cast<const sockaddr*>(&to), sizeof(to)) == 0) {
-            return true;
-        }
-        close(descriptor);
-        descriptor = -1;
-        return false;
+    return Retry([&] { return TryToConnect(port, address); });
+}
+
+RawPeer RawPeer::Connect(const std::string& path)
+{
+    const sockaddr_un to = AddressOf(path);
+    return Retry([&to] {
+        return TryToConnect(socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0),
+                            reinterpret_cast<const sockaddr*>(&to), sizeof(to));
     });
-    return RawPeer(descriptor);
 }
 
 bool RawPeer::Send(const std::string& bytes) const
@@ -137,14 +177,43 @@ void RawPeer::Close()
     }
 }
 
+void RawPeer::EndSending() const
+{
+    shutdown(mDescriptor, SHUT_WR);
+}
+
+void RawPeer::Reset()
+{
+    const linger atOnce = {1, 0};
+    setsockopt(mDescriptor, SOL_SOCKET, SO_LINGER, &atOnce, sizeof(atOnce));
+    Close();
+}
+
+bool RawPeer::HasInput(int milliseconds) const
+{
+    return IsReadable(mDescriptor, milliseconds);
+}
+
 RawListener::RawListener(int port, const std::string& address)
     : mDescriptor(socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0))
 {
     const int on = 1;
     setsockopt(mDescriptor, SOL_SOCKET, SO_REUSEADDR, &on, sizeof(on));
     const sockaddr_in at = AddressOf(port, address);
-    if (bind(mDescriptor, reinterpret_cast<const sockaddr*>(&at), sizeof(at)) != 0 ||
-        listen(mDescriptor, 5) != 0) {
+    ListenAt(reinterpret_cast<const sockaddr*>(&at), sizeof(at));
+}
+
+RawListener::RawListener(const std::string& path)
+    : mDescriptor(socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0))
+{
+    unlink(path.c_str());
+    const sockaddr_un at = AddressOf(path);
+    ListenAt(reinterpret_cast<const sockaddr*>(&at), sizeof(at));
+}
+
+void RawListener::ListenAt(const sockaddr* address, socklen_t length) const
+{
+    if (bind(mDescriptor, address, length) != 0 || listen(mDescriptor, 5) != 0) {
         perror("RawListener");
     }
 }
@@ -159,5 +228,15 @@ RawPeer RawListener::Accept() const
     return RawPeer(IsReadable(mDescriptor, kPatience)
                        ? accept4(mDescriptor, nullptr, nullptr, SOCK_CLOEXEC)
                        : -1);
+}
+
+bool RawListener::SomebodyConnected() const
+{
+    return IsReadable(mDescriptor, 0);
+}
+
+void RawListener::Shutdown() const
+{
+    shutdown(mDescriptor, SHUT_RDWR);
 }
 }  // namespace test

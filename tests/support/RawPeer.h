@@ -3,8 +3,11 @@
 #ifndef TESTS_SUPPORT_RAWPEER_H
 #define TESTS_SUPPORT_RAWPEER_H
 
+#include <sys/socket.h>
+
 #include <cstdint>
 #include <string>
+#include <utility>
 
 #include "tests/support/support.h"
 
@@ -30,10 +33,19 @@ public:
     RawPeer(RawPeer&& other) noexcept : mDescriptor(other.mDescriptor) { other.mDescriptor = -1; }
     RawPeer(const RawPeer&) = delete;
     RawPeer& operator=(const RawPeer&) = delete;
+    RawPeer& operator=(RawPeer&& other) noexcept
+    {
+        std::swap(mDescriptor, other.mDescriptor);
+        return *this;
+    }
     ~RawPeer() { Close(); }
 
-    // Tries again until somebody listens.
+    // By TCP; Connect tries again until somebody listens.
+    static RawPeer TryToConnect(int port, const std::string& address = "127.0.0.1");
     static RawPeer Connect(int port, const std::string& address = "127.0.0.1");
+
+    // To a UNIX-domain socket.
+    static RawPeer Connect(const std::string& path);
 
     bool IsOpen() const { return mDescriptor >= 0; }
     bool Send(const std::string& bytes) const;
@@ -48,22 +60,40 @@ public:
     bool WaitClosed() const;
     void Close();
 
+    // The other side sees the end and may still send.
+    void EndSending() const;
+
+    // Closes with a reset.
+    void Reset();
+
+    // Whether any byte or the end is there within the milliseconds.
+    bool HasInput(int milliseconds) const;
+
 private:
+    static RawPeer TryToConnect(int descriptor, const sockaddr* address, socklen_t length);
+
     int mDescriptor;
 };
 
-// A listening TCP socket.
+// A listening socket: TCP, or at a path UNIX-domain.
 class RawListener
 {
 public:
     explicit RawListener(int port, const std::string& address = "127.0.0.1");
+    explicit RawListener(const std::string& path);
     RawListener(const RawListener&) = delete;
     RawListener& operator=(const RawListener&) = delete;
     ~RawListener();
 
     RawPeer Accept() const;
+    bool SomebodyConnected() const;
+
+    // Ends an Accept that waits.
+    void Shutdown() const;
 
 private:
+    void ListenAt(const sockaddr* address, socklen_t length) const;
+
     int mDescriptor;
 };
 }  // namespace test

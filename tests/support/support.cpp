@@ -16,6 +16,7 @@
 #include <fstream>
 #include <iterator>
 #include <thread>
+#include <vector>
 
 namespace test {
 namespace {
@@ -55,6 +56,20 @@ void WriteFile(const std::string& path, const std::string& text)
     std::ofstream(path, std::ios::binary) << text;
 }
 
+std::string OutputOf(const std::string& command, int* status)
+{
+    FILE* const pipe = popen(command.c_str(), "re");
+    std::string text;
+    for (int byte = std::fgetc(pipe); byte != EOF; byte = std::fgetc(pipe)) {
+        text += static_cast<char>(byte);
+    }
+    const int result = pclose(pipe);
+    if (status != nullptr) {
+        *status = result;
+    }
+    return text;
+}
+
 int FreePort()
 {
     const int descriptor = socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
@@ -91,6 +106,17 @@ int CountDescriptors()
 int CountThreads()
 {
     return CountEntries("/proc/self/task");
+}
+
+void InThreads(int count, const std::function<void(int)>& action)
+{
+    std::vector<std::thread> threads;
+    for (int number = 0; number < count; ++number) {
+        threads.emplace_back(action, number);
+    }
+    for (std::thread& thread : threads) {
+        thread.join();
+    }
 }
 
 int Count(const std::string& text, const std::string& word)

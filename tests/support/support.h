@@ -6,6 +6,8 @@
 #include <functional>
 #include <string>
 
+#include "util/os_linux/Logger.h"
+
 namespace test {
 // How long anything is awaited that comes at once on an idle machine, in milliseconds: long enough
 // for a busy one under a sanitizer.
@@ -18,6 +20,10 @@ bool WaitUntil(const std::function<bool()>& condition, int milliseconds = kPatie
 std::string ReadFile(const std::string& path);
 void WriteFile(const std::string& path, const std::string& text);
 
+// Runs the command line and returns its standard output; status, when given, receives the result
+// of waiting for it.
+std::string OutputOf(const std::string& command, int* status = nullptr);
+
 // A TCP port on the loopback address that was free a moment ago.
 int FreePort();
 
@@ -29,10 +35,14 @@ void UsePrivateNetwork();
 int CountDescriptors();
 int CountThreads();
 
+// Runs the action in that many threads at the same time, each with its number from 0 on, and waits
+// for them.
+void InThreads(int count, const std::function<void(int)>& action);
+
 // Counts the occurrences of the word.
 int Count(const std::string& text, const std::string& word);
 
-// Captures standard error, and with it the log once Logger::ChangeMode(1) was called, into a file.
+// Captures standard error into a file.
 class CapturedStderr
 {
 public:
@@ -50,6 +60,13 @@ public:
 private:
     int mOriginal;
     std::string mPath;
+};
+
+// Captures the log, which it sends to standard error.
+class CapturedLog : public CapturedStderr
+{
+public:
+    CapturedLog() { Logger::ChangeMode(1); }
 };
 }  // namespace test
 

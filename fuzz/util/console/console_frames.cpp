@@ -1,8 +1,4 @@
 // What a client sends to the console's server. Whatever it is, the next client is served.
-#include <arpa/inet.h>
-#include <netinet/in.h>
-#include <sys/socket.h>
-#include <unistd.h>
 
 #include <cstdio>
 #include <string>
@@ -15,7 +11,7 @@ constexpr int kPort = 28299;
 
 std::string Frame(const std::string& text)
 {
-    return "TAVI" + fuzz::Number(static_cast<std::uint32_t>(text.size())) + text;
+    return "TAVI" + test::Number(static_cast<std::int32_t>(text.size())) + text;
 }
 
 const std::string kPrompt = std::string("tavi\5\0\0\0\nCMD>", 13);
@@ -23,22 +19,10 @@ const std::string kPrompt = std::string("tavi\5\0\0\0\nCMD>", 13);
 // Everything the server sends to a client that sends these bytes and then no more.
 std::string Converse(const std::string& bytes)
 {
-    sockaddr_in address = {};
-    address.sin_family = AF_INET;
-    address.sin_port = htons(kPort);
-    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-    const int client = socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
-    for (int tries = 0;
-         connect(client, reinterpret_cast<const sockaddr*>(&address), sizeof(address)) != 0;
-         ++tries) {
-        fuzz::Require(tries < 5000, "the server does not listen");
-        usleep(1000);
-    }
-    fuzz::Send(client, bytes);
-    shutdown(client, SHUT_WR);
-    const std::string answer = fuzz::ReceiveAll(client);
-    close(client);
-    return answer;
+    const test::RawPeer client = test::RawPeer::Connect(kPort);
+    client.Send(bytes);
+    client.EndSending();
+    return fuzz::ReceiveAll(client);
 }
 
 std::string BytesOf(fuzz::Input& input)
@@ -50,7 +34,7 @@ std::string BytesOf(fuzz::Input& input)
         if (kind % 4 == 0) {
             bytes += text;
         } else if (kind % 4 == 1) {
-            bytes += "TAVI" + fuzz::Number(input.TakeShort() * 0x101u) + text;
+            bytes += "TAVI" + test::Number(input.TakeShort() * 0x101) + text;
         } else {
             bytes += Frame(text);
         }

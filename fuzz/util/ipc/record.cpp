@@ -102,7 +102,7 @@ Arguments ArgumentsOf(IPCParam& record, int first)
         const char* const value = reinterpret_cast<const char*>(argument.mValue);
         std::string bytes;
         if (argument.mType == 'i') {
-            bytes = fuzz::Number(static_cast<std::uint32_t>(argument.mValue));
+            bytes = test::Number(static_cast<std::int32_t>(argument.mValue));
         } else if (argument.mType == 's') {
             bytes = value;
         } else {

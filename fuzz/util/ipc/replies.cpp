@@ -1,7 +1,5 @@
 // A caller that gets arbitrary bytes for replies. Calls must end, and after Reopen a well-behaved
 // server must be understood.
-#include <sys/socket.h>
-#include <unistd.h>
 
 #include <string>
 #include <thread>
@@ -11,16 +9,14 @@
 #include "util/ipc/IPCSocketChannel.h"
 
 namespace {
-// Accepts one connection, answers every first byte with the bytes and closes.
-void ServeOnce(int listener, const std::string& bytes)
+// Accepts one connection, answers its first byte with the bytes and closes.
+void ServeOnce(const test::RawListener& listener, const std::string& bytes)
 {
-    const int connection = accept4(listener, nullptr, nullptr, SOCK_CLOEXEC);
-    char buffer[256];
-    static_cast<void>(recv(connection, buffer, sizeof(buffer), 0));
-    fuzz::Send(connection, bytes);
-    shutdown(connection, SHUT_WR);
+    const test::RawPeer connection = listener.Accept();
+    connection.Receive(1);
+    connection.Send(bytes);
+    connection.EndSending();
     fuzz::ReceiveAll(connection);
-    close(connection);
 }
 
 // The results of a row of calls of both kinds on one connection.
@@ -40,7 +36,9 @@ void CallAround(IPCSocketChannel& channel, std::uint8_t kinds)
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
 {
-    static const int listener = (fuzz::QuietLog(), fuzz::Listen("./fuzz.server"));
+    static const bool quiet = (fuzz::QuietLog(), true);
+    static_cast<void>(quiet);
+    static const test::RawListener listener("./fuzz.server");
     static IPCSocketChannel* const channel = [] {
         auto* const made = new IPCSocketChannel("fuzz", "./fuzz.server", "./fuzz.unused");
         made->Open();
@@ -49,12 +47,13 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     fuzz::Input input(data, size);
     const std::uint8_t kinds = input.TakeByte();
     const std::string bytes = input.TakeRest();
-    std::thread hostile(ServeOnce, listener, bytes);
+    std::thread hostile([&bytes] { ServeOnce(listener, bytes); });
     CallAround(*channel, kinds);
     channel->Reopen();
     hostile.join();
-    const std::string reply = std::string("\0\0\0Hi\0\0\0a\0\0\0\x2A\0\0\0", 16);
-    std::thread friendly(ServeOnce, listener, fuzz::Number(16) + reply);
+    const std::string reply =
+        test::Hex("10 00 00 00 | 00 00 00 48 69 00 00 00 61 00 00 00 2A 00 00 00");
+    std::thread friendly([&reply] { ServeOnce(listener, reply); });
     IPCParam request;
     IPCParam answer;
     fuzz::Require(channel->Call("ask", &request, &answer) == 0 && answer.GetCount() == 1 &&

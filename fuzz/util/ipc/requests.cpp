@@ -3,7 +3,6 @@
 //
 // The input is a row of steps, so that whole frames with flaws come up often; a step is a frame, a
 // frame with another length word, or loose bytes.
-#include <sys/socket.h>
 #include <unistd.h>
 
 #include <string>
@@ -44,14 +43,12 @@ public:
             usleep(50);
         }
         mChannel.Start();
-        const int connection = fuzz::Connect("./fuzz.receive");
+        const test::RawPeer connection = test::RawPeer::Connect("./fuzz.receive");
         for (std::size_t at = 0; at < bytes.size(); at += piece) {
-            fuzz::Send(connection, bytes.substr(at, piece));
+            connection.Send(bytes.substr(at, piece));
         }
-        shutdown(connection, SHUT_WR);
-        const std::string answer = fuzz::ReceiveAll(connection);
-        close(connection);
-        return answer;
+        connection.EndSending();
+        return fuzz::ReceiveAll(connection);
     }
 
 private:
@@ -78,14 +75,14 @@ std::string StepOf(fuzz::Input& input)
     if (kind % 4 == 0) {
         return input.TakeBytes(input.TakeByte());
     }
-    std::string payload = std::string("\0\0\0G", 4) + fuzz::Text(MethodOf(kind / 4, input)) +
+    std::string payload = std::string("\0\0\0G", 4) + test::Text(MethodOf(kind / 4, input)) +
                           input.TakeBytes(input.TakeByte());
     if (kind % 4 == 1) {
         payload = input.TakeBytes(input.TakeByte());
     }
     const std::uint32_t length =
         kind % 4 == 2 ? input.TakeShort() * 0x10001u : static_cast<std::uint32_t>(payload.size());
-    return fuzz::Number(length) + payload;
+    return test::Number(static_cast<std::int32_t>(length)) + payload;
 }
 }  // namespace
 
@@ -102,10 +99,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     if (bytes.size() < 200) {
         fuzz::Require(server->Answer(bytes, piece) == whole, "pieces are answered otherwise");
     }
-    const std::string call = fuzz::Number(20) + std::string("\0\0\0G", 4) + fuzz::Text("echo") +
-                             std::string("\0\0\0H\0\0\0\0", 8);
-    fuzz::Require(
-        server->Answer(call, call.size()) == fuzz::Number(8) + std::string("\0\0\0H\0\0\0\0", 8),
-        "the next connection is not served");
+    const std::string call = test::Frame("echo", test::EmptyRecord());
+    fuzz::Require(server->Answer(call, call.size()) == test::Number(8) + test::EmptyRecord(),
+                  "the next connection is not served");
     return 0;
 }

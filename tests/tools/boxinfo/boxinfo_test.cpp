@@ -7,7 +7,7 @@
 #include <nlohmann/json.hpp>
 #include <string>
 
-#include "tests/support/command.h"
+#include "tests/support/program.h"
 #include "tests/support/support.h"
 #include "util/os_linux/PartitionParser.h"
 
@@ -49,15 +49,16 @@ TEST(Boxinfo, TellsTheFactsOfThisMachine)
     EXPECT_EQ(facts["processes"][0]["running"], true);
     const std::string expected = test::OutputOf("sha1sum ./film");
     EXPECT_EQ(facts["checksums"][0]["sha1"], expected.substr(0, 40));
-    EXPECT_EQ(facts["checksums"][0]["crc32Mpeg2"].get<std::string>().size(), 8U);
     EXPECT_EQ(facts["mounts"], json::array());
 }
 
-TEST(Boxinfo, KnowsTheCheckValueOfItsCrc)
+TEST(Boxinfo, ChecksumsAnyFile)
 {
     test::WriteFile("./check", "123456789");
     EXPECT_THAT(Answer("-c ./check").text,
                 HasSubstr("sha1 f7c3bc1d808e04732adf679965ccc34ca7ae3441  crc32/mpeg2 0376e6e7"));
+    test::WriteFile("./\xff\xfe", "a name that is no text");
+    EXPECT_TRUE(json::accept(Answer("--json -c ./*").text));
 }
 
 TEST(Boxinfo, WhatIsMissingIsShownAndEndsWith1)
@@ -75,23 +76,10 @@ TEST(Boxinfo, WhatIsMissingIsShownAndEndsWith1)
 
 TEST(Boxinfo, AnswersWithoutQuestionsAndExplainsItself)
 {
-    const Answer usual("");
-    EXPECT_THAT(usual.text, HasSubstr("Partitions\n"));
+    EXPECT_THAT(Answer("").text, HasSubstr("Partitions\n"));
     const Answer help("--help");
     EXPECT_EQ(help.code, 0);
-    for (const char* word :
-         {"--partitions", "--mounts", "--skip-hd", "--mount DEVICE", "--space PATH",
-          "--process COMMAND", "--checksum FILE", "--json", "--log", "Exit status", "Examples"}) {
-        EXPECT_THAT(help.text, HasSubstr(word));
-    }
+    EXPECT_THAT(help.text, HasSubstr("Exit status"));
     EXPECT_EQ(Answer("--nonsense 2>/dev/null").code, 2);
-}
-
-TEST(Boxinfo, SurvivesNamesThatAreNoText)
-{
-    test::WriteFile("./\xff\xfe", "x");
-    const Answer answer("--json -c ./*");
-    EXPECT_EQ(answer.code, 0);
-    EXPECT_TRUE(json::accept(answer.text));
 }
 }  // namespace

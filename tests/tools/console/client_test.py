@@ -9,7 +9,6 @@ from console_process import Host, free_port, run
 
 SCRIPTS = os.path.join(os.environ["SOURCE_ROOT"], "tests/util/console/scripts")
 
-
 class Scripts(unittest.TestCase):
     """The scripts of the language's own test, through the real client."""
 
@@ -18,21 +17,13 @@ class Scripts(unittest.TestCase):
         expected = glob.glob(os.path.join(SCRIPTS, "*.out"))
         self.assertGreater(len(expected), 5)
         for path in expected:
-            name = os.path.splitext(path)[0]
-            for source in ("file", "input"):
-                with self.subTest(script=os.path.basename(name), source=source):
-                    host = Host(files)
-                    if source == "file":
-                        result = run("--port", host.port, name + ".txt")
-                    else:
-                        with open(name + ".txt", encoding="latin-1") as script:
-                            result = run("--port", host.port, text=script.read())
-                    with open(path, encoding="utf-8") as output:
-                        self.assertEqual(host.output(), output.read())
-                    self.assertEqual((result.returncode, result.stdout, result.stderr),
-                                     (0, "", ""))
-                    self.assertEqual(host.stop(), 0)
-
+            with self.subTest(script=path):
+                host = Host(files)
+                result = run("--port", host.port, os.path.splitext(path)[0] + ".txt")
+                with open(path, encoding="utf-8") as output:
+                    self.assertEqual(host.output(), output.read())
+                self.assertEqual((result.returncode, result.stdout, result.stderr), (0, "", ""))
+                self.assertEqual(host.stop(), 0)
 
 class Lines(unittest.TestCase):
     def setUp(self):
@@ -71,15 +62,15 @@ class Lines(unittest.TestCase):
 
     def test_reach_the_hosts_own_commands(self):
         usage = "tune N : tune to channel N; without N show the channel"
-        self.run_client("--exec", "tune 7", "--exec", "STRING c", "--exec", "c = TUNE", "--exec",
-                        "PRINT c", "--exec", "tune 0", "--exec", "thread_show")
+        self.run_client(text="tune 7\nSTRING c\nc = TUNE\nPRINT c\ntune 0\nthread_show\n")
         self.assertEqual(self.host.output(),
                          f"channel 7\nchannel 7\n7\n{usage}\nchannel 7\n")
         self.assertIn(" All Thread Count = 4\n  [0] Thread[Tuner thread]", self.host.log())
+        self.assertIn("Thread[Command line Tester thread] Priority = 0, Status = 2, IsRunning = 1",
+                      self.host.log())
         self.run_client("--exec", "list")
         for line in (usage, "List : show all commands", "thread_show : show all threads"):
             self.assertIn(line + "\n", self.host.output())
-
 
 class Connection(unittest.TestCase):
     """What the client says, and returns, when the other side is not a console that answers."""
@@ -134,7 +125,6 @@ class Connection(unittest.TestCase):
         result = run("--help")
         self.assertEqual(result.returncode, 0)
         self.assertIn("the console's own process, not here", result.stdout)
-
 
 if __name__ == "__main__":
     unittest.main()

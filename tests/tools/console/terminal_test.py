@@ -6,7 +6,6 @@ import unittest
 
 from console_process import CLIENT, Host, wait_until
 
-
 class Terminal:
     """The client in a terminal of its own."""
 
@@ -33,6 +32,10 @@ class Terminal:
     def type(self, text):
         self.tmux("send-keys", "-l", text)
 
+    def enter(self, text):
+        self.type(text)
+        self.keys("Enter")
+
     def screen(self):
         return self.tmux("capture-pane", "-p").rstrip("\n")
 
@@ -43,15 +46,12 @@ class Terminal:
     def exit_status(self):
         """The client's, once it has ended."""
         def read():
-            if os.path.exists(self.status):
-                with open(self.status, encoding="ascii") as file:
-                    return file.read().strip()
-            return None
-        return wait_until(read)
+            with open(self.status, encoding="ascii") as file:
+                return file.read().strip()
+        return wait_until(lambda: os.path.exists(self.status) and read())
 
     def close(self):
         subprocess.run(["tmux", "-S", self.socket, "kill-server"], capture_output=True, check=False)
-
 
 class AtATerminal(unittest.TestCase):
     def setUp(self):
@@ -86,8 +86,7 @@ class AtATerminal(unittest.TestCase):
         self.assert_screen_ends("CMD>PRINT one")
         self.terminal.keys("Enter")
         self.assert_output("one\n")
-        self.terminal.type("PRINT 2")
-        self.terminal.keys("Enter")
+        self.terminal.enter("PRINT 2")
         self.assert_output("one\n2\n")
         self.terminal.keys("Up", "Up")
         self.assert_screen_ends("CMD>PRINT one")
@@ -98,8 +97,7 @@ class AtATerminal(unittest.TestCase):
         self.assert_output("one\n2\none\n\u00e9t\n")
 
     def test_history_outlives_the_client(self):
-        self.terminal.type("PRINT kept")
-        self.terminal.keys("Enter")
+        self.terminal.enter("PRINT kept")
         self.assert_output("kept\n")
         self.terminal.keys("C-d")
         self.assertEqual(self.terminal.exit_status(), "0")
@@ -118,8 +116,7 @@ class AtATerminal(unittest.TestCase):
         self.assert_screen_ends("CMD>WHILE")
         self.terminal.keys("C-c")
         self.assert_screen_ends("CMD>")
-        self.terminal.type("tune 3")  # a command that only the host knows, once seen
-        self.terminal.keys("Enter")
+        self.terminal.enter("tune 3")  # a command that only the host knows, once seen
         self.assert_output("channel 3\n")
         self.terminal.type("tu")
         self.terminal.keys("Tab")
@@ -129,28 +126,23 @@ class AtATerminal(unittest.TestCase):
         self.assert_output("channel 3\nchannel 4\n")
 
     def test_blocks_continue_and_can_be_forgotten(self):
-        self.terminal.type("FOR 1 2 1")
-        self.terminal.keys("Enter")
+        self.terminal.enter("FOR 1 2 1")
         self.assert_screen_ends("FOR 1 2 1\n...>")
-        self.terminal.type("PRINT never")
-        self.terminal.keys("Enter")
+        self.terminal.enter("PRINT never")
         self.assert_screen_ends("PRINT never\n...>")
         self.terminal.keys("C-c")
         self.assert_screen_ends("^C\nCMD>")
         for line in ("FOR 1 2 1", "IF 1 == 1", "PRINT block", "END"):
-            self.terminal.type(line)
-            self.terminal.keys("Enter")
+            self.terminal.enter(line)
             self.assert_screen_ends(line + "\n...>")
-        self.terminal.type("END")
-        self.terminal.keys("Enter")
+        self.terminal.enter("END")
         self.assert_output("block\nblock\n")
 
     def test_it_ends_with_quit_and_with_the_console(self):
         self.terminal.type("PRINT half")
         self.terminal.keys("C-c")
         self.assert_screen_ends("^C\nCMD>")
-        self.terminal.type("quit")
-        self.terminal.keys("Enter")
+        self.terminal.enter("quit")
         self.assertEqual(self.terminal.exit_status(), "0")
         self.terminal.close()
         self.terminal = self.connect()
@@ -159,14 +151,12 @@ class AtATerminal(unittest.TestCase):
         self.assertIn("console: the connection was lost", self.terminal.screen())
 
     def test_a_statement_that_runs_can_be_left(self):
-        self.terminal.type("SLEEP 100000")
-        self.terminal.keys("Enter")
+        self.terminal.enter("SLEEP 100000")
         self.assert_screen_ends("SLEEP 100000")
         self.terminal.keys("C-c")
         self.assert_screen_ends("^C again leaves it there")
         self.terminal.keys("C-c")
         self.assertEqual(self.terminal.exit_status(), "130")
-
 
 if __name__ == "__main__":
     unittest.main()

@@ -1,12 +1,9 @@
-// Every form of the checksums that this processor can run, against the plain one.
+// Every form of the CRC that this processor can run, against the plain one.
 #include <gtest/gtest.h>
 
 #include "tests/util/checksum/bytes.h"
-#include "tests/util/checksum/crc32_reference.h"
 #include "util/checksum/Crc32Portable.h"
 #include "util/checksum/Crc32X86.h"
-#include "util/checksum/Sha1Portable.h"
-#include "util/checksum/Sha1X86.h"
 
 using test::Bytes;
 using test::RandomBytes;
@@ -48,26 +45,6 @@ TEST(Crc32Variants, GoOnFromAnyRegisterOverAnySplit)
 }
 
 #if CHECKSUM_X86
-TEST(Sha1Variants, CompressAlike)
-{
-    if (!X86HasSha()) {
-        GTEST_SKIP() << "this processor has no SHA extensions";
-    }
-    std::mt19937 random(2);
-    const Bytes bytes = RandomBytes(random, 20 * 64 + 16);
-    for (std::size_t count = 0; count <= 20; ++count) {
-        const unsigned char* const blocks = bytes.data() + random() % 16;
-        std::uint32_t portable[6];
-        for (std::uint32_t& word : portable) {
-            word = static_cast<std::uint32_t>(random());
-        }
-        std::vector<std::uint32_t> extended(portable, portable + 6);  // one word beyond the state
-        Sha1BlocksPortable(portable, blocks, count);
-        Sha1BlocksX86(extended.data(), blocks, count);
-        EXPECT_EQ(extended, std::vector<std::uint32_t>(portable, portable + 6)) << count;
-    }
-}
-
 namespace {
 // Whether the upper halves of the vector registers are in use, as the processor itself tells.
 bool UpperHalvesInUse()

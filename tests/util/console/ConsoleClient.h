@@ -6,48 +6,24 @@
 #include <string>
 #include <vector>
 
-#include "tests/support/support.h"
+#include "tests/support/RawPeer.h"
 
 namespace test {
 // The bytes of a frame from the client, with a length of the caller's choice.
-std::string Frame(const std::string& text);
-std::string Frame(const std::string& text, std::uint32_t length);
+std::string ConsoleFrame(const std::string& text);
+std::string ConsoleFrame(const std::string& text, std::uint32_t length);
 
-class ConsoleClient
+class ConsoleClient : public RawPeer
 {
 public:
     explicit ConsoleClient(int port);
-    ConsoleClient(const ConsoleClient&) = delete;
-    ConsoleClient& operator=(const ConsoleClient&) = delete;
-    ~ConsoleClient() { Close(); }
 
-    bool IsConnected() const { return mSocket >= 0; }
-    void Close();
-
-    // Closes with a reset.
-    void Reset();
-    void SetNonBlocking();
-
-    // Raw bytes; whether all were sent.
-    bool Send(const std::string& bytes);
-
-    // Whether exactly one prompt frame comes within the milliseconds.
-    bool ReadPrompt(int milliseconds = test::kPatience);
+    // Whether exactly one prompt frame comes.
+    bool ReadPrompt() const;
 
     // Sends "START", or a line, and reads the prompt that answers it.
-    bool Start();
-    bool Run(const std::string& line);
-
-    // Reads until the server closes the connection; whether it did.
-    bool ReadToEnd();
-
-    // Whether any byte or the end is there within the milliseconds.
-    bool HasInput(int milliseconds);
-
-private:
-    std::string ReadBytes(std::size_t size, int milliseconds);
-
-    int mSocket;
+    bool Start() const { return Run("START"); }
+    bool Run(const std::string& line) const;
 };
 
 // Starts the process's console on a free port of the loopback address; stops it at the end. The

@@ -2,9 +2,9 @@
 #include <gtest/gtest.h>
 
 #include <atomic>
+#include <functional>
 #include <string>
 #include <thread>
-#include <vector>
 
 #include "tests/support/support.h"
 #include "util/console/CmdClient.h"
@@ -34,20 +34,19 @@ int Execute(const char* text)
 
 TEST(SymListMgr, ConvertsValuesByType)
 {
-    struct Case
+    const struct
     {
         int type;
         const char* value;
         int integer;
         const char* text;
         float number;
-    };
-    const Case cases[] = {
+    } cases[] = {
         {1, "42", 42, nullptr, 0},    {2, " -7x", -7, nullptr, 0}, {3, "12", 0, "12", 0},
         {4, "1.5", 0, nullptr, 1.5F}, {5, "1", 0, nullptr, 0},     {77, "9", 9, nullptr, 0},
         {1, "0x10", 0, nullptr, 0},   {4, "-2", 0, nullptr, -2},   {3, "", 0, "", 0},
     };
-    for (const Case& expected : cases) {
+    for (const auto& expected : cases) {
         EXPECT_EQ(Symbols().RegisterSymbol("v", nullptr, expected.type, false), 0);
         EXPECT_EQ(Symbols().GetIntValue("v"), 0);
         EXPECT_EQ(Symbols().GetStringValue("v"), nullptr);
@@ -99,18 +98,13 @@ TEST(SymListMgr, KeepsNamesUniqueAndInOrder)
     EXPECT_STREQ(Symbols().GetInfo(0)->mName, "N");
     EXPECT_EQ(Symbols().GetInfo(2), nullptr);
     EXPECT_EQ(Symbols().GetInfo(-1), nullptr);
-}
 
-TEST(SymListMgr, ReleasesRecordsOfTheCaller)
-{
-    SymInfo* const info = Symbols().NewSymInfo();
-    info->mName = new char[2]();
-    info->mStringValue = new char[2]();
-    EXPECT_EQ(Symbols().FreeSymInfo(info), 0);
-    EXPECT_EQ(info->mName, nullptr);
-    EXPECT_EQ(info->mStringValue, nullptr);
+    SymInfo* const own = Symbols().NewSymInfo();
+    own->mName = new char[2]();
+    EXPECT_EQ(Symbols().FreeSymInfo(own), 0);
+    EXPECT_EQ(own->mName, nullptr);
     EXPECT_EQ(Symbols().FreeSymInfo(nullptr), -1);
-    delete info;
+    delete own;
 }
 
 TEST(SymListMgr, KeepsWhatWasRemovedReadableUnderAHold)
@@ -131,31 +125,35 @@ TEST(SymListMgr, KeepsWhatWasRemovedReadableUnderAHold)
     EXPECT_EQ(Symbols().GetMatch("s"), nullptr);
 }
 
-// Writes its mark and its owner's into a text that all handlers share.
-struct Owner
-{
-    std::string* log;
-    char mark;
-};
+using Handler = std::function<int(CmdInfo*, char*)>;
 
-class MarkingClient final : public CmdClient<Owner>
+// A client whose owner is the function to call.
+class CallingClient final : public CmdClient<Handler>
 {
 public:
-    using CmdClient<Owner>::CmdClient;
-    int CmdHandler(CmdParser* /*line*/, CmdInfo* /*info*/, char* result) override
+    using CmdClient<Handler>::CmdClient;
+    int CmdHandler(CmdParser* /*line*/, CmdInfo* info, char* result) override
     {
-        mOwner->log->push_back(mOwner->mark);
-        result[0] = mOwner->mark;
-        result[1] = '\0';
-        return -99;
+        return (*mOwner)(info, result);
     }
 };
+
+// Writes its mark into the text and its result.
+Handler Marking(std::string& log, char mark)
+{
+    return [&log, mark](CmdInfo* /*info*/, char* result) {
+        log.push_back(mark);
+        result[0] = mark;
+        result[1] = '\0';
+        return -99;
+    };
+}
 
 TEST(CmdListMgr, StoresTheTemplate)
 {
     std::string log;
-    Owner owner{&log, 'a'};
-    MarkingClient client(&owner);
+    Handler handler = Marking(log, 'a');
+    CallingClient client(&handler);
     const int before = Commands().GetCount();
     EXPECT_EQ(client.Register("setmode int string foo", std::string(2000, 'h').c_str()), 0);
     EXPECT_EQ(client.Register("many char float Int", nullptr), 0);
@@ -188,10 +186,10 @@ TEST(CmdListMgr, StoresTheTemplate)
 TEST(CmdListMgr, RunsEveryCommandOfTheNameInOrder)
 {
     std::string log;
-    Owner ownerA{&log, 'a'};
-    Owner ownerB{&log, 'b'};
-    MarkingClient a(&ownerA);
-    MarkingClient b(&ownerB);
+    Handler markA = Marking(log, 'a');
+    Handler markB = Marking(log, 'b');
+    CallingClient a(&markA);
+    CallingClient b(&markB);
     a.Register("mark", nullptr);
     b.Register("MARK int", nullptr);
     Symbols().RegisterSymbol("s", nullptr, 3, false);
@@ -207,29 +205,22 @@ TEST(CmdListMgr, RunsEveryCommandOfTheNameInOrder)
     EXPECT_EQ(log, "aba");
 }
 
-// A handler that changes the registry, its own record included, while it runs.
-class ChangingClient final : public CmdClient<std::string>
-{
-public:
-    using CmdClient<std::string>::CmdClient;
-    int CmdHandler(CmdParser* /*line*/, CmdInfo* info, char* /*result*/) override
-    {
-        Commands().UnregisterCommand("change", mNext);
-        Commands().UnregisterCommand("change", this);
-        Register("change", "anew");
-        Symbols().RegisterSymbol("made", "1", 1, false);
-        mOwner->append(info->mName).append(info->mHelp);
-        return 0;
-    }
-    CmdClient<std::string>* mNext = nullptr;
-};
-
+// Its own record included.
 TEST(CmdListMgr, LetsAHandlerChangeTheRegistry)
 {
     std::string log;
-    ChangingClient first(&log);
-    ChangingClient next(&log);
-    first.mNext = &next;
+    CallingClient* clients[2] = {};
+    Handler change = [&](CmdInfo* info, char* /*result*/) {
+        Commands().UnregisterCommand("change", clients[1]);
+        Commands().UnregisterCommand("change", clients[0]);
+        clients[0]->Register("change", "anew");
+        log.append(info->mName).append(info->mHelp);
+        return 0;
+    };
+    CallingClient first(&change);
+    CallingClient next(&change);
+    clients[0] = &first;
+    clients[1] = &next;
     first.Register("change", "-first ");
     next.Register("change", "-next ");
     Execute("change");
@@ -238,29 +229,21 @@ TEST(CmdListMgr, LetsAHandlerChangeTheRegistry)
     EXPECT_EQ(log, "change-first changeanew");
 }
 
-// A handler that waits inside until it is let go.
-class WaitingClient final : public CmdClient<int>
-{
-public:
-    using CmdClient<int>::CmdClient;
-    int CmdHandler(CmdParser* /*line*/, CmdInfo* info, char* /*result*/) override
-    {
-        mInside = true;
-        test::WaitUntil([this] { return mGo.load(); });
-        mName = info->mName;
-        return 0;
-    }
-    std::atomic<bool> mInside{false};
-    std::atomic<bool> mGo{false};
-    std::string mName;
-};
-
 TEST(CmdListMgr, RemovesACommandWhileItsHandlerRuns)
 {
-    WaitingClient client(nullptr);
+    std::atomic<bool> inside{false};
+    std::atomic<bool> go{false};
+    std::string name;
+    Handler wait = [&](CmdInfo* info, char* /*result*/) {
+        inside = true;
+        test::WaitUntil([&] { return go.load(); });
+        name = info->mName;
+        return 0;
+    };
+    CallingClient client(&wait);
     client.Register("wait", nullptr);
     std::thread console([] { Execute("wait"); });
-    ASSERT_TRUE(test::WaitUntil([&] { return client.mInside.load(); }));
+    ASSERT_TRUE(test::WaitUntil([&] { return inside.load(); }));
     Commands().UnregisterCommand("wait", &client);
     std::atomic<bool> waited{false};
     std::thread remover([&] {
@@ -268,10 +251,10 @@ TEST(CmdListMgr, RemovesACommandWhileItsHandlerRuns)
         waited = true;
     });
     EXPECT_FALSE(waited);
-    client.mGo = true;
+    go = true;
     remover.join();
     console.join();
-    EXPECT_EQ(client.mName, "wait");
+    EXPECT_EQ(name, "wait");
     Commands().WaitForHandlers();
 }
 
@@ -287,33 +270,30 @@ TEST(Registries, AreSharedByThreads)
                     "END\n"
                     "PRINT i\n");
     std::atomic<bool> done{false};
-    std::vector<std::thread> threads;
-    for (int number = 0; number < 2; ++number) {
-        threads.emplace_back([&, number] {
-            std::string log;
-            Owner owner{&log, 'x'};
-            while (!done) {
-                {
-                    MarkingClient client(&owner);
-                    client.Register("mark", "help");
-                    Commands().UnregisterCommand("mark", &client);
-                    Commands().WaitForHandlers();
-                }
-                Symbols().RegisterSymbol("other", "1", number == 0 ? 1 : 3, false);
-                Symbols().SetValue("text", "from another thread");
-                Symbols().SetValue("shared", "3");
-                const RegistryHold<SymListMgr> hold(&Symbols());
-                const char* const text = Symbols().GetStringValue("text");
-                EXPECT_LT(text != nullptr ? std::string(text).size() : 0, 100U);
-                Symbols().UnregisterSymbol("other");
+    std::thread script([&] {
+        EXPECT_EQ(Execute("FILE script.txt"), 0);
+        done = true;
+    });
+    test::InThreads(2, [&](int number) {
+        std::string log;
+        Handler mark = Marking(log, 'x');
+        while (!done) {
+            {
+                CallingClient client(&mark);
+                client.Register("mark", "help");
+                Commands().UnregisterCommand("mark", &client);
+                Commands().WaitForHandlers();
             }
-        });
-    }
-    EXPECT_EQ(Execute("FILE script.txt"), 0);
-    done = true;
-    for (std::thread& thread : threads) {
-        thread.join();
-    }
+            Symbols().RegisterSymbol("other", "1", number == 0 ? 1 : 3, false);
+            Symbols().SetValue("text", "from another thread");
+            Symbols().SetValue("shared", "3");
+            const RegistryHold<SymListMgr> hold(&Symbols());
+            const char* const text = Symbols().GetStringValue("text");
+            EXPECT_LT(text != nullptr ? std::string(text).size() : 0, 100U);
+            Symbols().UnregisterSymbol("other");
+        }
+    });
+    script.join();
     const std::string output = testing::internal::GetCapturedStdout();
     EXPECT_NE(output.find("\n2000\n"), std::string::npos);
 }

@@ -33,10 +33,10 @@ TEST_P(Script, GivesItsOutputLineByLine)
     test::ConsoleClient client(console.Port());
     ASSERT_TRUE(client.Start());
     for (const std::string& line : test::Lines(test::ReadFile(Path()))) {
-        client.Send(test::Frame(line));
+        client.Send(test::ConsoleFrame(line));
     }
-    client.Send(test::Frame("quit"));
-    ASSERT_TRUE(client.ReadToEnd());
+    client.Send(test::ConsoleFrame("quit"));
+    ASSERT_TRUE(client.WaitClosed());
     EXPECT_EQ(console.Output(), Expected());
 }
 

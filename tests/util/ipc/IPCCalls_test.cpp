@@ -4,10 +4,10 @@
 
 #include <atomic>
 #include <chrono>
+#include <functional>
 #include <memory>
 #include <string>
 #include <thread>
-#include <vector>
 
 #include "tests/support/RawPeer.h"
 #include "tests/support/support.h"
@@ -34,10 +34,24 @@ std::string IntegerReply(int value)
 class IPCCalls : public testing::Test
 {
 protected:
-    void SetUp() override
+    void SetUp() override { channel.Open(); }
+
+    // Serves the channel's next connection on a thread.
+    void Serve(const std::function<void(const RawPeer&)>& conversation)
     {
-        Logger::ChangeMode(1);
-        channel.Open();
+        if (server == nullptr) {
+            server = std::make_unique<RawListener>(port);
+        }
+        peer = std::thread([this, conversation] { conversation(server->Accept()); });
+    }
+
+    // Answers one request with these bytes and closes.
+    void Answer(const std::string& reply)
+    {
+        Serve([reply](const RawPeer& connection) {
+            connection.ReceiveFrame();
+            connection.Send(reply);
+        });
     }
 
     // One call with an empty request; the integer of its reply, -1 when it failed, 0 without one.
@@ -51,16 +65,16 @@ protected:
 
     static int AsInt(IPCParam& record) { return static_cast<int>(record.GetArg(0)->mValue); }
 
-    const test::CapturedStderr log;
+    const test::CapturedLog log;
     const int port = test::FreePort();
     IPCSocketChannel channel{"tv", port, test::FreePort()};
+    std::unique_ptr<RawListener> server;
+    std::thread peer;
 };
 
 TEST_F(IPCCalls, WritesTheRequestAndReadsTheReplyToTheByte)
 {
-    const RawListener server(port);
-    std::thread peer([&] {
-        const RawPeer connection = server.Accept();
+    Serve([](const RawPeer& connection) {
         EXPECT_EQ(
             connection.ReceiveFrame(),
             Hex("14 00 00 00 | 00 00 00 47 | 70 6C 61 79 00 00 00 00 | 00 00 00 48 00 00 00 00"));
@@ -91,12 +105,7 @@ TEST_F(IPCCalls, FailsWithoutAPeerAndConnectsWhenThereIsOne)
     EXPECT_EQ(channel.ReceiveRaw(&byte, 1), -1);
     EXPECT_EQ(channel.SendRaw(&byte, 1), -1);
     EXPECT_EQ(test::Count(log.Text(), "Call Failure, IPCChannel is not activated tv"), 3);
-    const RawListener server(port);
-    std::thread peer([&] {
-        const RawPeer connection = server.Accept();
-        connection.ReceiveFrame();
-        connection.Send(IntegerReply(5));
-    });
+    Answer(IntegerReply(5));
     EXPECT_EQ(Ask(), 5);
     peer.join();
 }
@@ -104,24 +113,15 @@ TEST_F(IPCCalls, FailsWithoutAPeerAndConnectsWhenThereIsOne)
 TEST_F(IPCCalls, FailsWhenTheServerDiesAtAnyOffsetOfTheReply)
 {
     const std::string reply = IntegerReply(9);
-    const RawListener server(port);
     for (std::size_t offset = 0; offset < reply.size(); ++offset) {
-        std::thread peer([&] {
-            const RawPeer connection = server.Accept();
-            connection.ReceiveFrame();
-            connection.Send(reply.substr(0, offset));
-        });
+        Answer(reply.substr(0, offset));
         EXPECT_EQ(Ask(), -1) << offset;
         EXPECT_EQ(Ask(), -1) << "fails at once until Reopen";
         peer.join();
         EXPECT_EQ(channel.Reopen(), 0);
     }
     EXPECT_EQ(test::Count(log.Text(), "Read Failed"), 20);
-    std::thread peer([&] {
-        const RawPeer connection = server.Accept();
-        connection.ReceiveFrame();
-        connection.Send(reply);
-    });
+    Answer(reply);
     EXPECT_EQ(Ask(), 9);
     peer.join();
 }
@@ -129,10 +129,8 @@ TEST_F(IPCCalls, FailsWhenTheServerDiesAtAnyOffsetOfTheReply)
 TEST_F(IPCCalls, NeverTakesALateReplyForTheNext)
 {
     channel.SetReplyTimeout(100);
-    const RawListener server(port);
     std::atomic<bool> late{false};
-    std::thread peer([&] {
-        const RawPeer connection = server.Accept();
+    Serve([&late](const RawPeer& connection) {
         connection.ReceiveFrame();
         const std::string first = IntegerReply(1);
         connection.Send(first.substr(0, 10));  // in time, but not whole
@@ -150,9 +148,7 @@ TEST_F(IPCCalls, NeverTakesALateReplyForTheNext)
 TEST_F(IPCCalls, WaitsForASlowDripOnlyUntilTheTimeOut)
 {
     channel.SetReplyTimeout(150);
-    const RawListener server(port);
-    std::thread peer([&] {
-        const RawPeer connection = server.Accept();
+    Serve([](const RawPeer& connection) {
         connection.ReceiveFrame();
         for (const char byte : IntegerReply(1)) {
             connection.Send(std::string(1, byte));
@@ -168,9 +164,7 @@ TEST_F(IPCCalls, WaitsForASlowDripOnlyUntilTheTimeOut)
 
 TEST_F(IPCCalls, ShutsDownAConnectionWithAnAbsurdReplyLength)
 {
-    const RawListener server(port);
-    std::thread peer([&] {
-        const RawPeer connection = server.Accept();
+    Serve([](const RawPeer& connection) {
         connection.ReceiveFrame();
         connection.Send(Number(2097153));
         EXPECT_TRUE(connection.WaitClosed());
@@ -184,51 +178,41 @@ TEST_F(IPCCalls, ShutsDownAConnectionWithAnAbsurdReplyLength)
 
 TEST_F(IPCCalls, TakesALargeReply)
 {
-    const std::size_t size = 2000000;
-    const RawListener server(port);
-    std::thread peer([&] {
-        const RawPeer connection = server.Accept();
-        connection.ReceiveFrame();
-        const std::string record = Hex("00 00 00 48 62 00 00 00 | 64 00 00 00") +
-                                   Number(static_cast<std::int32_t>(size)) + std::string(size, 'b');
-        connection.Send(Number(static_cast<std::int32_t>(record.size())) + record);
-    });
+    const std::string block(2000000, 'b');
+    const std::string record =
+        Hex("00 00 00 48 62 00 00 00 | 64 00 00 00") + Number(2000000) + block;
+    Answer(Number(static_cast<std::int32_t>(record.size())) + record);
     IPCParam request;
     IPCParam reply;
     EXPECT_EQ(channel.Call("get", &request, &reply), 0);
     peer.join();
     ASSERT_EQ(reply.GetCount(), 1);
-    EXPECT_EQ(reply.GetArg(0)->mLen, static_cast<int>(size));
+    EXPECT_EQ(reply.GetArg(0)->mLen, 2000000);
 }
 
 TEST_F(IPCCalls, RefusesARequestThatNoPeerWouldAnswer)
 {
-    const RawListener server(port);
+    const RawListener listener(port);
     const std::string block(2097152, 'b');
     IPCParam request;
     request.Add("d", block.data(), static_cast<int>(block.size()));
     EXPECT_EQ(channel.Call("play", &request, nullptr), -1);
     EXPECT_EQ(test::Count(log.Text(), "Too big length ( > 2 MB )"), 1);
-}
-
-TEST_F(IPCCalls, SendsOnlyTheLengthWordOfARecordThatContradictsItself)
-{
-    const RawListener server(port);
-    IPCParam request;
-    request.Add("a", 1);
-    request.GetArg(0)->mType = '?';
-    EXPECT_EQ(channel.Call("play", &request, nullptr), -1);
+    // Of a record that contradicts itself only the length word is sent.
+    IPCParam wrong;
+    wrong.Add("a", 1);
+    wrong.GetArg(0)->mType = '?';
+    EXPECT_EQ(channel.Call("play", &wrong, nullptr), -1);
     EXPECT_EQ(test::Count(log.Text(), "Serialization Failure"), 1);
-    const RawPeer connection = server.Accept();
-    EXPECT_EQ(connection.Receive(100), Number(4 + 8 + 16));
+    EXPECT_EQ(listener.Accept().Receive(100), Number(4 + 8 + 16));
 }
 
 TEST_F(IPCCalls, MovesRawBytes)
 {
-    const RawListener server(port);
+    const RawListener listener(port);
     const unsigned char data[] = {1, 2, 3};
     EXPECT_EQ(channel.SendRaw(data, 3), 0);
-    const RawPeer connection = server.Accept();
+    const RawPeer connection = listener.Accept();
     EXPECT_EQ(connection.Receive(3), Hex("01 02 03"));
     connection.Send("abc");
     unsigned char buffer[3] = {};
@@ -238,9 +222,9 @@ TEST_F(IPCCalls, MovesRawBytes)
 
 TEST_F(IPCCalls, ReopenEndsACallThatWaits)
 {
-    const RawListener server(port);
+    const RawListener listener(port);
     std::thread caller([&] { EXPECT_EQ(Ask(), -1); });
-    const RawPeer connection = server.Accept();
+    const RawPeer connection = listener.Accept();
     connection.ReceiveFrame();
     EXPECT_EQ(channel.Reopen(), 0);
     caller.join();
@@ -287,21 +271,15 @@ protected:
 TEST_F(IPCPair, MixedCallsFromManyThreadsStayInStep)
 {
     std::atomic<int> wrong{0};
-    std::vector<std::thread> threads;
-    for (int thread = 0; thread < 4; ++thread) {
-        threads.emplace_back([&, thread] {
-            for (int index = 0; index < 50; ++index) {
-                const int number = thread * 1000 + index;
-                IPCParam request;
-                request.Add("n", -number);
-                wrong += client.CallWithoutReturn("same", &request) == 0 ? 0 : 1;
-                wrong += AskFor(number) ? 0 : 1;
-            }
-        });
-    }
-    for (std::thread& thread : threads) {
-        thread.join();
-    }
+    test::InThreads(4, [&](int id) {
+        for (int index = 0; index < 50; ++index) {
+            const int number = id * 1000 + index;
+            IPCParam request;
+            request.Add("n", -number);
+            wrong += client.CallWithoutReturn("same", &request) == 0 ? 0 : 1;
+            wrong += AskFor(number) ? 0 : 1;
+        }
+    });
     EXPECT_EQ(wrong, 0);
 }
 

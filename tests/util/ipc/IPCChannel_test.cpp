@@ -2,16 +2,15 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <atomic>
 #include <string>
 #include <thread>
-#include <vector>
 
 #include "tests/support/support.h"
 #include "util/ipc/IPCChannelMgr.h"
 #include "util/ipc/IPCParam.h"
 #include "util/ipc/IPCSocketChannel.h"
-#include "util/os_linux/Logger.h"
 
 namespace {
 IPCParam* First(IPCParam*)
@@ -53,25 +52,20 @@ TEST(StringHashFunction, HashesBytesAsUnsigned)
     }
 }
 
-TEST(IPCChannel, FindsTheFirstOfTwoMethodsByExactName)
-{
-    NoChannel channel("name");
-    channel.Register("SetStatus", First);
-    channel.Register("SetStatus", Second);
-    ASSERT_NE(channel.FindMethod("SetStatus"), nullptr);
-    EXPECT_EQ(channel.FindMethod("SetStatus")->mHandler, First);
-    EXPECT_EQ(channel.FindMethod("setStatus"), nullptr);
-    EXPECT_EQ(channel.Reopen(), 0);
-    EXPECT_EQ(channel.ReceiveRaw(nullptr, 0), 0);
-}
-
-TEST(IPCChannel, CutsNamesTo63Characters)
+TEST(IPCChannel, FindsTheFirstOfTwoMethodsByExactNameCutTo63Characters)
 {
     const std::string longName(80, 'n');
     NoChannel channel(longName.c_str());
     EXPECT_EQ(channel.GetName(), std::string(63, 'n'));
+    channel.Register("SetStatus", First);
+    channel.Register("SetStatus", Second);
     channel.Register(longName.c_str(), First);
+    ASSERT_NE(channel.FindMethod("SetStatus"), nullptr);
+    EXPECT_EQ(channel.FindMethod("SetStatus")->mHandler, First);
+    EXPECT_EQ(channel.FindMethod("setStatus"), nullptr);
     EXPECT_NE(channel.FindMethod(std::string(63, 'n').c_str()), nullptr);
+    EXPECT_EQ(channel.Reopen(), 0);
+    EXPECT_EQ(channel.ReceiveRaw(nullptr, 0), 0);
 }
 
 TEST(IPCChannel, RegistrationsDoNotDisturbLookups)
@@ -85,19 +79,12 @@ TEST(IPCChannel, RegistrationsDoNotDisturbLookups)
             channel.FindMethod("method7");
         }
     });
-    std::vector<std::thread> registrations;
-    for (int thread = 0; thread < 2; ++thread) {
-        registrations.emplace_back([&] {
-            for (int index = 0; index < 1000; ++index) {
-                channel.Register(
-                    index % 2 == 0 ? "SetStatus" : ("method" + std::to_string(index)).c_str(),
-                    Second);
-            }
-        });
-    }
-    for (std::thread& registration : registrations) {
-        registration.join();
-    }
+    test::InThreads(2, [&](int) {
+        for (int index = 0; index < 1000; ++index) {
+            channel.Register(
+                index % 2 == 0 ? "SetStatus" : ("method" + std::to_string(index)).c_str(), Second);
+        }
+    });
     done = true;
     lookups.join();
     EXPECT_NE(channel.FindMethod("method999"), nullptr);
@@ -105,8 +92,7 @@ TEST(IPCChannel, RegistrationsDoNotDisturbLookups)
 
 TEST(IPCChannelMgr, GivesOneChannelPerNameWhateverTheEndpoints)
 {
-    const test::CapturedStderr log;
-    Logger::ChangeMode(1);
+    const test::CapturedLog log;
     IPCChannelMgr* const manager = IPCChannelMgr::GetInstance();
     EXPECT_EQ(manager->GetIPCChannel("tv"), nullptr);
     IPCChannel* const channel = manager->GetIPCChannel("tv", "127.0.0.1", "127.0.0.1", 1, 2);
@@ -125,21 +111,9 @@ TEST(IPCChannelMgr, GivesOneChannelPerNameWhateverTheEndpoints)
 
 TEST(IPCChannelMgr, GivesOneChannelToConcurrentFirstRequests)
 {
-    std::atomic<int> differing{0};
-    std::atomic<IPCChannel*> first{nullptr};
-    std::vector<std::thread> threads;
-    for (int index = 0; index < 8; ++index) {
-        threads.emplace_back([&] {
-            IPCChannel* const got = IPCChannelMgr::GetInstance()->GetIPCChannel("one", 1, 2);
-            IPCChannel* expected = nullptr;
-            if (!first.compare_exchange_strong(expected, got) && expected != got) {
-                ++differing;
-            }
-        });
-    }
-    for (std::thread& thread : threads) {
-        thread.join();
-    }
-    EXPECT_EQ(differing, 0);
+    IPCChannel* found[8] = {};
+    test::InThreads(
+        8, [&](int id) { found[id] = IPCChannelMgr::GetInstance()->GetIPCChannel("one", 1, 2); });
+    EXPECT_EQ(std::count(found, found + 8, found[0]), 8);
 }
 }  // namespace

@@ -137,21 +137,10 @@ TYPED_TEST(IPCSocketTest, ShutdownWakesAReaderInAnotherThread)
     EXPECT_EQ(result, 0);
 }
 
-TYPED_TEST(IPCSocketTest, ClosesOnceAndOpensAgain)
-{
-    EXPECT_EQ(this->caller->Close(), 0);
-    EXPECT_EQ(this->caller->GetStatus(), 2);
-    EXPECT_EQ(this->caller->Close(), -1);
-    EXPECT_GE(this->caller->Open(), 3);
-    EXPECT_EQ(this->caller->Connect(), 0);
-}
-
-void OnSignal(int) {}
-
 TYPED_TEST(IPCSocketTest, SignalsDoNotEndAWait)
 {
     struct sigaction action = {};
-    action.sa_handler = OnSignal;
+    action.sa_handler = [](int) {};
     sigaction(SIGUSR1, &action, nullptr);  // without SA_RESTART
     int selected = -2;
     int read = -2;
@@ -172,8 +161,7 @@ TYPED_TEST(IPCSocketTest, SignalsDoNotEndAWait)
 
 TEST(IPCSocket, OperationsWithoutADescriptorFailAndSaySo)
 {
-    const test::CapturedStderr log;
-    Logger::ChangeMode(1);
+    const test::CapturedLog log;
     IPCTCPSocket socket("127.0.0.1", 1);
     char bytes[4];
     socket.SetServerOption();
@@ -269,8 +257,7 @@ TEST(IPCUnixSocket, RefusesAPathThatDoesNotFit)
     IPCUnixSocket longest(std::string(107, 'p').c_str());
     EXPECT_GE(longest.Open(), 3);
     EXPECT_EQ(longest.Bind(), 0);
-    const test::CapturedStderr log;
-    Logger::ChangeMode(1);
+    const test::CapturedLog log;
     IPCUnixSocket tooLong(std::string(108, 'p').c_str());
     EXPECT_EQ(tooLong.Open(), -1);
     EXPECT_EQ(test::Count(log.Text(), "Unix Socket Open() Failed"), 1);

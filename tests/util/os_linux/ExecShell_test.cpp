@@ -32,12 +32,10 @@ using testing::Not;
 class ExecShellTest : public testing::Test
 {
 protected:
-    ExecShellTest() { Logger::ChangeMode(1); }
-
     // Whether all children have been collected.
     static bool NoChildIsLeft() { return waitpid(-1, nullptr, WNOHANG) == -1 && errno == ECHILD; }
 
-    test::CapturedStderr mLog;
+    test::CapturedLog mLog;
     ExecShell mShell;
 };
 
@@ -138,55 +136,25 @@ TEST_F(ExecShellTest, ChildrenInheritNoDescriptorOfTheLibrary)
     EXPECT_THAT(test::ReadFile("./inherited.log"), HasSubstr("Child PID..."));
 }
 
-TEST_F(ExecShellTest, AForkMeetsALockedLogWithoutHangingTheChild)
-{
-    std::atomic<bool> stop{false};
-    std::thread holder([&] {
-        while (!stop) {
-            Logger::Lock();
-            std::this_thread::sleep_for(std::chrono::milliseconds(2));
-            Logger::Unlock();
-            std::this_thread::sleep_for(std::chrono::microseconds(100));
-        }
-    });
-    for (int count = 0; count < 20; ++count) {
-        mShell.ExecWait(":");
-    }
-    stop = true;
-    holder.join();
-    EXPECT_EQ(test::Count(mLog.Text(), "Child PID..."), 20);
-    EXPECT_TRUE(NoChildIsLeft());
-}
-
+// The log is written to all the while, so that forks meet its lock when it is held.
 TEST_F(ExecShellTest, AThousandChildrenOfManyThreadsAllEnd)
 {
     constexpr int kThreads = 8;
     constexpr int kCommands = 125;
     std::atomic<bool> stop{false};
-    std::vector<std::thread> writers;
-    for (int id = 0; id < 2; ++id) {
-        writers.emplace_back([&] {
-            while (!stop) {
-                Logger_Print(3, Logger::kInfo, 0, "Writer", "f", 1, "traffic");
-                std::this_thread::sleep_for(std::chrono::microseconds(50));
-            }
-        });
-    }
-    std::vector<std::thread> callers;
-    for (int id = 0; id < kThreads; ++id) {
-        callers.emplace_back([this] {
-            for (int count = 0; count < kCommands; ++count) {
-                mShell.ExecWait("echo >> ./done");
-            }
-        });
-    }
-    for (std::thread& caller : callers) {
-        caller.join();
-    }
+    std::thread writer([&] {
+        while (!stop) {
+            Logger_Print(3, Logger::kInfo, 0, "Writer", "f", 1, "traffic");
+            std::this_thread::sleep_for(std::chrono::microseconds(50));
+        }
+    });
+    test::InThreads(kThreads, [this](int) {
+        for (int count = 0; count < kCommands; ++count) {
+            mShell.ExecWait("echo >> ./done");
+        }
+    });
     stop = true;
-    for (std::thread& writer : writers) {
-        writer.join();
-    }
+    writer.join();
     EXPECT_EQ(test::ReadFile("./done"), std::string(kThreads * kCommands, '\n'));
     EXPECT_TRUE(NoChildIsLeft());
     const std::string log = mLog.Text();
@@ -225,7 +193,6 @@ TEST_F(ExecShellTest, AFailedForkIsLoggedAndWaitsForNobody)
         const bool kept = waitpid(other, &status, 0) == other && WEXITSTATUS(status) == 7;
         _exit(kept ? 0 : 1);
     };
-    Logger::ChangeMode(1);
     EXPECT_EXIT(run(), testing::ExitedWithCode(0), "Fork failed with 11 for anything");
 }
 

@@ -6,7 +6,7 @@
 #include <cstdio>
 #include <string>
 
-#include "tests/support/command.h"
+#include "tests/support/program.h"
 #include "tests/support/support.h"
 
 namespace {

@@ -4,36 +4,62 @@
 #include <gtest/gtest.h>
 #include <pthread.h>
 #include <sched.h>
+#include <semaphore.h>
 #include <signal.h>
 #include <unistd.h>
 
 #include <atomic>
 #include <cerrno>
-#include <memory>
+#include <cstdio>
+#include <functional>
 #include <string>
 #include <thread>
 
 #include "tests/support/support.h"
-#include "tests/util/os_linux/Gate.h"
-#include "util/os_linux/Logger.h"
 #include "util/os_linux/Sleep.h"
 #include "util/os_linux/ThreadList.h"
 
 namespace {
-using test::Gate;
 using testing::HasSubstr;
 using testing::Not;
+
+// A gate that threads wait at; the wait is a cancellation point.
+class Gate
+{
+public:
+    Gate() { sem_init(&mSemaphore, 0, 0); }
+    ~Gate() { sem_destroy(&mSemaphore); }
+    void Open() { sem_post(&mSemaphore); }
+    void Wait()
+    {
+        while (sem_wait(&mSemaphore) != 0) {}
+    }
+
+    static void* WaitAt(void* gate)
+    {
+        static_cast<Gate*>(gate)->Wait();
+        return nullptr;
+    }
+
+private:
+    sem_t mSemaphore;
+};
 
 bool Reaches(const Thread& thread, int status)
 {
     return test::WaitUntil([&] { return thread.GetStatus() == status; });
 }
 
+// An entry that calls the function it is given.
+void* Call(void* function)
+{
+    (*static_cast<std::function<void()>*>(function))();
+    return nullptr;
+}
+
 class ThreadTest : public testing::Test
 {
 protected:
-    ThreadTest() { Logger::ChangeMode(1); }
-
     void ExpectLine(const std::string& message)
     {
         EXPECT_THAT(mLog.Text(), HasSubstr("]: " + message + " -> "));
@@ -43,7 +69,7 @@ protected:
         EXPECT_THAT(mLog.Text(), HasSubstr("][LOG-WARN]:\033[0;0m " + message + " -> "));
     }
 
-    test::CapturedStderr mLog;
+    test::CapturedLog mLog;
 };
 
 TEST_F(ThreadTest, NamesAreCopiedAndCut)
@@ -91,16 +117,11 @@ TEST_F(ThreadTest, LivesFromStartToJoinAndAgain)
 TEST_F(ThreadTest, RestartsAfterExitWithoutAJoin)
 {
     std::atomic<int> runs{0};
-    Thread thread(
-        "again",
-        [](void* count) -> void* {
-            ++*static_cast<std::atomic<int>*>(count);
-            return nullptr;
-        },
-        false, 0);
+    std::function<void()> count = [&runs] { ++runs; };
+    Thread thread("again", Call, false, 0);
     const int threads = test::CountThreads();  // and one that a sanitizer may add
     for (int round = 1; round <= 200; ++round) {
-        ASSERT_EQ(thread.Start(&runs), 0);
+        ASSERT_EQ(thread.Start(&count), 0);
         ASSERT_TRUE(Reaches(thread, Thread::kExited));
     }
     EXPECT_EQ(runs, 200);
@@ -121,24 +142,13 @@ TEST_F(ThreadTest, RefusesWhatItsStatusDoesNotAllow)
     ExpectWarning("Thread idle can not set priority, not running but status = 0");
     EXPECT_EQ(thread.Kill(), -1);
     EXPECT_EQ(thread.GetStatus(), Thread::kNotStarted);
-    EXPECT_EQ(thread.SetPriority(3), 0);
-    EXPECT_EQ(thread.GetPriority(), 3);
     thread.Exit();
     ExpectLine("pthread_equal = 0");
     ExpectWarning("Can not Exit pthread - not current thread.. idle");
-}
-
-TEST_F(ThreadTest, SetStatusTakesOnlyTheFiveValues)
-{
-    Thread thread("s", nullptr, false, 0);
-    const std::string before = mLog.Text();
     for (int status : {-1, 5, 1000}) {
         EXPECT_EQ(thread.SetStatus(status), -1);
     }
-    EXPECT_EQ(mLog.Text(), before);
-    EXPECT_EQ(thread.SetStatus(Thread::kKilled), 0);
-    ExpectLine("Thread Name s State 0-->3");
-    thread.SetStatus(0);
+    EXPECT_EQ(test::Count(mLog.Text(), "State"), 0);
 }
 
 TEST_F(ThreadTest, KillEndsAWaitingThread)
@@ -215,41 +225,31 @@ TEST_F(ThreadTest, AnEndedDetachedThreadLeavesNoHandle)
 TEST_F(ThreadTest, AnEntryMayDeleteItsOwnObject)
 {
     const int threads = test::CountThreads();
+    Thread* objects[200] = {};
+    std::function<void()> entries[200];
     for (int round = 0; round < 200; ++round) {
-        auto* const thread = new Thread(
-            "self",
-            [](void* self) -> void* {
-                delete *static_cast<Thread**>(self);
-                delete static_cast<Thread**>(self);
-                return nullptr;
-            },
-            true, 0);
-        ASSERT_EQ(thread->Start(new Thread*(thread)), 0);
+        entries[round] = [&objects, round] { delete objects[round]; };
+        objects[round] = new Thread("self", Call, true, 0);
+        ASSERT_EQ(objects[round]->Start(&entries[round]), 0);
     }
     EXPECT_TRUE(test::WaitUntil([&] { return test::CountThreads() <= threads + 1; }));
 }
 
 TEST_F(ThreadTest, ExitEndsOnlyTheOwnThread)
 {
-    struct Argument
-    {
-        Thread* own;
-        bool returned;
-    } argument = {nullptr, false};
-    Thread thread(
-        "leaver",
-        [](void* data) -> void* {
-            auto* const given = static_cast<Argument*>(data);
-            given->own->Exit();
-            given->returned = true;
-            return nullptr;
-        },
-        false, 0);
-    argument.own = &thread;
-    thread.Start(&argument);
+    bool returned = false;
+    Thread* found = nullptr;
+    std::function<void()> leave = [&] {
+        found = Thread::GetCurrentThread();
+        found->Exit();
+        returned = true;
+    };
+    Thread thread("leaver", Call, false, 0);
+    thread.Start(&leave);
     ASSERT_TRUE(Reaches(thread, Thread::kExited));
     EXPECT_EQ(thread.Join(), 0);
-    EXPECT_FALSE(argument.returned);
+    EXPECT_EQ(found, &thread);
+    EXPECT_FALSE(returned);
     ExpectLine("pthread_equal = 1");
 }
 
@@ -311,19 +311,54 @@ TEST_F(ThreadTest, WrapsAThreadThatRuns)
     EXPECT_FALSE(Thread::IsCurrentThread(nullptr));
 }
 
-TEST_F(ThreadTest, FindsItsOwnObject)
+TEST_F(ThreadTest, TheListShowsTheObjectsThatExist)
 {
-    Thread thread(
-        "own",
-        [](void* found) -> void* {
-            *static_cast<Thread**>(found) = Thread::GetCurrentThread();
-            return nullptr;
-        },
-        false, 0);
-    Thread* found = nullptr;
-    thread.Start(&found);
-    ASSERT_TRUE(Reaches(thread, Thread::kExited));
-    thread.Join();
-    EXPECT_EQ(found, &thread);
+    ThreadList* const list = ThreadList::GetInstance();
+    list->ShowThread();
+    EXPECT_EQ(mLog.Text(), " All Thread Count = 0\n");
+
+    Gate gate;
+    Thread idle("idle", nullptr, false, 7);
+    Thread running("running", Gate::WaitAt, false, 0);
+    running.Start(&gate);
+    ASSERT_TRUE(test::WaitUntil([&] { return running.IsRunning(); }));
+    unsigned long goneHandle = 0;
+    {
+        Thread gone("gone", Thread::GetSelf());
+        goneHandle = gone.GetThreadHandle();
+        EXPECT_EQ(list->GetThread(goneHandle), &gone);
+    }
+    EXPECT_EQ(list->GetThread(goneHandle), nullptr);
+    EXPECT_EQ(list->GetThread(running.GetThreadHandle()), &running);
+    char expected[512];
+    std::snprintf(expected, sizeof(expected),
+                  " All Thread Count = 2\n"
+                  "  [0] Thread[idle] Priority = 7, Status = 0, IsRunning = 0, pid = 0, "
+                  "ThreadID = 0\n"
+                  "  [1] Thread[running] Priority = 0, Status = 1, IsRunning = 1, pid = %d, "
+                  "ThreadID = %x\n",
+                  running.GetThreadPID(), static_cast<unsigned>(running.GetThreadHandle()));
+    list->ShowThread();
+    EXPECT_THAT(mLog.Text(), testing::EndsWith(expected));
+    gate.Open();
+    running.Join();
+}
+
+TEST_F(ThreadTest, TheListIsSafeFromManyThreads)
+{
+    Logger::ChangeMode(0);
+    test::InThreads(4, [](int) {
+        for (int round = 0; round < 100; ++round) {
+            Thread own("own", Thread::GetSelf());
+            EXPECT_EQ(Thread::GetCurrentThread(), &own);
+            Thread worker("worker", nullptr, round % 2 == 0, 0);
+            worker.Start(nullptr);
+            ThreadList::GetInstance()->ShowThread();
+            test::WaitUntil([&] { return worker.GetStatus() == Thread::kExited; });
+            if (round % 2 != 0) {
+                EXPECT_EQ(worker.Join(), 0);
+            }
+        }
+    });
 }
 }  // namespace

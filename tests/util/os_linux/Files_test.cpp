@@ -1,5 +1,4 @@
-#include "util/os_linux/FSUtil.h"
-
+// Directories, paths and descriptors.
 #include <fcntl.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -14,12 +13,13 @@
 #include <clocale>
 #include <cstdlib>
 #include <string>
-#include <thread>
 #include <vector>
 
 #include "tests/support/support.h"
 #include "util/os_linux/FSDefaultCompare.h"
+#include "util/os_linux/FSUtil.h"
 #include "util/os_linux/FileDescriptor.h"
+#include "util/os_linux/FilePath.h"
 #include "util/os_linux/Logger.h"
 #include "util/os_linux/Thread.h"
 
@@ -31,8 +31,6 @@ using testing::HasSubstr;
 class FSUtilTest : public testing::Test
 {
 protected:
-    FSUtilTest() { Logger::ChangeMode(1); }
-
     // Names in the order of the scan, directories with a slash.
     static std::vector<std::string> Scan(const char* path, FileCompare* compare = nullptr)
     {
@@ -49,7 +47,7 @@ protected:
         return names;
     }
 
-    test::CapturedStderr mLog;
+    test::CapturedLog mLog;
 };
 
 TEST_F(FSUtilTest, MakesDirectories)
@@ -161,17 +159,11 @@ TEST_F(FSUtilTest, ScansFromManyThreads)
     FSUtil::Mkdir("./d");
     FSUtil::Mkdir("./e");
     test::WriteFile("./e/file", "");
-    std::vector<std::thread> threads;
-    for (int id = 0; id < 4; ++id) {
-        threads.emplace_back([id] {
-            for (int round = 0; round < 20; ++round) {
-                EXPECT_EQ(Scan(id % 2 == 0 ? "./d" : "./e").size(), id % 2 == 0 ? 1U : 2U);
-            }
-        });
-    }
-    for (std::thread& thread : threads) {
-        thread.join();
-    }
+    test::InThreads(4, [](int id) {
+        for (int round = 0; round < 20; ++round) {
+            EXPECT_EQ(Scan(id % 2 == 0 ? "./d" : "./e").size(), id % 2 == 0 ? 1U : 2U);
+        }
+    });
 }
 
 TEST_F(FSUtilTest, FindsAProcessByTheStartOfItsCommandLine)
@@ -220,5 +212,52 @@ TEST(FileDescriptor, StaysAboveTheStandardStreamsAndIsClosedOnExec)
     }
     EXPECT_EQ(opened[2], -1);
     EXPECT_EQ(fcntl(STDIN_FILENO, F_GETFD), -1) << "nothing was left behind";
+}
+
+TEST(FilePath, SplitsAtItsLastSeparator)
+{
+    const struct
+    {
+        const char *path, *item, *directory;
+        bool endsInSlash;
+    } cases[] = {{"/a/b/c", "c", "/a/b", false},
+                 {"/a/b/", "b/", "/a", true},
+                 {"/name", "name", "", false},
+                 {"name", "name", "name", false},
+                 {"name/", "name/", "name/", true},
+                 {"/", "/", "/", true},
+                 {"//", "/", "", true},
+                 {"a//b", "b", "a/", false},
+                 {"", "", "", false}};
+    for (const auto& c : cases) {
+        FilePath path(c.path);
+        EXPECT_STREQ(path.GetLastItem(), c.item) << c.path;
+        EXPECT_STREQ(path.GetLastDirectory(), c.directory) << c.path;
+        EXPECT_EQ(path.GuessDir(), c.endsInSlash) << c.path;
+        EXPECT_EQ(path.IsAbsolutePath(), c.path[0] == '/') << c.path;
+    }
+    EXPECT_STREQ(FilePath(nullptr).GetLastItem(), "");
+}
+
+TEST(FilePath, CountsItemsWithoutALeadingSlash)
+{
+    FilePath path("/a//b/");
+    const char* const items[] = {"a", "", "b", "", ""};
+    for (int index = 0; index < 5; ++index) {
+        EXPECT_STREQ(path.GetItem(index), items[index]) << index;
+    }
+    for (int index : {-1, INT32_MIN, INT32_MAX}) {
+        EXPECT_STREQ(path.GetItem(index), "");
+    }
+    EXPECT_STREQ(FilePath("whole").GetItem(1), "whole") << "without a slash every item is the path";
+}
+
+TEST(FilePath, CutsResultsAt255Characters)
+{
+    const std::string name(1000, 'n');
+    FilePath path(("/" + name + "/" + name).c_str());
+    EXPECT_EQ(path.GetLastItem(), name.substr(0, 255));
+    EXPECT_EQ(path.GetItem(0), name.substr(0, 255));
+    EXPECT_EQ(path.GetLastDirectory(), "/" + name.substr(0, 254));
 }
 }  // namespace

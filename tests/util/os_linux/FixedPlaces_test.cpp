@@ -1,0 +1,194 @@
+// What lies at fixed places of a box: the launcher's side of ExecShell at /mtmp/app_launcher,
+// against a launcher of the test's own, and the logger's /config/debug.out and /proc/kmsg. The test
+// runs where they are private (tests/support/run_in_private_root).
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <pthread.h>
+#include <signal.h>
+#include <sys/mount.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <atomic>
+#include <cstdlib>
+#include <fstream>
+#include <memory>
+#include <string>
+#include <thread>
+
+#include "tests/support/RawPeer.h"
+#include "tests/support/support.h"
+#include "util/os_linux/ExecShell.h"
+#include "util/os_linux/Logger.h"
+
+namespace {
+using test::RawListener;
+using test::RawPeer;
+using testing::HasSubstr;
+using testing::Not;
+
+constexpr char kPath[] = "/mtmp/app_launcher";
+
+std::string Root()
+{
+    const char* const root = std::getenv("PRIVATE_ROOT");
+    return root != nullptr ? root : "none";
+}
+
+class LauncherTest : public testing::Test
+{
+protected:
+    void SetUp() override
+    {
+        if (Root() == "none") {
+            GTEST_SKIP() << "neither a mount namespace nor the right to create /mtmp";
+        }
+    }
+
+    std::unique_ptr<RawListener> Listen() { return std::make_unique<RawListener>(kPath); }
+
+    void TearDown() override { unlink(kPath); }
+
+    test::CapturedLog mLog;
+    ExecShell mShell;
+};
+
+TEST_F(LauncherTest, AMissingLauncherIsLogged)
+{
+    const int descriptors = test::CountDescriptors();
+    const std::string line =
+        "[LOG-WARN]:\033[0;0m Socket Connect Error To: /mtmp/app_launcher, -1 -> ";
+    mShell.ExternalExec("ls");
+    EXPECT_EQ(test::Count(mLog.Text(), line), 1);
+    mShell.ExternalExecWait("ls");
+    EXPECT_EQ(test::Count(mLog.Text(), line), 2);
+    EXPECT_EQ(test::CountDescriptors(), descriptors);
+}
+
+TEST_F(LauncherTest, ACommandIsTheWholeConnection)
+{
+    const auto launcher = Listen();
+    for (const std::string& command :
+         {std::string("l"), std::string("a b\n\xff%s"), std::string(511, 'c')}) {
+        mShell.ExternalExec(command.c_str());
+        EXPECT_EQ(launcher->Accept().Receive(1000), command);
+    }
+    mShell.WaitExternalExec();
+    EXPECT_EQ(launcher->Accept().Receive(1000), "echo");
+    EXPECT_EQ(mLog.Text(), "");
+}
+
+TEST_F(LauncherTest, ABlockingCommandWaitsForTheAnswer)
+{
+    const auto launcher = Listen();
+    for (const std::string& command : {std::string("ls"), std::string(502, 'c')}) {
+        std::atomic<bool> returned{false};
+        std::thread waiter([&] {
+            mShell.ExternalExecWait(command.c_str());
+            returned = true;
+        });
+        const RawPeer caller = launcher->Accept();
+        EXPECT_EQ(caller.Receive(command.size() + 9), "EXECBLOCK" + command);
+        EXPECT_FALSE(returned);
+        EXPECT_TRUE(caller.Send("done!"));
+        waiter.join();
+        EXPECT_EQ(caller.Receive(1000), "") << "not one byte more";
+    }
+    EXPECT_THAT(mLog.Text(), HasSubstr("]: cmdbuffer = EXECBLOCKls -> "));
+    EXPECT_EQ(test::Count(mLog.Text(), "[LOG-WARN]:\033[0;0m  retSize = 5  -> "), 2);
+}
+
+TEST_F(LauncherTest, EmptyAndOverlongCommandsReachNobody)
+{
+    const auto launcher = Listen();
+    const int descriptors = test::CountDescriptors();
+    mShell.ExternalExec("");
+    EXPECT_EQ(mLog.Text(), "");
+    mShell.ExternalExecWait("");
+    EXPECT_THAT(mLog.Text(), HasSubstr("]: cmdbuffer =  -> "));
+    mShell.ExternalExec(std::string(512, 'c').c_str());
+    mShell.ExternalExecWait(std::string(503, 'c').c_str());
+    EXPECT_THAT(mLog.Text(), HasSubstr("Command refused: 512 characters, at most 511 fit"));
+    EXPECT_THAT(mLog.Text(), HasSubstr("Command refused: 503 characters, at most 502 fit"));
+    EXPECT_FALSE(launcher->SomebodyConnected());
+    EXPECT_EQ(test::CountDescriptors(), descriptors);
+}
+
+TEST_F(LauncherTest, ALauncherThatHangsUpHurtsNobody)
+{
+    const auto listener = Listen();
+    std::thread launcher([&] {
+        while (listener->Accept().IsOpen()) {}  // often closed before the caller has written
+    });
+    for (int count = 0; count < 300; ++count) {
+        mShell.ExternalExec("ls");
+        mShell.ExternalExecWait("ls");
+    }
+    listener->Shutdown();
+    launcher.join();
+    EXPECT_THAT(mLog.Text(), Not(HasSubstr("retSize"))) << "no answer, no line";
+    EXPECT_THAT(mLog.Text(), Not(HasSubstr("Connect Error")));
+}
+
+TEST_F(LauncherTest, ASilentLauncherHoldsUpOnlyItsCallerEvenThroughSignals)
+{
+    struct sigaction action = {};
+    action.sa_handler = [](int) {};  // without SA_RESTART
+    sigaction(SIGUSR1, &action, nullptr);
+    const auto launcher = Listen();
+    std::atomic<bool> returned{false};
+    std::thread waiter([&] {
+        mShell.ExternalExecWait("slow");
+        returned = true;
+    });
+    RawPeer silent = launcher->Accept();
+    EXPECT_EQ(silent.Receive(13), "EXECBLOCKslow");
+    for (int count = 0; count < 20; ++count) {
+        pthread_kill(waiter.native_handle(), SIGUSR1);
+        mShell.ExternalExec("quick");
+        EXPECT_EQ(launcher->Accept().Receive(1000), "quick");
+    }
+    EXPECT_FALSE(returned);
+    silent.Close();
+    waiter.join();
+}
+
+void Configure(std::string line)
+{
+    Logger::GetLogger(0)->ParseConfig(line.data());
+}
+
+TEST(LoggerPlaces, AnUnusableFileIsReplacedByTheBoxesOwn)
+{
+    if (Root() == "none") {
+        GTEST_SKIP() << "neither a mount namespace nor the right to create /config";
+    }
+    test::WriteFile("/config/debug.out", "old text");
+    Configure("outpath=./absent/out.log");
+    Logger::ChangeMode(2);
+    Logger_Print(0, 0, 1, "F", "f", 1, "new");
+    EXPECT_EQ(test::ReadFile("/config/debug.out"), "new");
+    unlink("/config/debug.out");
+}
+
+TEST(LoggerPlaces, KernelMessagesAreForwardedWhenAskedFor)
+{
+    ASSERT_EQ(mkfifo("./kmsg", 0600), 0);
+    if (Root() != "private" || mount("./kmsg", "/proc/kmsg", "", MS_BIND, nullptr) != 0) {
+        GTEST_SKIP() << "/proc/kmsg cannot be replaced here";
+    }
+    Configure("outpath=./out.log");
+    Configure("kmsg=1");
+    Logger::ChangeMode(2);
+    std::thread(Logger::ThreadKmsg, nullptr).detach();
+    std::ofstream kernel("./kmsg");
+    kernel << "<6>first\n" << std::flush;
+    const auto shows = [](const std::string& text) {
+        return test::WaitUntil([&] { return test::ReadFile("./out.log") == text; });
+    };
+    EXPECT_TRUE(shows("KMSG:<6>first\n"));
+    const std::string piece(1019, 'k');
+    kernel << piece << "rest" << std::flush;
+    EXPECT_TRUE(shows("KMSG:<6>first\nKMSG:" + piece + "KMSG:rest"));
+}
+}  // namespace
