@@ -307,10 +307,13 @@ TEST_F(IPCPair, MixedCallsFromManyThreadsStayInStep)
 
 TEST_F(IPCPair, UnreadRepliesNeverBlockTheRequests)
 {
-    // Far more replies than any socket buffer holds.
+    // Far more than any socket buffer holds, both ways: while the server waits to send a reply, the
+    // client waits to send a request.
+    const std::string ballast(100000, 'q');
     IPCParam request;
     request.Add("n", 1);
     request.Add("size", 100000);
+    request.Add("ballast", ballast.data(), static_cast<int>(ballast.size()));
     for (int index = 0; index < 300; ++index) {
         ASSERT_EQ(client.CallWithoutReturn("same", &request), 0) << index;
     }
