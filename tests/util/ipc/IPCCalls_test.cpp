@@ -176,18 +176,18 @@ TEST_F(IPCCalls, ShutsDownAConnectionWithAnAbsurdReplyLength)
     EXPECT_EQ(test::Count(log.Text(), "Write Failed"), 1);
 }
 
-TEST_F(IPCCalls, TakesALargeReply)
+TEST_F(IPCCalls, TakesTheLargestReply)
 {
-    const std::string block(2000000, 'b');
-    const std::string record =
-        Hex("00 00 00 48 62 00 00 00 | 64 00 00 00") + Number(2000000) + block;
+    const std::size_t size = 2097152 - 16;  // the block of a record of 2 MB
+    const std::string record = Hex("00 00 00 48 62 00 00 00 | 64 00 00 00") +
+                               Number(static_cast<std::int32_t>(size)) + std::string(size, 'b');
     Answer(Number(static_cast<std::int32_t>(record.size())) + record);
     IPCParam request;
     IPCParam reply;
     EXPECT_EQ(channel.Call("get", &request, &reply), 0);
     peer.join();
     ASSERT_EQ(reply.GetCount(), 1);
-    EXPECT_EQ(reply.GetArg(0)->mLen, 2000000);
+    EXPECT_EQ(reply.GetArg(0)->mLen, static_cast<int>(size));
 }
 
 TEST_F(IPCCalls, RefusesARequestThatNoPeerWouldAnswer)
@@ -285,10 +285,13 @@ TEST_F(IPCPair, MixedCallsFromManyThreadsStayInStep)
 
 TEST_F(IPCPair, UnreadRepliesNeverBlockTheRequests)
 {
-    // Far more replies than any socket buffer holds.
+    // Far more than any socket buffer holds, both ways: while the server waits to send a reply, the
+    // client waits to send a request.
+    const std::string ballast(100000, 'q');
     IPCParam request;
     request.Add("n", 1);
     request.Add("size", 100000);
+    request.Add("ballast", ballast.data(), static_cast<int>(ballast.size()));
     for (int index = 0; index < 300; ++index) {
         ASSERT_EQ(client.CallWithoutReturn("same", &request), 0) << index;
     }

@@ -169,6 +169,7 @@ TEST_F(ThreadTest, KillEndsAWaitingThread)
     ASSERT_EQ(thread.Kill(), 0);
     MSleep(20);
     EXPECT_EQ(thread.GetStatus(), Thread::kKilled) << "a killed thread does not seem to run again";
+    EXPECT_EQ(thread.Start(&gate), -1) << "nobody has joined it";
     EXPECT_EQ(thread.Join(), 0);
 }
 
