@@ -228,11 +228,16 @@ TEST_F(ThreadTest, AnEntryMayDeleteItsOwnObject)
     const int threads = test::CountThreads();
     Thread* objects[200] = {};
     std::function<void()> entries[200];
+    std::atomic<int> deleted{0};  // the last that an entry touches of this stack
     for (int round = 0; round < 200; ++round) {
-        entries[round] = [&objects, round] { delete objects[round]; };
+        entries[round] = [&objects, &deleted, round] {
+            delete objects[round];
+            ++deleted;
+        };
         objects[round] = new Thread("self", Call, true, 0);
         ASSERT_EQ(objects[round]->Start(&entries[round]), 0);
     }
+    EXPECT_TRUE(test::WaitUntil([&] { return deleted == 200; }));
     EXPECT_TRUE(test::WaitUntil([&] { return test::CountThreads() <= threads + 1; }));
 }
 
