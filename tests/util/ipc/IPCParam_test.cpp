@@ -87,6 +87,20 @@ TEST(IPCParam, DecodesWhatWasEncodedAndNullAsZero)
     EXPECT_EQ(trusted.GetCount(), 5);
 }
 
+TEST(IPCParam, TakesABlockWithoutBytes)
+{
+    IPCParam record;
+    record.Add("empty", "", 0);
+    record.Add("after", 7);
+    IPCParam decoded;
+    const std::string bytes = Encode(record);
+    EXPECT_EQ(Decode(decoded, bytes), static_cast<int>(bytes.size()));
+    ASSERT_EQ(decoded.GetCount(), 2);
+    EXPECT_EQ(decoded.GetArg(0)->mType, 'b');
+    EXPECT_EQ(decoded.GetArg(0)->mLen, 0);
+    EXPECT_EQ(decoded.GetArg(1)->mValue, 7);
+}
+
 TEST(IPCParam, CopiesNamesAndValuesAndCutsLongNames)
 {
     IPCParam record;
