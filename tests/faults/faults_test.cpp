@@ -16,10 +16,15 @@
 #include <thread>
 #include <vector>
 
+#include "tests/support/RawPeer.h"
 #include "tests/support/support.h"
+#include "util/console/CmdMgr.h"
 #include "util/ipc/IPCParam.h"
 #include "util/ipc/IPCSocketChannel.h"
+#include "util/ipc/IPCTCPSocket.h"
+#include "util/os_linux/ExecShell.h"
 #include "util/os_linux/Logger.h"
+#include "util/os_linux/PartitionParser.h"
 
 namespace {
 IPCParam* Echo(IPCParam* request)
@@ -64,6 +69,10 @@ struct Pair
         server.Quit();
         server.Start();
         Ask(3);
+        ExecShell shell;
+        shell.ExecWait("true");
+        PartitionParser partitions;
+        partitions.Parse(false);
     }
 
     // What must work once nothing fails any more, as an integrator recovers: one side serves again
@@ -98,6 +107,60 @@ struct Pair
     IPCSocketChannel client;
 };
 
+// The console's server and one client of it.
+class Console
+{
+public:
+    Console(int port, int) : mPort(port), mConsole(*CmdMgr::GetInstance(port))
+    {
+        mConsole.SetAddress("127.0.0.1");
+        mConsole.SetTolerant(true);
+    }
+
+    void Converse()
+    {
+        mConsole.Start();
+        test::WaitUntil([&] { return Talk(); }, 100);
+        mConsole.Stop();
+    }
+
+    bool Recover()
+    {
+        return test::WaitUntil([&] {
+            mConsole.Stop();
+            mConsole.Start();
+            return test::WaitUntil([&] { return Talk(); }, 100);
+        });
+    }
+
+private:
+    static bool Say(IPCSocket& client, const std::string& line)
+    {
+        const std::string frame =
+            "TAVI" + test::Number(static_cast<std::int32_t>(line.size())) + line;
+        const int length = static_cast<int>(frame.size());
+        return client.Write(frame.data(), length) == length;
+    }
+
+    bool Talk() const
+    {
+        IPCTCPSocket client("127.0.0.1", mPort);
+        if (client.Open() < 0 || client.Connect() != 0) {
+            return false;
+        }
+        char prompt[13];
+        for (const char* line : {"START", "$a = 1 + 2", ""}) {
+            if (!Say(client, line) || client.Read(prompt, sizeof(prompt)) != sizeof(prompt)) {
+                return false;
+            }
+        }
+        return Say(client, "quit");
+    }
+
+    const int mPort;
+    CmdMgr& mConsole;
+};
+
 #ifdef COUNTS_COVERAGE
 extern "C" void __gcov_dump();  // GCC's own; _exit writes no counts
 #endif
@@ -127,26 +190,28 @@ int InChild(const std::function<int()>& action)
 }
 
 // Numbers of the calls made in a conversation without a fault.
+template <typename Subject>
 int CallsOf(const char* call)
 {
     return WEXITSTATUS(InChild([call] {
         Logger::ChangeMode(1);
-        Pair pair(test::FreePort(), test::FreePort());
+        Subject subject(test::FreePort(), test::FreePort());
         faults_arm(call, -1, 0);
-        pair.Converse();
+        subject.Converse();
         return std::min(faults_disarm(), 60);
     }));
 }
 
+template <typename Subject>
 int ConverseWithFault(const char* call, int nth, int error)
 {
     return InChild([=] {
         Logger::ChangeMode(1);
-        Pair pair(test::FreePort(), test::FreePort());
+        Subject subject(test::FreePort(), test::FreePort());
         faults_arm(call, nth, error);
-        pair.Converse();
+        subject.Converse();
         faults_disarm();
-        return pair.Recover() ? 0 : 1;
+        return subject.Recover() ? 0 : 1;
     });
 }
 
@@ -161,18 +226,15 @@ void PrintTo(const Fault& fault, std::ostream* out)
     *out << fault.call;
 }
 
-class Faults : public testing::TestWithParam<Fault>
-{};
-
-TEST_P(Faults, TheNextConversationIsServed)
+template <typename Subject>
+void FailEachCall(const Fault& fault)
 {
     const test::CapturedStderr log;
-    const Fault& fault = GetParam();
-    const int calls = CallsOf(fault.call);
+    const int calls = CallsOf<Subject>(fault.call);
     EXPECT_GT(calls, 0);
     for (int nth = 1; nth <= calls; ++nth) {
         for (const int error : fault.errors) {
-            const int status = ConverseWithFault(fault.call, nth, error);
+            const int status = ConverseWithFault<Subject>(fault.call, nth, error);
             // Without memory the process may end, but as the language ends it.
             const bool mayAbort = std::string(fault.call) == "malloc";
             EXPECT_TRUE(status == 0 ||
@@ -185,17 +247,46 @@ TEST_P(Faults, TheNextConversationIsServed)
     }
 }
 
-INSTANTIATE_TEST_SUITE_P(
-    Calls, Faults,
-    testing::Values(Fault{"socket", {EMFILE, ENOMEM}}, Fault{"bind", {EADDRINUSE, EACCES}},
-                    Fault{"listen", {EADDRINUSE}},
-                    Fault{"accept4", {EINTR, ECONNABORTED, EMFILE, ENOMEM}},
-                    Fault{"connect", {EINTR, ECONNREFUSED, ENOMEM}}, Fault{"setsockopt", {ENOMEM}},
-                    Fault{"recv", {EINTR, EAGAIN, ECONNRESET, ENOMEM, 0}},
-                    Fault{"send", {EINTR, EAGAIN, EPIPE, ECONNRESET, ENOMEM, 0}},
-                    Fault{"write", {EINTR, EAGAIN, ENOSPC, EPIPE, 0}},
-                    Fault{"pthread_create", {EAGAIN}}, Fault{"malloc", {ENOMEM}}),
-    [](const auto& fault) { return std::string(fault.param.call); });
+class Faults : public testing::TestWithParam<Fault>
+{};
+
+TEST_P(Faults, TheNextConversationIsServed)
+{
+    FailEachCall<Pair>(GetParam());
+}
+
+class ConsoleFaults : public testing::TestWithParam<Fault>
+{};
+
+TEST_P(ConsoleFaults, TheNextClientIsServed)
+{
+    FailEachCall<Console>(GetParam());
+}
+
+std::string NameOf(const testing::TestParamInfo<Fault>& fault)
+{
+    return fault.param.call;
+}
+
+const Fault kOfBoth[] = {{"socket", {EMFILE, ENOMEM}},
+                         {"bind", {EADDRINUSE, EACCES}},
+                         {"listen", {EADDRINUSE}},
+                         {"accept4", {EINTR, ECONNABORTED, EMFILE, ENOMEM}},
+                         {"connect", {EINTR, ECONNREFUSED, ENOMEM}},
+                         {"setsockopt", {ENOMEM}},
+                         {"recv", {EINTR, EAGAIN, ECONNRESET, ENOMEM, 0}},
+                         {"send", {EINTR, EAGAIN, EPIPE, ECONNRESET, ENOMEM, 0}},
+                         {"write", {EINTR, EAGAIN, ENOSPC, EPIPE, 0}},
+                         {"pthread_create", {EAGAIN}},
+                         {"malloc", {ENOMEM}}};
+INSTANTIATE_TEST_SUITE_P(Calls, Faults, testing::ValuesIn(kOfBoth), NameOf);
+INSTANTIATE_TEST_SUITE_P(Calls, ConsoleFaults, testing::ValuesIn(kOfBoth), NameOf);
+INSTANTIATE_TEST_SUITE_P(Processes, Faults,
+                         testing::Values(Fault{"fork", {EAGAIN, ENOMEM}},
+                                         Fault{"open", {EINTR, EMFILE, EACCES}}),
+                         NameOf);
+INSTANTIATE_TEST_SUITE_P(Waits, ConsoleFaults, testing::Values(Fault{"poll", {EINTR, ENOMEM}}),
+                         NameOf);
 
 void OnSignal(int) {}
 
