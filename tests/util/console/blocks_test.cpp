@@ -134,6 +134,23 @@ TEST(Blocks, SeeACommandThatAppearsInTheirLoop)
     EXPECT_EQ(SymListMgr::GetInstance()->GetIntValue("n"), 77);
 }
 
+int RenewSymbol(CmdParser* /*line*/, CmdInfo* /*info*/, char* /*result*/)
+{
+    SymListMgr* const symbols = SymListMgr::GetInstance();
+    symbols->UnregisterSymbol("n");
+    return symbols->RegisterSymbol("n", "50", 1, false);
+}
+
+TEST(Blocks, SeeASymbolThatIsReplacedInTheirLoop)
+{
+    const CmdParser parser("renew");
+    CmdListMgr::GetInstance()->RegisterCommand(RenewSymbol, &parser, nullptr, nullptr);
+    RunFile(
+        "INT n 5\nINT turn\nWHILE turn < 2\n  n = n + 1\n  IF turn == 0\n    renew\n  END\n"
+        "  turn = turn + 1\nEND\n");
+    EXPECT_EQ(SymListMgr::GetInstance()->GetIntValue("n"), 51);
+}
+
 TEST(Statements, GiveTheirCodes)
 {
     const struct
