@@ -120,7 +120,7 @@ public:
     void Converse()
     {
         mConsole.Start();
-        test::WaitUntil([&] { return Talk(); }, 100);
+        test::WaitUntil([&] { return Talk(); }, kStartPatience);
         mConsole.Stop();
     }
 
@@ -129,11 +129,14 @@ public:
         return test::WaitUntil([&] {
             mConsole.Stop();
             mConsole.Start();
-            return test::WaitUntil([&] { return Talk(); }, 100);
+            return test::WaitUntil([&] { return Talk(); }, kStartPatience);
         });
     }
 
 private:
+    // Milliseconds for the console's thread to listen: an emulator on a busy machine takes its time.
+    static constexpr int kStartPatience = 1000;
+
     static bool Say(IPCSocket& client, const std::string& line)
     {
         const std::string frame =
@@ -189,17 +192,19 @@ int InChild(const std::function<int()>& action)
     return status;
 }
 
-// Numbers of the calls made in a conversation without a fault.
+// Numbers of the calls made in a conversation without a fault; 0 when it failed.
 template <typename Subject>
 int CallsOf(const char* call)
 {
-    return WEXITSTATUS(InChild([call] {
+    const int status = InChild([call] {
         Logger::ChangeMode(1);
         Subject subject(test::FreePort(), test::FreePort());
         faults_arm(call, -1, 0);
         subject.Converse();
         return std::min(faults_disarm(), 60);
-    }));
+    });
+    EXPECT_TRUE(WIFEXITED(status)) << "without a fault: status " << status;
+    return WIFEXITED(status) ? WEXITSTATUS(status) : 0;
 }
 
 template <typename Subject>
