@@ -134,7 +134,8 @@ public:
     }
 
 private:
-    // Milliseconds for the console's thread to listen: an emulator on a busy machine takes its time.
+    // Milliseconds for the console's thread to listen: an emulator on a busy machine takes its
+    // time.
     static constexpr int kStartPatience = 1000;
 
     static bool Say(IPCSocket& client, const std::string& line)
