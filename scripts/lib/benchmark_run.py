@@ -114,7 +114,7 @@ def main():
     with tempfile.TemporaryDirectory() as folder:
         for topic in topics:
             print(f"measuring {topic}", file=sys.stderr)
-            lines += measure(topic, options.build, folder, 11 if options.short else 0)
+            lines += measure(topic, options.build.resolve(), folder, 11 if options.short else 0)
     results, points = collect(lines)
     text = report.tables(results, points)
     print(text)
