@@ -339,6 +339,8 @@ class Screen(ToolsTest):
     def setUp(self):
         super().setUp()
         self.player = self.start_player()
+        # Else the server would leave with its last session, perhaps just when the next one asks.
+        self.tmux("start-server", ";", "set", "-s", "exit-empty", "off")
         self.addCleanup(self.tmux, "kill-server")
         self.open_screen()
 
