@@ -1,5 +1,5 @@
 // gRPC: a blocking call without encryption, to a server with the threads that it has by default. It
-// comes last, since its threads would be missing in the server processes of others.
+// comes last, so that nothing is forked once its threads run.
 #include <grpcpp/grpcpp.h>
 
 #include <chrono>
