@@ -86,8 +86,10 @@ void Count(const std::string& name, const std::string& wanted, int calls)
             for (int call = 0; call < calls; ++call) {
                 bench::Require(topic.block ? caller->Block() : caller->Command(), "a call");
             }
+            return;
         }
     }
+    bench::Require(false, wanted.c_str());
 }
 }  // namespace
 
