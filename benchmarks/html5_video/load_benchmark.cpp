@@ -83,11 +83,15 @@ int main(int count, char** arguments)
         LoadHere(arguments[1], std::atoi(arguments[2]));
         return 0;
     }
+    // The last three by the name for linking: the other one has the version in it.
     const std::pair<const char*, const char*> files[] = {{"zlib", "libz.so.1"},
                                                          {"html5_video", LIBRARY_FILE},
                                                          {"sd-bus", "libsystemd.so.0"},
                                                          {"zeromq", "libzmq.so.5"},
-                                                         {"nng", "libnng.so.1"}};
+                                                         {"nng", "libnng.so.1"},
+                                                         {"thrift", "libthrift.so"},
+                                                         {"capnproto", "libcapnp-rpc.so"},
+                                                         {"grpc", "libgrpc++.so"}};
     bench::EnterScratchDirectory();
     bench::Interleave timing("load");
     for (const auto& [name, file] : files) {

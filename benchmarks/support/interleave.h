@@ -82,6 +82,7 @@ private:
 
     double Now(const Case& timed) const;
     double Measure(const Case& timed) const;
+    bool LastsLongEnough(const Case& timed) const;
     void Calibrate(Case& timed) const;
     void Report(const Case& timed) const;
 

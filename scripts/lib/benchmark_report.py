@@ -13,6 +13,9 @@ import benchmark_goals as goals
 DOCS = pathlib.Path(__file__).resolve().parents[2] / "docs"
 BEGIN, END = "<!-- results: written by scripts/benchmark -->", "<!-- end of results -->"
 
+# Topics of plain numbers that have a table, and what they count.
+VALUES = {"calls/silent": "system calls of a round trip, both sides", "load/resident": "KiB"}
+
 
 def exponent(points):
     """The slope of a straight line through the points on logarithmic axes, by least squares."""
@@ -79,8 +82,8 @@ def point_table(topic, points):
     return "\n".join(rows)
 
 
-def resident_table(cases):
-    rows = ["| `load/resident` | KiB |", "| --- | ---: |"]
+def value_table(topic, unit, cases):
+    rows = [f"| `{topic}` | {unit} |", "| --- | ---: |"]
     return "\n".join(rows + [f"| {case} | {entry['value']:,} |" for case, entry in cases.items()])
 
 
@@ -93,8 +96,8 @@ def tables(results, points):
     for topic, cases in results.items():
         if all("ratio_median" in entry for entry in cases.values()):
             parts.append(case_table(topic, cases))
-        elif topic == "load/resident":
-            parts.append(resident_table(cases))
+        elif topic in VALUES:
+            parts.append(value_table(topic, VALUES[topic], cases))
     parts += [point_table(topic, values) for topic, values in points.items()]
     return "\n\n".join(parts)
 

@@ -41,20 +41,24 @@ def run(command, folder, rounds):
     return [json.loads(line) for line in done.stdout.splitlines() if line.startswith("{")]
 
 
-def count_calls(program, topic, calls, folder):
+def count_calls(program, topic, case, calls, folder):
     """System calls of so many round trips, both processes, with starting and connecting."""
     log = pathlib.Path(folder) / "strace"
-    subprocess.run(["strace", "-f", "-c", "-o", log, program, "--calls", str(calls), topic],
+    subprocess.run(["strace", "-f", "-c", "-o", log, program, "--calls", str(calls), topic, case],
                    cwd=folder, timeout=LONGEST, stdout=subprocess.DEVNULL, check=True)
     total = re.search(r"^100\.00\s+\S+\s+(?:\d+\s+)?(\d+)(?:\s+\d+)?\s+total$",
                       log.read_text(), re.M)
     return int(total.group(1))
 
 
-def calls_of_a_round_trip(program, folder):
-    for name, topic in (("silent", "tcp/silent/command"), ("log", "tcp/null/command")):
-        few, many = (count_calls(program, topic, calls, folder) for calls in (1000, 3000))
-        yield {"topic": f"calls/{name}", "case": goals.OURS, "value": round((many - few) / 2000, 2)}
+def calls_of_a_round_trip(program, cases, folder):
+    """Those of the cases; with the log those of this library."""
+    few, many = 200, 1200
+    for name, topic, case in ([("silent", "tcp/silent/command", case) for case in cases] +
+                              [("log", "tcp/null/command", goals.OURS)]):
+        more = (count_calls(program, topic, case, many, folder) -
+                count_calls(program, topic, case, few, folder))
+        yield {"topic": f"calls/{name}", "case": case, "value": round(more / (many - few), 2)}
 
 
 def stripped_size(library, folder):
@@ -70,7 +74,10 @@ def measure(topic, build, folder, rounds):
     for program, *arguments in TOPICS[topic]:
         lines += run([str(build / "bin" / program), *arguments], folder, rounds)
     if topic == "round-trip":
-        lines += calls_of_a_round_trip(str(build / "bin" / "benchmark_round_trip"), folder)
+        cases = [line["case"] for line in lines
+                 if line["topic"] == "round-trip/tcp/silent/command"]
+        program = str(build / "bin" / "benchmark_round_trip")
+        lines += calls_of_a_round_trip(program, cases, folder)
     if topic == "load":
         lines.append(stripped_size(build / "lib" / "libhtml5_video.so", folder))
     return lines

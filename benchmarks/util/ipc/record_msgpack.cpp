@@ -40,5 +40,5 @@ int Run(int first)
     return sum;
 }
 
-const RegisteredRecord sRegistered(4, "msgpack", Run);
+const RegisteredRecord sRegistered(5, "msgpack", Run);
 }  // namespace

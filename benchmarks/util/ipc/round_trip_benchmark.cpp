@@ -1,8 +1,8 @@
 // A command to another process and its empty answer, both processes on one processor, next to a
 // ping-pong of the same bytes: the processor time of both together. Above 1 a case is faster. The
 // topic is given as FAMILY/LOG/WHAT with tcp or unix, a log of silent, null or file (every line, to
-// /dev/null or to a file) and command or block; --calls N makes N calls of this library and no
-// timings, for a count of system calls.
+// /dev/null or to a file) and command or block; --calls N makes N calls of one case and no timings,
+// for a count of system calls.
 #include <fcntl.h>
 #include <unistd.h>
 
@@ -76,18 +76,20 @@ void Time(const std::string& name)
     timing.Run();
 }
 
-void Count(const std::string& name, int calls)
+void Count(const std::string& name, const std::string& wanted, int calls)
 {
     const Topic topic = TopicOf(name);
     SetLog(topic.log);
     for (const auto& entry : RegisteredCaller::All()) {
-        if (entry.name == "html5_video") {
+        if (entry.name == wanted) {
             const std::unique_ptr<Caller> caller = entry.offer(NewEndpoint(topic.tcp));
             for (int call = 0; call < calls; ++call) {
                 bench::Require(topic.block ? caller->Block() : caller->Command(), "a call");
             }
+            return;
         }
     }
+    bench::Require(false, wanted.c_str());
 }
 }  // namespace
 
@@ -95,11 +97,11 @@ int main(int count, char** arguments)
 {
     bench::PinToOneProcessor();
     bench::EnterScratchDirectory();
-    if (count == 4 && std::strcmp(arguments[1], "--calls") == 0) {
-        Count(arguments[3], std::atoi(arguments[2]));
+    if (count == 5 && std::strcmp(arguments[1], "--calls") == 0) {
+        Count(arguments[3], arguments[4], std::atoi(arguments[2]));
         return 0;
     }
-    bench::Require(count == 2, "usage: benchmark_round_trip TOPIC | --calls N TOPIC");
+    bench::Require(count == 2, "usage: benchmark_round_trip TOPIC | --calls N TOPIC CASE");
     Time(arguments[1]);
     return 0;
 }
