@@ -28,6 +28,7 @@ TOPICS = {
     "scale": [["benchmark_scale"]],
 }
 LONGEST = 300  # seconds, for one program
+SHORT_ROUNDS = 11
 
 
 def run(command, folder, rounds):
@@ -69,7 +70,7 @@ def stripped_size(library, folder):
     return {"topic": "load/size", "case": goals.OURS, "value": int(text) + int(data)}
 
 
-def measure(topic, build, folder, rounds):
+def measure(topic, build, folder, rounds=0):
     lines = []
     for program, *arguments in TOPICS[topic]:
         lines += run([str(build / "bin" / program), *arguments], folder, rounds)
@@ -106,7 +107,24 @@ def check(results, tolerance):
     return missed
 
 
-def main():
+def unmeasured(results):
+    return [f"not measured: {goal.topic} ({goal.what})" for goal in goals.GOALS
+            if goals.measured(goal, results) is None]
+
+
+def measure_in_short(topic, build, folder):
+    """A miss is measured again, twice at most: what a neighbour's load spoils passes, a regression
+    stays."""
+    for attempt in range(3):
+        lines = measure(topic, build, folder, SHORT_ROUNDS)
+        missed = check(collect(lines)[0], goals.SHORT_TOLERANCE)
+        if not missed:
+            break
+        print("\n".join(missed), file=sys.stderr)
+    return lines
+
+
+def parse_options():
     parser = argparse.ArgumentParser()
     parser.add_argument("topics", nargs="*", metavar="TOPIC", help=", ".join(TOPICS))
     parser.add_argument("--build", type=pathlib.Path, required=True)
@@ -116,12 +134,18 @@ def main():
     unknown = set(options.topics) - set(TOPICS)
     if unknown:
         parser.error(f"no such topic: {', '.join(sorted(unknown))}")
-    topics = options.topics or list(TOPICS)
+    return options
+
+
+def main():
+    options = parse_options()
+    build = options.build.resolve()
     lines = []
     with tempfile.TemporaryDirectory() as folder:
-        for topic in topics:
+        for topic in options.topics or TOPICS:
             print(f"measuring {topic}", file=sys.stderr)
-            lines += measure(topic, options.build.resolve(), folder, 11 if options.short else 0)
+            lines += (measure_in_short(topic, build, folder) if options.short
+                      else measure(topic, build, folder))
     results, points = collect(lines)
     text = report.tables(results, points)
     print(text)
@@ -129,6 +153,7 @@ def main():
         report.write(text, results, points)
     if options.check:
         missed = check(results, goals.SHORT_TOLERANCE if options.short else goals.TOLERANCE)
+        missed += [] if options.topics else unmeasured(results)
         print("\n".join(missed) or "no goal is missed", file=sys.stderr)
         return 1 if missed else 0
     return 0
