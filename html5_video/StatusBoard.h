@@ -53,7 +53,8 @@ private:
     static constexpr unsigned kSlots = 16;
     static constexpr unsigned kWords = 12;
 
-    struct Slot
+    // A cache line of its own, wherever the board lies.
+    struct alignas(64) Slot
     {
         std::atomic<bool> taken;  // published, or being filled
         std::atomic<std::uint32_t> words[kWords];

@@ -110,11 +110,12 @@ def plot(path, script, data):
 
 
 def plot_costs(group, results):
-    """Bars of time as a multiple of each topic's base."""
+    """Bars of time as a multiple of each topic's base, with a gap between topics."""
     rows = []
     for topic, cases in results.items():
         entries = [(case, entry) for case, entry in cases.items() if "ratio_median" in entry]
-        if group_of(topic) == group:
+        if group_of(topic) == group and entries:
+            rows += ['"" NaN NaN NaN 0'] if rows else []
             rows += [f'"{case} {topic[len(group) + 1:]}" {" ".join(map(str, goals.cost(entry)))} '
                      f"{1 if case == goals.OURS else 2}" for case, entry in entries]
     if not rows:
@@ -122,7 +123,7 @@ def plot_costs(group, results):
     plot(DOCS / "performance" / f"{group}.svg",
          "set style fill solid 0.6 noborder\nset boxwidth 0.7\nset logscale y\nset bmargin 14\n"
          "set ylabel 'time, as a multiple of the base'\nset xtics rotate by -55 left noenhanced\n"
-         "set key outside top\nset rmargin 12\n"
+         "set key outside center top horizontal\nset rmargin 12\n"
          "plot $data using 0:($5==2?$2:NaN):xtic(1) with boxes lc rgb '#999999' title 'others', "
          "$data using 0:($5==1?$2:NaN) with boxes lc rgb '#1f77b4' title 'this library', "
          "$data using 0:2:3:4 with yerrorbars lc rgb '#333333' pointtype 7 pointsize 0.3 "
