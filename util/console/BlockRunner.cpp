@@ -68,15 +68,12 @@ int BlockRunner::RunBody(BlockStep& block, std::size_t from, std::size_t to, cha
     return code;
 }
 
-// The counter is wider than the language's integers: it neither wraps at their end nor, counting
-// down from a start that is not above the end, comes round to stop.
-int BlockRunner::RunFor(BlockStep& step, char* result)
+// One turn after the other while next() says so. A break ends the loop and is done with.
+template <typename Next>
+int BlockRunner::RunLoop(BlockStep& step, char* result, Next next)
 {
-    std::int64_t counter = mSymbols.GetIntValue(step.line->GetNthArg(0));
-    const std::int64_t end = mSymbols.GetIntValue(step.line->GetNthArg(1));
-    const std::int64_t increment = mSymbols.GetIntValue(step.line->GetNthArg(2));
     int code = CmdMgr::kDone;
-    for (; counter <= end && !mStop.IsRaised(); counter += increment) {
+    while (next() && !mStop.IsRaised()) {
         code = RunBody(step, 0, step.body.size(), result);
         if (code == CmdMgr::kBreak) {
             code = CmdMgr::kDone;
@@ -87,18 +84,23 @@ int BlockRunner::RunFor(BlockStep& step, char* result)
     return code;
 }
 
+// The counter is wider than the language's integers: it neither wraps at their end nor, counting
+// down from a start that is not above the end, comes round to stop.
+int BlockRunner::RunFor(BlockStep& step, char* result)
+{
+    std::int64_t counter = mSymbols.GetIntValue(step.line->GetNthArg(0));
+    const std::int64_t end = mSymbols.GetIntValue(step.line->GetNthArg(1));
+    const std::int64_t increment = mSymbols.GetIntValue(step.line->GetNthArg(2));
+    return RunLoop(step, result, [&counter, end, increment] {
+        const bool goesOn = counter <= end;
+        counter += increment;
+        return goesOn;
+    });
+}
+
 int BlockRunner::RunWhile(BlockStep& step, char* result)
 {
-    int code = CmdMgr::kDone;
-    while (IsTrue(step) && !mStop.IsRaised()) {
-        code = RunBody(step, 0, step.body.size(), result);
-        if (code == CmdMgr::kBreak) {
-            code = CmdMgr::kDone;
-            break;
-        }
-    }
-    result[0] = '\0';
-    return code;
+    return RunLoop(step, result, [this, &step] { return IsTrue(step); });
 }
 
 int BlockRunner::RunIf(BlockStep& step, char* result)

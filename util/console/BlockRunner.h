@@ -32,6 +32,8 @@ public:
 private:
     int RunStep(BlockStep& step, char* result);
     int RunBody(BlockStep& block, std::size_t from, std::size_t to, char* result);
+    template <typename Next>
+    int RunLoop(BlockStep& step, char* result, Next next);
     int RunFor(BlockStep& step, char* result);
     int RunWhile(BlockStep& step, char* result);
     int RunIf(BlockStep& step, char* result);
