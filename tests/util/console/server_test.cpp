@@ -15,6 +15,7 @@
 #include "tests/support/support.h"
 #include "tests/util/console/ConsoleClient.h"
 #include "util/console/CmdMgr.h"
+#include "util/console/SymListMgr.h"
 
 namespace {
 using test::ConsoleClient;
@@ -79,15 +80,20 @@ TEST(CmdMgr, StopsAndStartsAgain)
     ConsoleClient waiting(console.Port());
     ASSERT_TRUE(waiting.Start());
     EXPECT_EQ(Console().Start(), -1) << "it runs already";
-    for (const char* line : {"", "SLEEP 100000", "FOR 1 1 0\nSLEEP 1\nEND",
-                             "WHILE 1 == 1\nx = 1 + 1\nEND", "FILE loop.txt"}) {
-        test::WriteFile("loop.txt", "FOR 1 1 0\nFILE none\nEND\nSLEEP 100000\n");
+    SymListMgr& symbols = *SymListMgr::GetInstance();
+    symbols.RegisterSymbol("turns", "0", SymInfo::kInt, false);
+    for (const std::string line : {"", "SLEEP 100000", "FOR 1 1 0\nturns = turns + 1\nSLEEP 1\nEND",
+                                   "WHILE 1 == 1\nturns = turns + 1\nEND", "FILE loop.txt"}) {
+        test::WriteFile("loop.txt", "FOR 1 1 0\nturns = turns + 1\nFILE none\nEND\nSLEEP 100000\n");
+        const bool loops = test::Count(line, "END") + test::Count(line, "FILE") > 0;
+        symbols.SetValue("turns", "0");
         ConsoleClient client(console.Port());
         waiting.Close();
         ASSERT_TRUE(client.Start()) << line;
         for (const std::string& part : test::Lines(line)) {
             client.Send(ConsoleFrame(part));
         }
+        ASSERT_TRUE(test::WaitUntil([&] { return !loops || symbols.GetIntValue("turns") > 0; }));
         const auto begin = std::chrono::steady_clock::now();
         Console().Stop();
         ASSERT_TRUE(client.WaitClosed()) << line;
