@@ -1,13 +1,18 @@
-// A script's counting loop, next to the same loop in Tcl, whose values are texts too. One operation
-// is a loop of 1000 turns, so nanoseconds divided by 1000 are those of one turn; the last line says
-// so for a single long loop.
+// A script's counting loop, next to the same loop in Tcl, whose values are texts too, and in other
+// programs. One operation is a loop of 1000 turns, so nanoseconds divided by 1000 are those of one
+// turn; the last line says so for a single long loop.
+#include <fcntl.h>
+#include <sys/resource.h>
+#include <sys/wait.h>
 #include <tcl.h>
+#include <unistd.h>
 
 #include <chrono>
 #include <cstdio>
 #include <string>
 
 #include "benchmarks/support/interleave.h"
+#include "benchmarks/support/processes.h"
 #include "util/console/CmdBlock.h"
 #include "util/console/CmdMgr.h"
 #include "util/console/CmdParser.h"
@@ -41,6 +46,46 @@ void CountByLines(CmdMgr* console, CmdParser* line)
     }
 }
 
+// A loop in another program.
+struct Program
+{
+    const char* name;
+    const char* option;  // before the script
+    int turns;
+    const char* script;
+};
+
+const Program kPrograms[] = {
+    {"jimsh", "-e", 500000, "set i 0; while {$i < 500000} {incr i}"},
+    {"dash", "-c", 20000, "i=0; while [ $i -lt 20000 ]; do i=$((i+1)); done"},
+    {"bash", "-c", 20000, "i=0; while [ $i -lt 20000 ]; do i=$((i+1)); done"},
+};
+
+// Nanoseconds of processor time, 0 when the program is not installed.
+double TimeOf(const Program& program, const char* script)
+{
+    const pid_t child = fork();
+    bench::Require(child >= 0, "fork");
+    if (child == 0) {
+        dup2(open("/dev/null", O_WRONLY), STDOUT_FILENO);
+        execlp(program.name, program.name, program.option, script, nullptr);
+        _exit(1);
+    }
+    int status = 0;
+    rusage usage = {};
+    wait4(child, &status, 0, &usage);
+    return status != 0
+               ? 0
+               : 1e9 * static_cast<double>(usage.ru_utime.tv_sec + usage.ru_stime.tv_sec) +
+                     1e3 * static_cast<double>(usage.ru_utime.tv_usec + usage.ru_stime.tv_usec);
+}
+
+// Of 1000 turns, without the program's start.
+double TimeOfTurns(const Program& program)
+{
+    return (TimeOf(program, program.script) - TimeOf(program, "")) * 1000 / program.turns;
+}
+
 void PrintNanosecondsPerTurn(CmdMgr* console)
 {
     constexpr int kTurns = 20000000;
@@ -67,14 +112,24 @@ int main()
     Tcl_Obj* const script =
         Tcl_NewStringObj("set i 0; while {$i < $n} {set i [expr {$i + 1}]}", -1);
     Tcl_IncrRefCount(script);
+    Tcl_Eval(tcl, "proc count {n} {set i 0; while {$i < $n} {incr i}}");
+    Tcl_Obj* const call = Tcl_NewStringObj("count 1000", -1);
+    Tcl_IncrRefCount(call);
 
     bench::Interleave timing("console/while/1000-turns");
     timing.Add("tcl", [&] { return Tcl_EvalObjEx(tcl, script, 0); });
     timing.Add("html5_video", [&] { return CountByBlock(console, block), 0; });
     timing.Add("html5_video/line-by-line", [&] { return CountByLines(console, &line), 0; });
+    timing.Add("tcl/procedure", [&] { return Tcl_EvalObjEx(tcl, call, 0); });
+    for (const Program& program : kPrograms) {
+        if (TimeOf(program, "") > 0) {
+            timing.AddTimed(program.name, [&program] { return TimeOfTurns(program); });
+        }
+    }
     timing.Run();
     PrintNanosecondsPerTurn(console);
 
+    Tcl_DecrRefCount(call);
     Tcl_DecrRefCount(script);
     Tcl_DeleteInterp(tcl);
     console->FreeCmdBlock(block);
