@@ -57,7 +57,7 @@ void Compare(const char* topic, std::chrono::microseconds pause)
         }
     });
     bench::Interleave timing(topic, bench::Interleave::kThread);
-    // Not by a pointer to the function: its call would cost a quarter of the read.
+    // Not by a pointer to the function, whose call would be part of the time.
     timing.Add("mutex", [] { return ReadGuarded(); });
     timing.Add("html5_video", [] { return ReadHere(); });
     timing.Run();

@@ -83,7 +83,9 @@ double TimeOf(const Program& program, const char* script)
 // Of 1000 turns, without the program's start.
 double TimeOfTurns(const Program& program)
 {
-    return (TimeOf(program, program.script) - TimeOf(program, "")) * 1000 / program.turns;
+    const double turns = TimeOf(program, program.script) - TimeOf(program, "");
+    bench::Require(turns > 0, program.name);
+    return turns * 1000 / program.turns;
 }
 
 void PrintNanosecondsPerTurn(CmdMgr* console)
