@@ -41,19 +41,3 @@ function(html5_video_compile_options target)
             $<$<CONFIG:Release>:-U_FORTIFY_SOURCE> $<$<CONFIG:Release>:-D_FORTIFY_SOURCE=2>)
     endif()
 endfunction()
-
-# Sources of the calling folder that no call, status read, log line or script turn passes through:
-# size before speed.
-function(html5_video_small_sources)
-    set_source_files_properties(${ARGN}
-        TARGET_DIRECTORY html5_video_objects
-        PROPERTIES COMPILE_OPTIONS $<$<CONFIG:Release>:-Os>)
-endfunction()
-
-# Sources of the calling folder that are one unrolled computation, where -O3 was measured to gain:
-# elsewhere it only grows the code. In that folder's own targets too.
-function(html5_video_fast_sources)
-    set_source_files_properties(${ARGN}
-        DIRECTORY ${CMAKE_CURRENT_SOURCE_DIR} TARGET_DIRECTORY html5_video_objects
-        PROPERTIES COMPILE_OPTIONS $<$<CONFIG:Release>:-O3>)
-endfunction()

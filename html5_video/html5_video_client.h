@@ -1,4 +1,4 @@
-/* The HTML5 video element's interface for a browser. Plain C99 and C++.
+/* Public. The HTML5 video element's interface for a browser. Plain C99 and C++.
  *
  * The player is a separate process: each command becomes a message to it over TCP. The library
  * connects to the player at HBB_SYSTEM_IP port 56911 and listens for the player's state at

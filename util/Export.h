@@ -1,5 +1,5 @@
-// The one export mark of the library, and its opposite. Everything is built hidden; what carries
-// the mark is the public interface. Plain C and C++.
+// Public. The one export mark of the library, and its opposite. Everything is built hidden; what
+// carries the mark is the public interface. Plain C and C++.
 #ifndef UTIL_EXPORT_H
 #define UTIL_EXPORT_H
 

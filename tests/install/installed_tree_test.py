@@ -1,0 +1,118 @@
+"""The installed tree, as somebody meets it who has nothing else: installed into a folder, moved to
+another one, found by pkg-config and by CMake, its headers compiled each alone.
+
+    installed_tree_test.py SOURCE BUILD CXX CC
+"""
+import os
+import pathlib
+import shutil
+import subprocess
+import sys
+import tempfile
+import unittest
+
+SOURCE, BUILD, CXX, CC = (pathlib.Path(sys.argv[1]), sys.argv[2], sys.argv[3], sys.argv[4])
+STRICT = ["-pedantic", "-Wall", "-Wextra", "-Wundef", "-Werror"]
+
+PROJECT = """
+cmake_minimum_required(VERSION 3.25)
+project(user C CXX)
+set(CMAKE_CXX_STANDARD 17)
+%s
+add_executable(user_browser %s/examples/browser.c)
+target_link_libraries(user_browser PRIVATE html5_video::html5_video)
+add_executable(user_console_host %s/examples/console_host.cpp)
+target_link_libraries(user_console_host PRIVATE html5_video::html5_video)
+"""
+
+
+def run(*command, **options):
+    """The command's output; a failure shows all of it."""
+    done = subprocess.run([str(word) for word in command], text=True, stdout=subprocess.PIPE,
+                          stderr=subprocess.STDOUT, **options)
+    if done.returncode != 0:
+        raise AssertionError(f"{' '.join(map(str, command))}\n{done.stdout}")
+    return done.stdout
+
+
+class InstalledTree(unittest.TestCase):
+    @classmethod
+    def setUpClass(cls):
+        cls.folder = pathlib.Path(tempfile.mkdtemp())
+        first = cls.folder / "first"
+        run("cmake", "--install", BUILD, "--prefix", first)
+        cls.prefix = cls.folder / "moved" / "here"
+        cls.prefix.parent.mkdir()
+        first.rename(cls.prefix)
+        (pkgconfig,) = cls.prefix.glob("lib/**/pkgconfig")
+        cls.environment = {**os.environ, "PKG_CONFIG_PATH": str(pkgconfig),
+                           "LD_LIBRARY_PATH": str(pkgconfig.parent)}
+
+    @classmethod
+    def tearDownClass(cls):
+        shutil.rmtree(cls.folder)
+
+    def flags(self):
+        return run("pkg-config", "--cflags", "--libs", "html5_video", env=self.environment).split()
+
+    def runs(self, program):
+        """The program finds its library and prints its usage."""
+        done = subprocess.run([program], env=self.environment, capture_output=True, text=True)
+        self.assertEqual(done.returncode, 2, done.stderr)
+        self.assertIn("Usage", done.stderr)
+
+    def test_headers_stand_alone(self):
+        root = self.prefix / "include" / "html5_video-1"
+        headers = sorted(root.rglob("*.h"))
+        self.assertGreater(len(headers), 40)
+        for header in headers:
+            text = header.read_text()
+            name = header.relative_to(root)
+            self.assertRegex(text.splitlines()[0], r"^(//|/\*) Public\. ", name)
+            line = f'#include "{name}"\n'
+            run(CXX, "-std=c++17", *STRICT, "-fsyntax-only", "-x", "c++", "-", f"-I{root}",
+                input=line)
+            if "Plain C" in text:
+                run(CC, "-std=c99", *STRICT, "-fsyntax-only", "-x", "c", "-", f"-I{root}",
+                    input=line)
+
+    def test_pkg_config_builds_the_examples(self):
+        browser = self.folder / "pc_browser"
+        run(CC, "-std=c99", SOURCE / "examples/browser.c", "-o", browser, *self.flags())
+        self.runs(browser)
+        run(CXX, "-std=c++17", SOURCE / "examples/console_host.cpp", "-o", self.folder / "pc_host",
+            *self.flags(), "-pthread")
+
+    def build_with_cmake(self, name, way, *options):
+        project = self.folder / name
+        project.mkdir()
+        (project / "CMakeLists.txt").write_text(PROJECT % (way, SOURCE, SOURCE))
+        run("cmake", "-S", project, "-B", project / "build", f"-DCMAKE_CXX_COMPILER={CXX}",
+            f"-DCMAKE_C_COMPILER={CC}", *options)
+        run("cmake", "--build", project / "build", "--parallel", "2")
+        self.runs(project / "build" / "user_browser")
+
+    def test_cmake_finds_the_package(self):
+        self.build_with_cmake("package", "find_package(html5_video 1 REQUIRED)",
+                              f"-DCMAKE_PREFIX_PATH={self.prefix}")
+
+    def test_a_project_takes_the_sources_in(self):
+        # Our warnings are not errors there: -Weverything of theirs would be theirs to bear.
+        self.build_with_cmake("subdirectory", f"""
+add_compile_options(-Wall -Wextra -Wpadded)
+add_subdirectory({SOURCE} html5_video)""")
+        self.build_with_cmake("fetched", f"""
+include(FetchContent)
+FetchContent_Declare(html5_video SOURCE_DIR {SOURCE})
+FetchContent_MakeAvailable(html5_video)""")
+
+    def test_no_file_names_the_prefix_or_the_sources(self):
+        for path in self.prefix.rglob("*"):
+            if path.is_file():
+                content = path.read_bytes()
+                for folder in (str(SOURCE), str(self.folder)):
+                    self.assertNotIn(folder.encode(), content, path)
+
+
+if __name__ == "__main__":
+    unittest.main(argv=sys.argv[:1])
