@@ -108,8 +108,9 @@ int ConsoleLink::Listen()
     const bool valid = FillAddress(mSettings, &address);
     mListener = OpenSocket(AF_INET, SOCK_STREAM | SOCK_NONBLOCK, 0);
     const int on = 1;
-    setsockopt(mListener, SOL_SOCKET, SO_REUSEADDR, &on, sizeof(on));
-    if (!valid ||
+    // Connections inherit the option: accepted without it, one that ended here would keep the port
+    // from the next opening for a minute, whatever that one sets.
+    if (!valid || setsockopt(mListener, SOL_SOCKET, SO_REUSEADDR, &on, sizeof(on)) != 0 ||
         bind(mListener, reinterpret_cast<const sockaddr*>(&address), sizeof(address)) != 0) {
         Report("Bind Error");
     } else if (listen(mListener, kBacklog) != 0) {
