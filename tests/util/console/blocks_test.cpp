@@ -1,6 +1,7 @@
 // Blocks as trees, and the bounds of what one script may ask for.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstdio>
 #include <string>
 
@@ -65,6 +66,37 @@ TEST(Blocks, ThatAreTooLongAreReadToTheirEndAndNotRun)
     EXPECT_EQ(RunFile("IF 1 == 1\n" + lines + "END\n"), "Block too long");
     const std::string wide = Repeat("# \n" + std::string(1000, 'w') + "\n", 1100);
     EXPECT_EQ(RunFile("IF 1 == 1\n" + wide + "END\n"), "Block too long");
+}
+
+// The handlers below parse blocks themselves, with lines of the script that calls them.
+int ReadThreeBlocks(CmdParser* /*line*/, CmdInfo* /*info*/, char* result)
+{
+    std::string codes;
+    for (const int lines : {9000, 9000, 17000}) {
+        CmdBlock* const block = Console().NewCmdBlock();
+        codes += std::to_string(
+            Console().ParseCmdBlock(block, new CmdParser("FOR 1 1 1"), nullptr));
+        int entries = 0;
+        for (const CmdBlock* at = block->mFirstChild; at != nullptr; at = at->mNext) {
+            ++entries;
+        }
+        codes += entries == std::min(lines, CmdMgr::kMaxBlockLines) ? " whole, " : " cut, ";
+        Console().FreeCmdBlock(block);
+    }
+    std::snprintf(result, CmdMgr::kResultSize, "%s", codes.c_str());
+    return 0;
+}
+
+TEST(Blocks, HaveTheirLimitsEach)
+{
+    const CmdParser command("read_three");
+    CmdListMgr::GetInstance()->RegisterCommand(ReadThreeBlocks, &command, nullptr, nullptr);
+    std::string output;
+    RunFile("STRING codes\ncodes = read_three\n" + Repeat("PRINT a\n", 9000) + "END\n" +
+                Repeat("PRINT b\n", 9000) + "END\n" + Repeat("PRINT c\n", 17000) +
+                "END\nPRINT codes\n",
+            &output);
+    EXPECT_EQ(output, "Block too long\n0 whole, 0 whole, -1 whole, \n");
 }
 
 TEST(Blocks, AreBuiltPrintedRunAndReleased)
