@@ -42,6 +42,9 @@ public:
     // cleared first. Returns where to go on, or null when there is no further word.
     static const char* GetNextToken(const char* from, char* token);
 
+    // Changes whenever the line is split or forgotten.
+    unsigned GetGeneration() const { return mGeneration; }
+
     // Null when the line has none.
     const char* GetCommand() const;
     const char* GetReturn() const;
@@ -81,6 +84,7 @@ public:
 
 private:
     int mIndex;
+    unsigned mGeneration;
     std::optional<std::string> mLine;
     std::optional<std::string> mCommand;
     std::optional<std::string> mReturn;

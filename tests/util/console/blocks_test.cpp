@@ -2,7 +2,9 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <cstdint>
 #include <cstdio>
+#include <limits>
 #include <string>
 
 #include "tests/support/support.h"
@@ -10,6 +12,7 @@
 #include "util/console/CmdListMgr.h"
 #include "util/console/CmdMgr.h"
 #include "util/console/CmdParser.h"
+#include "util/console/IntegerOperation.h"
 #include "util/console/SymListMgr.h"
 
 namespace {
@@ -181,6 +184,41 @@ TEST(Blocks, SeeASymbolThatIsReplacedInTheirLoop)
         "INT n 5\nINT turn\nWHILE turn < 2\n  n = n + 1\n  IF turn == 0\n    renew\n  END\n"
         "  turn = turn + 1\nEND\n");
     EXPECT_EQ(SymListMgr::GetInstance()->GetIntValue("n"), 51);
+}
+
+// Becomes, turn by turn, what the line "change" would be if it were written so.
+int ChangeLine(CmdParser* line, CmdInfo* /*info*/, char* /*result*/)
+{
+    line->Parse(line->GetCount() == 0 ? "change twice" : "n = n + 1");
+    return 0;
+}
+
+int BecomeElse(CmdParser* line, CmdInfo* /*info*/, char* /*result*/)
+{
+    line->Parse("ELSE");
+    return 0;
+}
+
+TEST(Blocks, FollowALineThatItsHandlerParsesAnew)
+{
+    for (const auto handler : {ChangeLine, BecomeElse}) {
+        const CmdParser parser(handler == ChangeLine ? "change" : "become_else");
+        CmdListMgr::GetInstance()->RegisterCommand(handler, &parser, nullptr, nullptr);
+    }
+    std::string output;
+    RunFile("INT n\nFOR 1 4 1\n  change\nEND\nPRINT n\n", &output);
+    EXPECT_EQ(output, "2\n");
+    RunFile("FOR 1 2 1\n  IF 1 == 1\n    become_else\n    PRINT once\n  END\nEND\n", &output);
+    EXPECT_EQ(output, "once\n");
+}
+
+TEST(Blocks, CountForEverWhenTheyDoNotCountUp)
+{
+    LoopCounter counter(std::numeric_limits<std::int64_t>::min(), 0, -1);
+    EXPECT_TRUE(counter.Next());
+    EXPECT_TRUE(counter.Next()) << "it does not come round to the other end";
+    LoopCounter once(0, std::numeric_limits<int>::max(), std::numeric_limits<int>::max());
+    EXPECT_EQ(once.Next() + once.Next() + once.Next() + once.Next(), 2);
 }
 
 TEST(Statements, GiveTheirCodes)
