@@ -121,8 +121,12 @@ public:
     int SendResult(const char* text);
 
     // For clients: the text advanced by the prompt's five characters when it contains the prompt
-    // anywhere, else unchanged.
+    // anywhere, else unchanged. The place returned may be written when the text may.
     static const char* RemovePrompt(const char* text);
+    static char* RemovePrompt(char* text)
+    {
+        return const_cast<char*>(RemovePrompt(static_cast<const char*>(text)));
+    }
 
     // Runs one plain line. A return name, "name = ...", is assigned the result text, or the
     // command word when that is empty and the line has no arguments.
@@ -156,8 +160,9 @@ public:
 
     // Blocks. ParseCmdBlock takes the line over and reads the body up to END with GetLine: 0, or
     // -1 with a line on standard output when the lines end before or the block is too long; the
-    // block holds what was read then, for FreeCmdBlock. DoCmdBlock and the words run a block and leave it unchanged.
-    // FreeCmdBlock releases the whole tree; PrintCmdBlock writes it to standard output.
+    // block holds what was read then, for FreeCmdBlock. DoCmdBlock and the words run a block and
+    // leave it unchanged. FreeCmdBlock releases the whole tree; PrintCmdBlock writes it to standard
+    // output.
     CmdBlock* NewCmdBlock();
     int ParseCmdBlock(CmdBlock* block, CmdParser* line, CmdBlock* parent);
     int DoCmdBlock(CmdBlock* block, char* result);

@@ -6,6 +6,7 @@
 
 #include "util/console/HeapText.h"
 #include "util/console/NumberText.h"
+#include "util/console/SymbolReader.h"
 #include "util/os_linux/Singleton.h"
 
 std::atomic<SymListMgr*> SymListMgr::sSymListMgr{nullptr};
@@ -102,7 +103,7 @@ int SymListMgr::GetIntValue(const char* name)
     const auto read = [&](const SymInfo& info) {
         value = info.mReserved != 0 ? 0 : info.LoadInt();
     };
-    if (!WithSymbol(name, read) && name != nullptr) {
+    if (!SymbolReader::Read(*this, name, read) && name != nullptr) {
         value = IntegerOf(name);
     }
     return value;
@@ -111,7 +112,7 @@ int SymListMgr::GetIntValue(const char* name)
 const char* SymListMgr::GetStringValue(const char* name)
 {
     const char* value = name;
-    WithSymbol(name, [&](const SymInfo& info) {
+    SymbolReader::Read(*this, name, [&](const SymInfo& info) {
         value = info.mReserved != 0 ? nullptr : info.mStringValue;
     });
     return value;
@@ -123,7 +124,7 @@ float SymListMgr::GetFloatValue(const char* name)
     const auto read = [&](const SymInfo& info) {
         value = info.mReserved != 0 ? 0 : info.mFloatValue;
     };
-    if (!WithSymbol(name, read) && name != nullptr) {
+    if (!SymbolReader::Read(*this, name, read) && name != nullptr) {
         value = FloatOf(name);
     }
     return value;
@@ -132,7 +133,7 @@ float SymListMgr::GetFloatValue(const char* name)
 void* SymListMgr::GetPointerValue(const char* name)
 {
     void* value = nullptr;
-    WithSymbol(name, [&](const SymInfo& info) {
+    SymbolReader::Read(*this, name, [&](const SymInfo& info) {
         value = info.mReserved != 0 ? nullptr : info.mPointerValue;
     });
     return value;

@@ -77,8 +77,8 @@ int ReadThreeBlocks(CmdParser* /*line*/, CmdInfo* /*info*/, char* result)
     std::string codes;
     for (const int lines : {9000, 9000, 17000}) {
         CmdBlock* const block = Console().NewCmdBlock();
-        codes += std::to_string(
-            Console().ParseCmdBlock(block, new CmdParser("FOR 1 1 1"), nullptr));
+        codes +=
+            std::to_string(Console().ParseCmdBlock(block, new CmdParser("FOR 1 1 1"), nullptr));
         int entries = 0;
         for (const CmdBlock* at = block->mFirstChild; at != nullptr; at = at->mNext) {
             ++entries;
