@@ -5,7 +5,7 @@ set(HTML5_VIDEO_SANITIZE "" CACHE STRING "Value of -fsanitize= for every target,
 
 set(html5_video_warnings -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Wformat=2
     -Wno-format-zero-length -Wundef)
-set(html5_video_cxx_warnings -Wnon-virtual-dtor -Woverloaded-virtual -Wold-style-cast)
+set(html5_video_cxx_warnings -Woverloaded-virtual -Wold-style-cast)
 
 function(html5_video_compile_options target)
     target_compile_options(${target} PRIVATE

@@ -3,6 +3,7 @@
 #include <cstdio>
 #include <cstdlib>
 
+#include "html5_video/StatusBoard.h"
 #include "util/ipc/IPCChannel.h"
 #include "util/ipc/IPCChannelMgr.h"
 #include "util/ipc/IPCParam.h"
@@ -86,7 +87,7 @@ int HTML5VideoClient::Send(const char* method, IPCParam& arguments)
 int HTML5VideoClient::load(const char* url)
 {
     std::fprintf(stderr, "%s %s %d\n", __FILE__, __func__, kLoadTraceLine);
-    mStatus.Update([](PlayerStatus& status) {
+    StatusBoard::sPlayer.Update([](PlayerStatus& status) {
         status.playTime = 0;
         status.endTime = 0;
         status.statusValue3 = 0;
@@ -157,7 +158,7 @@ void HTML5VideoClient::setStatus(int playTime, int endTime, int speed, int statu
                                  int mediaStatus, bool inSeek, unsigned long long totalBytes,
                                  unsigned long long currentOffset)
 {
-    mStatus.Update([=](PlayerStatus& status) {
+    StatusBoard::sPlayer.Update([=](PlayerStatus& status) {
         status.playTime = playTime;
         status.endTime = endTime;
         status.speed = speed;
@@ -171,10 +172,15 @@ void HTML5VideoClient::setStatus(int playTime, int endTime, int speed, int statu
 
 void HTML5VideoClient::setVideoDimension(int width, int height)
 {
-    mStatus.Update([=](PlayerStatus& status) {
+    StatusBoard::sPlayer.Update([=](PlayerStatus& status) {
         status.videoWidth = width;
         status.videoHeight = height;
     });
+}
+
+PlayerStatus HTML5VideoClient::GetStatus() const
+{
+    return StatusBoard::sPlayer.Read();
 }
 
 IPCParam* SetStatus_IPC(IPCParam* request)

@@ -7,7 +7,6 @@
 #include <atomic>
 
 #include "html5_video/PlayerStatus.h"
-#include "html5_video/StatusBoard.h"
 #include "util/Export.h"
 
 class IPCChannel;
@@ -45,7 +44,7 @@ public:
     void setVideoDimension(int width, int height);
 
     // One whole report.
-    PlayerStatus GetStatus() const { return mStatus.Read(); }
+    PlayerStatus GetStatus() const;
 
     int GetPlayTime() const { return GetStatus().playTime; }
     int GetEndTime() const { return GetStatus().endTime; }
@@ -64,7 +63,6 @@ private:
     HTML5_VIDEO_LOCAL static std::atomic<HTML5VideoClient*> sHTML5VideoClient;
 
     IPCChannel* mChannel;
-    StatusBoard mStatus;
 };
 
 // The handler of "SetStatus": twelve integers by position, of which missing or mistyped ones count

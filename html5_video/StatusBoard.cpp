@@ -1,66 +1,33 @@
 #include "html5_video/StatusBoard.h"
 
-#include <sched.h>
+StatusBoard StatusBoard::sPlayer;
 
-namespace {
-constexpr std::uint32_t Low(unsigned long long value)
+PlayerStatus StatusBoard::Read() const
 {
-    return static_cast<std::uint32_t>(value);
+    PlayerStatus status;
+    Read([&status](const Slot& slot) {
+        status = {slot.playTime,    slot.endTime,      slot.statusValue3, slot.speed,
+                  slot.mediaStatus, slot.videoWidth,   slot.videoHeight,  slot.inSeek != 0,
+                  slot.totalBytes,  slot.currentOffset};
+    });
+    return status;
 }
 
-constexpr std::uint32_t High(unsigned long long value)
+void StatusBoard::Store(Slot& slot, const PlayerStatus& status)
 {
-    return static_cast<std::uint32_t>(value >> 32);
-}
-
-constexpr std::uint32_t Bits(int value)
-{
-    return static_cast<std::uint32_t>(value);
-}
-}  // namespace
-
-StatusBoard::StatusBoard() : mPublished(0), mSlots()
-{
-    mSlots[0].taken = true;
-}
-
-void StatusBoard::Store(unsigned slot, const PlayerStatus& status)
-{
-    // Whoever sees a word stored below also sees that this slot is no longer the published one.
+    const unsigned steps = slot.steps.load(std::memory_order_relaxed);
+    slot.steps.store(steps + 1, std::memory_order_release);
+    // Whoever sees a word stored below also sees that the storing has begun.
     std::atomic_thread_fence(std::memory_order_release);
-    const std::uint32_t values[kWords] = {
-        Bits(status.playTime),    Bits(status.endTime),       Bits(status.statusValue3),
-        Bits(status.speed),       Bits(status.mediaStatus),   Bits(status.videoWidth),
-        Bits(status.videoHeight), status.inSeek ? 1U : 0U,    High(status.totalBytes),
-        Low(status.totalBytes),   High(status.currentOffset), Low(status.currentOffset)};
-    for (unsigned index = 0; index < kWords; ++index) {
-        mSlots[slot].words[index].store(values[index], std::memory_order_relaxed);
-    }
-}
-
-// A slot of the caller's own. There are more slots than threads that update at once; should there
-// ever be more threads, they wait for one of the others.
-unsigned StatusBoard::Claim()
-{
-    for (;;) {
-        for (unsigned slot = 0; slot < kSlots; ++slot) {
-            if (!mSlots[slot].taken.exchange(true, std::memory_order_acq_rel)) {
-                return slot;
-            }
-        }
-        sched_yield();
-    }
-}
-
-// False, with base the latest, when another update was published since base was read.
-bool StatusBoard::Publish(std::uint32_t& base, unsigned slot)
-{
-    const std::uint32_t next = (base / kSlots + 1) * kSlots + slot;
-    const unsigned superseded = SlotOf(base);
-    if (!mPublished.compare_exchange_strong(base, next, std::memory_order_acq_rel,
-                                            std::memory_order_acquire)) {
-        return false;
-    }
-    mSlots[superseded].taken.store(false, std::memory_order_release);
-    return true;
+    slot.playTime.Set(status.playTime);
+    slot.endTime.Set(status.endTime);
+    slot.statusValue3.Set(status.statusValue3);
+    slot.speed.Set(status.speed);
+    slot.mediaStatus.Set(status.mediaStatus);
+    slot.videoWidth.Set(status.videoWidth);
+    slot.videoHeight.Set(status.videoHeight);
+    slot.inSeek.Set(status.inSeek);
+    slot.totalBytes.Set(status.totalBytes);
+    slot.currentOffset.Set(status.currentOffset);
+    slot.steps.store(steps + 2, std::memory_order_release);
 }

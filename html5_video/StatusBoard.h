@@ -1,9 +1,10 @@
 // Internal. The player's state, written on the serving thread and read on the browser's: every
-// read is one whole update, and nobody waits for a lock.
+// read is one whole update, and a reader never waits.
 //
-// Each update fills a slot that nobody reads and then publishes it with one store. A reader copies
-// the published slot and looks whether it still is the published one; only an update that came in
-// between makes it copy again, so a reader never waits for a writer that was interrupted.
+// Each update goes into two slots, one after the other, under the writers' lock. A reader takes
+// the first one and looks whether it was being written meanwhile; if so, the second one still holds
+// the update before, whole, and only an update that has gone on to it sends the reader back. A
+// writer that is interrupted holds up no reader.
 #ifndef HTML5_VIDEO_STATUSBOARD_H
 #define HTML5_VIDEO_STATUSBOARD_H
 
@@ -11,91 +12,110 @@
 #include <cstdint>
 
 #include "html5_video/PlayerStatus.h"
+#include "util/os_linux/StaticLock.h"
 
 class StatusBoard
 {
 public:
+    // A word of a slot. The slot's steps order the accesses.
+    template <typename T>
+    class Word
+    {
+    public:
+        operator T() const { return mValue.load(std::memory_order_relaxed); }
+        void Set(T value) { mValue.store(value, std::memory_order_relaxed); }
+
+    private:
+        std::atomic<T> mValue{0};
+    };
+
+    // 64 bits in two words, which every processor reads without a lock.
+    class DoubleWord
+    {
+    public:
+        operator unsigned long long() const
+        {
+            return static_cast<unsigned long long>(mHigh) << 32 | mLow;
+        }
+        void Set(unsigned long long value)
+        {
+            mHigh.Set(static_cast<std::uint32_t>(value >> 32));
+            mLow.Set(static_cast<std::uint32_t>(value));
+        }
+
+    private:
+        Word<std::uint32_t> mHigh;
+        Word<std::uint32_t> mLow;
+    };
+
+    // The fields of a PlayerStatus, in a cache line of their own wherever the board lies: a reader
+    // beside a writer fetches one.
+    struct alignas(64) Slot
+    {
+        std::atomic<unsigned> steps{0};  // two an update; odd while one is being stored
+        Word<int> playTime;
+        Word<int> endTime;
+        Word<int> statusValue3;
+        Word<int> speed;
+        Word<int> mediaStatus;
+        Word<int> videoWidth;
+        Word<int> videoHeight;
+        Word<int> inSeek;
+        DoubleWord totalBytes;
+        DoubleWord currentOffset;
+    };
+
+    // The state of the process's one player: constant-initialised, so that it can be read before
+    // the client is made.
+    static StatusBoard sPlayer;
+
     // All fields 0.
-    StatusBoard();
+    constexpr StatusBoard() = default;
     StatusBoard(const StatusBoard&) = delete;
     StatusBoard& operator=(const StatusBoard&) = delete;
 
-    PlayerStatus Read() const
+    // Calls take(slot), which copies what it wants of the slot: again while updates come in
+    // between, and what it took last is of one whole update.
+    template <typename Take>
+    void Read(Take take) const
     {
-        PlayerStatus status;
-        while (!Load(mPublished.load(std::memory_order_acquire), status)) {}
-        return status;
+        while (!Try(mSlots[0], take) && !Try(mSlots[1], take)) {}
     }
 
-    // Applies change(PlayerStatus&) to the latest state, as one step: when another thread's update
-    // comes in between, change is applied again to that one's outcome.
+    PlayerStatus Read() const;
+
+    // Applies change(PlayerStatus&) to the latest state, as one step.
     template <typename Change>
     void Update(Change change)
     {
-        const unsigned slot = Claim();
-        std::uint32_t base = mPublished.load(std::memory_order_acquire);
-        for (;;) {
-            PlayerStatus status;
-            if (!Load(base, status)) {
-                base = mPublished.load(std::memory_order_acquire);
-                continue;
-            }
-            change(status);
-            Store(slot, status);
-            if (Publish(base, slot)) {
-                return;
-            }
-        }
+        const StaticLockHold hold(mWriting);
+        PlayerStatus status = Read();
+        change(status);
+        Store(mSlots[0], status);
+        Store(mSlots[1], status);
     }
 
 private:
-    // More slots than there are threads that update at the same time, plus the published one.
-    static constexpr unsigned kSlots = 16;
-    static constexpr unsigned kWords = 12;
-
-    // A cache line of its own, wherever the board lies.
-    struct alignas(64) Slot
+    // False when a writer was at the slot meanwhile. Inlined, since calls cost half of a read.
+    template <typename Take>
+    [[gnu::always_inline]] static bool Try(const Slot& slot, Take& take)
     {
-        std::atomic<bool> taken;  // published, or being filled
-        std::atomic<std::uint32_t> words[kWords];
-    };
-
-    // mPublished is a count of updates times kSlots plus the slot of the latest one.
-    static unsigned SlotOf(std::uint32_t published) { return published % kSlots; }
-
-    static unsigned long long Join(std::uint32_t high, std::uint32_t low)
-    {
-        return static_cast<unsigned long long>(high) << 32 | low;
-    }
-
-    // Copies the published slot; false when it was superseded meanwhile, and so perhaps refilled.
-    bool Load(std::uint32_t published, PlayerStatus& status) const
-    {
-        const std::atomic<std::uint32_t>* const words = mSlots[SlotOf(published)].words;
-        const auto word = [words](unsigned index) {
-            return words[index].load(std::memory_order_relaxed);
-        };
-        status.playTime = static_cast<int>(word(0));
-        status.endTime = static_cast<int>(word(1));
-        status.statusValue3 = static_cast<int>(word(2));
-        status.speed = static_cast<int>(word(3));
-        status.mediaStatus = static_cast<int>(word(4));
-        status.videoWidth = static_cast<int>(word(5));
-        status.videoHeight = static_cast<int>(word(6));
-        status.inSeek = word(7) != 0;
-        status.totalBytes = Join(word(8), word(9));
-        status.currentOffset = Join(word(10), word(11));
-        // A word of a later filling is seen only after what superseded this one: see Store.
+        const unsigned before = slot.steps.load(std::memory_order_acquire);
+        take(slot);
+        // Whoever saw a word that is stored later sees below that its storing had begun.
         std::atomic_thread_fence(std::memory_order_acquire);
-        return mPublished.load(std::memory_order_relaxed) == published;
+        const bool whole = before % 2 == 0 && slot.steps.load(std::memory_order_relaxed) == before;
+        if (!whole) {
+            // The other slot is read as this writer found it or later, and so never goes back.
+            std::atomic_thread_fence(std::memory_order_acquire);
+        }
+        return whole;
     }
 
-    void Store(unsigned slot, const PlayerStatus& status);
-    unsigned Claim();
-    bool Publish(std::uint32_t& base, unsigned slot);
+    static void Store(Slot& slot, const PlayerStatus& status);
 
-    std::atomic<std::uint32_t> mPublished;
-    Slot mSlots[kSlots];
+    StaticLock mWriting;
+    Slot mSlots[2];
 };
 
 #endif  // HTML5_VIDEO_STATUSBOARD_H

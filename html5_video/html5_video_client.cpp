@@ -1,6 +1,7 @@
 #include "html5_video/html5_video_client.h"
 
 #include "html5_video/HTML5VideoClient.h"
+#include "html5_video/StatusBoard.h"
 
 extern "C" {
 int html5_video_client_init(void)
@@ -56,22 +57,26 @@ int html5_video_client_setMuted(bool muted)
 int html5_video_get_status(int* playTime, int* endTime, int* speed, int* mediaStatus, int* inSeek,
                            unsigned long long* totalBytes, unsigned long long* currentOffset)
 {
-    const PlayerStatus status = HTML5VideoClient::GetInstance()->GetStatus();
-    *playTime = status.playTime;
-    *endTime = status.endTime;
-    *speed = status.speed;
-    *mediaStatus = status.mediaStatus;
-    *inSeek = status.inSeek ? 1 : 0;
-    *totalBytes = status.totalBytes;
-    *currentOffset = status.currentOffset;
+    StatusBoard::sPlayer.Read([&](const StatusBoard::Slot& slot) {
+        *playTime = slot.playTime;
+        *endTime = slot.endTime;
+        *speed = slot.speed;
+        *mediaStatus = slot.mediaStatus;
+        *inSeek = slot.inSeek;
+        *totalBytes = slot.totalBytes;
+        *currentOffset = slot.currentOffset;
+    });
+    HTML5VideoClient::GetInstance();  // behind the read, which it would cost its registers
     return 0;
 }
 
 int html5_video_get_video_dimension(int* width, int* height)
 {
-    const PlayerStatus status = HTML5VideoClient::GetInstance()->GetStatus();
-    *width = status.videoWidth;
-    *height = status.videoHeight;
+    StatusBoard::sPlayer.Read([&](const StatusBoard::Slot& slot) {
+        *width = slot.videoWidth;
+        *height = slot.videoHeight;
+    });
+    HTML5VideoClient::GetInstance();  // behind the read, which it would cost its registers
     return 0;
 }
 }

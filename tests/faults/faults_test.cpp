@@ -158,7 +158,8 @@ private:
                 return false;
             }
         }
-        return Say(client, "quit");
+        // The server closes first, so that the port keeps what is left of the connection.
+        return Say(client, "quit") && client.Read(prompt, 1) <= 0;
     }
 
     const int mPort;
@@ -293,6 +294,17 @@ INSTANTIATE_TEST_SUITE_P(Processes, Faults,
                          NameOf);
 INSTANTIATE_TEST_SUITE_P(Waits, ConsoleFaults, testing::Values(Fault{"poll", {EINTR, ENOMEM}}),
                          NameOf);
+
+// A listener that served without it would keep its port from the next one for a minute.
+TEST(ConsoleOpening, FailsWhereTheAddressCanNotBeReused)
+{
+    const int status = InChild([] {
+        CmdMgr& console = *CmdMgr::GetInstance(test::FreePort());
+        faults_arm("setsockopt", 1, ENOMEM);
+        return console.Open() == -1 ? 0 : 1;
+    });
+    EXPECT_EQ(status, 0);
+}
 
 void OnSignal(int) {}
 

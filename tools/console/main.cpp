@@ -32,9 +32,11 @@ constexpr char kFooter[] =
     "the standard output and in the log of the console's own process, not here; nor can this\n"
     "program tell whether a statement succeeded.\n"
     "\n"
-    "Exit status: 0 every line was run, 1 wrong usage or input, 2 no connection, 3 the opening "
-    "was\n"
-    "refused or not answered, 4 the connection was lost, 130 left with ^C while a statement ran.";
+    "\"quit\" ends the session: lines behind it are not run, and that is no error.\n"
+    "\n"
+    "Exit status: 0 every line was run, or every line up to a \"quit\"; 1 wrong usage or input;\n"
+    "2 no connection; 3 the opening was refused or not answered; 4 the connection was lost;\n"
+    "130 left with ^C while a statement ran.";
 
 ExitStatus RunFile(Session* session, const std::string& path)
 {

@@ -21,9 +21,7 @@ namespace {
 std::uint32_t Extend(std::uint32_t crc, const unsigned char* data, std::size_t length)
 {
 #if CHECKSUM_X86
-    static const auto fastest = X86HasCarrylessMultiply512() ? Crc32X86Wide
-                                : X86HasCarrylessMultiply()  ? Crc32X86
-                                                             : Crc32Portable;
+    static const auto fastest = X86HasCarrylessMultiply() ? Crc32X86 : Crc32Portable;
     return fastest(crc, data, length);
 #else
     return Crc32Portable(crc, data, length);

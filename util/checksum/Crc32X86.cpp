@@ -13,19 +13,10 @@
 // Polynomials Using PCLMULQDQ Instruction", Intel, 2009.
 
 #define TARGET __attribute__((target("pclmul,ssse3,sse4.1")))
-#define TARGET_WIDE __attribute__((target("pclmul,vpclmulqdq,avx512f,avx512bw")))
 
 namespace {
 constexpr std::size_t kBlock = 16;
-constexpr std::size_t kRow = 4 * kBlock;    // four accumulators of 128 bits
-constexpr std::size_t kWideRow = 4 * kRow;  // four accumulators of 512 bits
-
-// Shorter buffers do not repay the start and the end of the wide loop.
-constexpr std::size_t kShortestWide = 2 * kWideRow;
-
-// The two halves of the shuffle that reverses the bytes of a block.
-constexpr long long kReversedHigh = 0x0001020304050607;
-constexpr long long kReversedLow = 0x08090A0B0C0D0E0F;
+constexpr std::size_t kRow = 4 * kBlock;
 
 // Four blocks in the order of the message.
 struct Row
@@ -53,8 +44,8 @@ constexpr long long InversePolynomial()
 
 TARGET inline __m128i LoadBlock(const unsigned char* data)
 {
-    return _mm_shuffle_epi8(_mm_loadu_si128(reinterpret_cast<const __m128i*>(data)),
-                            _mm_set_epi64x(kReversedHigh, kReversedLow));
+    const __m128i reversed = _mm_set_epi64x(0x0001020304050607, 0x08090A0B0C0D0E0F);
+    return _mm_shuffle_epi8(_mm_loadu_si128(reinterpret_cast<const __m128i*>(data)), reversed);
 }
 
 // Reads by table what keeps the length from being a multiple of kBlock.
@@ -120,49 +111,6 @@ TARGET std::uint32_t ReadRows(const Row& first, const unsigned char* data, std::
     const __m128i last = Fold<kBlock>(row.c, row.d);
     return ReadBlocks(Fold<3 * kBlock>(row.a, Fold<2 * kBlock>(row.b, last)), data, length);
 }
-
-TARGET_WIDE inline __m512i LoadWide(const unsigned char* data)
-{
-    return _mm512_shuffle_epi8(
-        _mm512_loadu_si512(data),
-        _mm512_set4_epi64(kReversedHigh, kReversedLow, kReversedHigh, kReversedLow));
-}
-
-// Fold for four blocks.
-template <std::size_t bytes>
-TARGET_WIDE inline __m512i FoldWide(__m512i blocks, __m512i onto)
-{
-    constexpr long long highPower = Power(8 * bytes + 64);
-    constexpr long long lowPower = Power(8 * bytes);
-    const __m512i powers = _mm512_set4_epi64(highPower, lowPower, highPower, lowPower);
-    const __m512i high = _mm512_clmulepi64_epi128(blocks, powers, 0x11);
-    const __m512i low = _mm512_clmulepi64_epi128(blocks, powers, 0x00);
-    return _mm512_xor_si512(_mm512_xor_si512(high, low), onto);
-}
-
-// Folds the whole wide rows, of which there is one or more, into one row. data and length are left
-// at what follows. The only function of its target: in one that went on after it, the compiler
-// might copy the row through a wide register and leave that dirty.
-TARGET_WIDE void ReadWideRows(std::uint32_t crc, Row& row, const unsigned char*& data,
-                              std::size_t& length)
-{
-    __m512i a = _mm512_xor_si512(LoadWide(data), _mm512_zextsi128_si512(AtFront(crc)));
-    __m512i b = LoadWide(data + kRow);
-    __m512i c = LoadWide(data + 2 * kRow);
-    __m512i d = LoadWide(data + 3 * kRow);
-    data += kWideRow;
-    length -= kWideRow;
-    for (; length >= kWideRow; data += kWideRow, length -= kWideRow) {
-        a = FoldWide<kWideRow>(a, LoadWide(data));
-        b = FoldWide<kWideRow>(b, LoadWide(data + kRow));
-        c = FoldWide<kWideRow>(c, LoadWide(data + 2 * kRow));
-        d = FoldWide<kWideRow>(d, LoadWide(data + 3 * kRow));
-    }
-    const __m512i last = FoldWide<kRow>(c, d);
-    _mm512_storeu_si512(&row, FoldWide<3 * kRow>(a, FoldWide<2 * kRow>(b, last)));
-    // A dirty upper half would slow down every SSE instruction of this thread from here on.
-    _mm256_zeroupper();
-}
 }  // namespace
 
 TARGET std::uint32_t Crc32X86(std::uint32_t crc, const unsigned char* data, std::size_t length)
@@ -178,16 +126,5 @@ TARGET std::uint32_t Crc32X86(std::uint32_t crc, const unsigned char* data, std:
     const Row row = {first, LoadBlock(data + kBlock), LoadBlock(data + 2 * kBlock),
                      LoadBlock(data + 3 * kBlock)};
     return ReadRows(row, data + kRow, length - kRow);
-}
-
-std::uint32_t Crc32X86Wide(std::uint32_t crc, const unsigned char* data, std::size_t length)
-{
-    if (length < kShortestWide) {
-        return Crc32X86(crc, data, length);
-    }
-    SkipHead(crc, data, length);
-    Row row;
-    ReadWideRows(crc, row, data, length);
-    return ReadRows(row, data, length);
 }
 #endif

@@ -10,9 +10,6 @@
 #if CHECKSUM_X86
 // REQUIRES: X86HasCarrylessMultiply().
 std::uint32_t Crc32X86(std::uint32_t crc, const unsigned char* data, std::size_t length);
-
-// REQUIRES: X86HasCarrylessMultiply512().
-std::uint32_t Crc32X86Wide(std::uint32_t crc, const unsigned char* data, std::size_t length);
 #endif
 
 #endif  // UTIL_CHECKSUM_CRC32X86_H

@@ -13,9 +13,8 @@
 #endif
 
 #if CHECKSUM_X86
-bool X86HasSha();                   // SHA extensions, with SSSE3 and SSE4.1
-bool X86HasCarrylessMultiply();     // PCLMULQDQ, with SSSE3 and SSE4.1
-bool X86HasCarrylessMultiply512();  // VPCLMULQDQ on 512-bit vectors that the system saves
+bool X86HasSha();                // SHA extensions, with SSSE3 and SSE4.1
+bool X86HasCarrylessMultiply();  // PCLMULQDQ, with SSSE3 and SSE4.1
 #endif
 
 #endif  // UTIL_CHECKSUM_X86_H

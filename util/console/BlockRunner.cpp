@@ -1,7 +1,5 @@
 #include "util/console/BlockRunner.h"
 
-#include <cstdint>
-
 #include "util/console/CmdListMgr.h"
 #include "util/console/CmdMgr.h"
 #include "util/console/CmdParser.h"
@@ -84,18 +82,12 @@ int BlockRunner::RunLoop(BlockStep& step, char* result, Next next)
     return code;
 }
 
-// The counter is wider than the language's integers: it neither wraps at their end nor, counting
-// down from a start that is not above the end, comes round to stop.
 int BlockRunner::RunFor(BlockStep& step, char* result)
 {
-    std::int64_t counter = mSymbols.GetIntValue(step.line->GetNthArg(0));
-    const std::int64_t end = mSymbols.GetIntValue(step.line->GetNthArg(1));
-    const std::int64_t increment = mSymbols.GetIntValue(step.line->GetNthArg(2));
-    return RunLoop(step, result, [&counter, end, increment] {
-        const bool goesOn = counter <= end;
-        counter += increment;
-        return goesOn;
-    });
+    LoopCounter counter(mSymbols.GetIntValue(step.line->GetNthArg(0)),
+                        mSymbols.GetIntValue(step.line->GetNthArg(1)),
+                        mSymbols.GetIntValue(step.line->GetNthArg(2)));
+    return RunLoop(step, result, [&counter] { return counter.Next(); });
 }
 
 int BlockRunner::RunWhile(BlockStep& step, char* result)
@@ -105,6 +97,9 @@ int BlockRunner::RunWhile(BlockStep& step, char* result)
 
 int BlockRunner::RunIf(BlockStep& step, char* result)
 {
+    if (mLineChanged) {
+        step.FindElses();
+    }
     const int code = IsTrue(step) ? RunBody(step, 0, step.firstElse, result)
                                   : RunBody(step, step.firstElse + 1, step.secondElse, result);
     result[0] = '\0';
@@ -153,7 +148,12 @@ bool BlockRunner::IsCommandWord(BlockStep& step)
 int BlockRunner::RunPlain(BlockStep& step, char* result)
 {
     mHold.reset();
-    return mManager.RunStatement(step.statement, step.line, result);
+    const int code = mManager.RunStatement(step.statement, step.line, result);
+    if (step.lineGeneration != step.line->GetGeneration()) {
+        step.PrepareLine();
+        mLineChanged = true;
+    }
+    return code;
 }
 
 void BlockRunner::Renew(BlockStep& step)

@@ -58,6 +58,7 @@ private:
     SymListMgr& mSymbols;
     CmdListMgr& mCommands;
     BlockStep mBlock;
+    bool mLineChanged = false;  // a handler parsed its own line anew, perhaps to an ELSE
     std::optional<RegistryHold<SymListMgr>> mHold;
 };
 

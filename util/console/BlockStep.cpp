@@ -61,6 +61,10 @@ BlockStep::BlockStep(const CmdBlock& entry, int depth) : kind(Kind::kPlain), lin
 
 void BlockStep::PrepareLine()
 {
+    kind = Kind::kPlain;
+    generation = 0;
+    commandGeneration = 0;
+    lineGeneration = line->GetGeneration();
     statement = ClassifyStatement(*line);
     const bool returns = line->GetReturn() != nullptr;
     if (statement == StatementKind::kArithmetic) {
@@ -87,6 +91,11 @@ void BlockStep::PrepareBlock(const CmdBlock& block, int depth)
     for (const CmdBlock* entry = block.mFirstChild; entry != nullptr; entry = entry->mNext) {
         body.push_back(BlockStep(*entry, depth + 1));
     }
+    FindElses();
+}
+
+void BlockStep::FindElses()
+{
     firstElse = FindElse(0);
     secondElse = FindElse(firstElse + 1);
 }

@@ -37,12 +37,20 @@ struct BlockStep
     explicit BlockStep(const CmdBlock& block);
     BlockStep(const CmdBlock& block, Kind wanted);
 
+    // What a plain line is. Called again when a handler, which is given the line it runs for, has
+    // parsed it anew.
+    void PrepareLine();
+
+    // Where the body's lines ELSE stand.
+    void FindElses();
+
     // Looks the words up again; the symbol table's generation at that time is stored.
     void Resolve(SymListMgr& symbols);
 
     Kind kind;
     StatementKind statement = StatementKind::kNothing;  // of a plain line
     CmdParser* line;
+    unsigned lineGeneration = 0;  // of a plain line, when it was prepared
 
     // What arithmetic, assignments and conditions work on; valid at that generation.
     unsigned generation = 0;
@@ -66,7 +74,6 @@ struct BlockStep
 private:
     BlockStep(const CmdBlock& entry, int depth);
 
-    void PrepareLine();
     void PrepareBlock(const CmdBlock& block, int depth);
     std::size_t FindElse(std::size_t from) const;
 };

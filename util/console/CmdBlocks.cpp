@@ -1,13 +1,11 @@
 // Blocks: read into a tree, run, released, written out.
 #include <cstdio>
-#include <cstring>
-#include <memory>
 
+#include "util/console/BlockReader.h"
 #include "util/console/BlockRunner.h"
 #include "util/console/CmdBlock.h"
 #include "util/console/CmdMgr.h"
 #include "util/console/CmdParser.h"
-#include "util/console/StatementKind.h"
 
 namespace {
 void PrintWord(const char* name, const CmdBlock* entry)
@@ -34,71 +32,16 @@ CmdBlock* CmdMgr::NewCmdBlock()
     return new CmdBlock;
 }
 
-// The next line of a block that is no comment, or null when there is none. The caller deletes it.
-CmdParser* CmdMgr::ReadBlockLine()
-{
-    char line[kLineSize];
-    do {
-        if (GetLine(line) < 0) {
-            return nullptr;
-        }
-    } while (IsComment(line));
-    ++mBlockLines;
-    mBlockText += std::strlen(line);
-    return new CmdParser(line);
-}
-
-bool CmdMgr::IsBlockFull() const
-{
-    return mBlockLines > kMaxBlockLines || mBlockText > kMaxBlockText;
-}
-
+// There is no result text here: the reason goes where the other reports of the console go.
 int CmdMgr::ParseCmdBlock(CmdBlock* block, CmdParser* line, CmdBlock* parent)
 {
-    block->mCommand = line;
-    block->mParent = parent;
-    const bool deepest = BlockDepth(*block) >= kMaxBlockDepth;
-    CmdBlock** next = &block->mFirstChild;
-    while (std::unique_ptr<CmdParser> parser{ReadBlockLine()}) {
-        if (EndsBlock(*parser)) {
-            return 0;
-        }
-        const bool opens = IsControlCmd(parser.get());
-        CmdBlock* entry = nullptr;
-        if (!IsBlockFull()) {
-            entry = NewCmdBlock();
-            entry->mCommand = parser.release();
-            entry->mParent = block;
-            *next = entry;
-            next = &entry->mNext;
-        }
-        if (!opens) {
-            continue;
-        }
-        const bool kept = entry != nullptr && !deepest;
-        if ((kept ? ParseCmdBlock(entry, entry->mCommand, block) : SkipBlock()) != 0) {
-            return -1;
-        }
+    const char* const reason = BlockReader(*this).Read(block, line, parent);
+    if (reason == nullptr) {
+        return kDone;
     }
-    return -1;
-}
-
-// Reads a block that is not kept up to its END: 0, or -1 when the lines end before.
-int CmdMgr::SkipBlock()
-{
-    int open = 1;
-    while (open > 0) {
-        const std::unique_ptr<CmdParser> parser(ReadBlockLine());
-        if (parser == nullptr) {
-            return -1;
-        }
-        if (EndsBlock(*parser)) {
-            --open;
-        } else if (IsControlCmd(parser.get())) {
-            ++open;
-        }
-    }
-    return 0;
+    std::puts(reason);
+    std::fflush(stdout);
+    return kFailed;
 }
 
 int CmdMgr::DoCmdBlock(CmdBlock* block, char* result)

@@ -9,9 +9,16 @@
 //     };
 //     volumeClient.Register("volume int", "volume N : set the volume to N");
 //
+// A CmdClient<T> as it is registers commands that do nothing.
+//
 // Neither the client nor its owner is owned by the registry. Both must outlive the registration: a
 // client that goes earlier first calls CmdListMgr's UnregisterCommand(name, this) for each command
 // and then WaitForHandlers().
+//
+// The destructor is not virtual, since the table of virtual functions has one slot by contract: a
+// client is deleted as what it is, never through this class. Mark derived classes final. (GCC's
+// -Wnon-virtual-dtor names every class derived from this one; -Wdelete-non-virtual-dtor, which is
+// in -Wall, names the deletes that are wrong.)
 #ifndef UTIL_CONSOLE_CMDCLIENT_H
 #define UTIL_CONSOLE_CMDCLIENT_H
 
@@ -45,10 +52,6 @@ public:
     }
 
 protected:
-    // Not virtual, since the table of virtual functions has one slot by contract: a client is
-    // deleted as what it is, never through this class. Mark derived classes final.
-    ~CmdClient() = default;
-
     T* mOwner;
 };
 

@@ -1,6 +1,6 @@
 // The interpreter's way from a line to a statement: comments, blocks, built-in words, commands of
 // the registry, return names.
-#include "util/console/BlockRunner.h"
+#include "util/console/BlockReader.h"
 #include "util/console/CmdBlock.h"
 #include "util/console/CmdListMgr.h"
 #include "util/console/CmdMgr.h"
@@ -82,17 +82,9 @@ void CmdMgr::Dispatch(CmdParser* line, char* result)
 int CmdMgr::CmdBlockLoop(const char* firstLine, char* result)
 {
     result[0] = '\0';
-    mBlockLines = 0;
-    mBlockText = 0;
     CmdBlock* const block = NewCmdBlock();
-    int code = kDone;
-    if (ParseCmdBlock(block, new CmdParser(firstLine), nullptr) != 0) {
-        code = Fail(result, "Block without END");
-    } else if (IsBlockFull()) {
-        code = Fail(result, "Block too long");
-    } else {
-        code = DoCmdBlock(block, result);
-    }
+    const char* const reason = BlockReader(*this).Read(block, new CmdParser(firstLine), nullptr);
+    const int code = reason != nullptr ? Fail(result, reason) : DoCmdBlock(block, result);
     FreeCmdBlock(block);
     return code;
 }

@@ -40,9 +40,7 @@ CmdMgr::CmdMgr(int port)
       mSettings(new ConsoleSettings),
       mSignal(new StopSignal),
       mLink(new ConsoleLink(*mSignal)),
-      mScriptDepth(0),
-      mBlockLines(0),
-      mBlockText(0)
+      mScriptDepth(0)
 {
     mSettings->port = port;
     Init();
@@ -178,9 +176,7 @@ void CmdMgr::Serve()
     CmdParser parser;
     char line[kLineSize];
     char result[kResultSize];
-    if (Open() != 0) {
-        mStop = true;
-    }
+    NextClient();
     while (!mStop) {
         SetLine(kPrompt);
         if (GetLine(line) < 0) {
@@ -195,9 +191,10 @@ void CmdMgr::Serve()
     EndServing();
 }
 
+// Opens anew, with the settings of now. Standard input that has ended has nothing more to give.
 void CmdMgr::NextClient()
 {
-    if (mLink->NextClient() != 0) {
+    if (mLink->IsAtEnd() || Open() != 0) {
         mStop = true;
     }
 }
@@ -222,7 +219,7 @@ void CmdMgr::Close()
 
 int CmdMgr::GetLine(char* line)
 {
-    if (!mLink->HasPeer() || mSignal->IsRaised()) {
+    if (mSignal->IsRaised()) {
         return -1;
     }
     if (mIsScript && mScript != nullptr) {

@@ -82,8 +82,9 @@ public:
     // Applies one such line.
     void ParseConfig(const char* line);
 
-    // The same settings by call, for the next opening; Start lets the file's keys override them.
-    // A null address means every interface.
+    // The same settings by call; Start lets the file's keys override them. A null address means
+    // every interface. All settings hold from the next opening on, which is that of the next
+    // client: a client that is served stays, and keeps them, until it leaves.
     void SetAddress(const char* address);
     void SetTolerant(bool tolerant);
     void SetStartTimeout(int milliseconds);
@@ -97,14 +98,17 @@ public:
     void Stop();
 
     // Prepares the mode's line source, over TCP by listening and waiting for a client whose first
-    // line begins with "START". 0, or -1 with everything closed again.
+    // line begins with "START". A client of before is left; a socket that listens already at the
+    // address and port wanted is kept. 0, or -1 with everything closed again.
     int Open();
 
-    // Closes the client's and the listening socket; nothing for the standard streams.
+    // Closes the client's and the listening socket; nothing for the standard streams. Called by a
+    // handler, it makes the console open anew and take the next client after the statement.
     void Close();
 
-    // Reads the next line, from the running script file if there is one: its length, or -1 when it
-    // was dropped or none can come. Lines of files and standard input keep their line end.
+    // Reads the next line, from the running script file if there is one, which needs no client: its
+    // length, or -1 when it was dropped or none can come. Lines of files and standard input keep
+    // their line end.
     int GetLine(char* line);
 
     // Sends a text to the client: its length, or -1.
@@ -117,15 +121,20 @@ public:
     int SendResult(const char* text);
 
     // For clients: the text advanced by the prompt's five characters when it contains the prompt
-    // anywhere, else unchanged.
+    // anywhere, else unchanged. The place returned may be written when the text may.
     static const char* RemovePrompt(const char* text);
+    static char* RemovePrompt(char* text)
+    {
+        return const_cast<char*>(RemovePrompt(static_cast<const char*>(text)));
+    }
 
     // Runs one plain line. A return name, "name = ...", is assigned the result text, or the
     // command word when that is empty and the line has no arguments.
     int CmdExecute(CmdParser* line, char* result);
 
     // Reads the rest of the block that the line opens, runs it and releases it. A block whose
-    // lines end before its END is abandoned: -1, and nothing of it runs.
+    // lines end before its END, or that is too long, is abandoned: -1 with the reason as the result
+    // text, and nothing of it runs.
     int CmdBlockLoop(const char* firstLine, char* result);
 
     static bool IsComment(const char* line);
@@ -150,8 +159,10 @@ public:
     int DoSLEEP(CmdParser* line, char* result);
 
     // Blocks. ParseCmdBlock takes the line over and reads the body up to END with GetLine: 0, or
-    // -1 when the lines end before. DoCmdBlock and the words run a block and leave it unchanged.
-    // FreeCmdBlock releases the whole tree; PrintCmdBlock writes it to standard output.
+    // -1 with a line on standard output when the lines end before or the block is too long; the
+    // block holds what was read then, for FreeCmdBlock. DoCmdBlock and the words run a block and
+    // leave it unchanged. FreeCmdBlock releases the whole tree; PrintCmdBlock writes it to standard
+    // output.
     CmdBlock* NewCmdBlock();
     int ParseCmdBlock(CmdBlock* block, CmdParser* line, CmdBlock* parent);
     int DoCmdBlock(CmdBlock* block, char* result);
@@ -182,10 +193,6 @@ private:
     HTML5_VIDEO_LOCAL void Dispatch(CmdParser* line, char* result);
     HTML5_VIDEO_LOCAL void RunScript(char* result);
 
-    HTML5_VIDEO_LOCAL CmdParser* ReadBlockLine();
-    HTML5_VIDEO_LOCAL int SkipBlock();
-    HTML5_VIDEO_LOCAL bool IsBlockFull() const;
-
     HTML5_VIDEO_LOCAL static std::atomic<CmdMgr*> sCmdMgr;
 
     // The script file that GetLine reads while FILE runs.
@@ -206,8 +213,6 @@ private:
     const std::unique_ptr<StopSignal> mSignal;
     const std::unique_ptr<ConsoleLink> mLink;
     int mScriptDepth;
-    int mBlockLines;  // of the block being read
-    std::size_t mBlockText;
 };
 
 #endif  // UTIL_CONSOLE_CMDMGR_H

@@ -19,7 +19,7 @@ bool IsSpace(char character)
 }
 }  // namespace
 
-CmdParser::CmdParser() : mIndex(0) {}
+CmdParser::CmdParser() : mIndex(0), mGeneration(0) {}
 
 CmdParser::CmdParser(const char* text) : CmdParser()
 {
@@ -34,6 +34,7 @@ void CmdParser::Init()
     mCommand.reset();
     mReturn.reset();
     mIndex = 0;
+    ++mGeneration;
 }
 
 void CmdParser::SetString(const char* text)
@@ -58,6 +59,7 @@ void CmdParser::Parse(const char* text)
 
 void CmdParser::Parse()
 {
+    ++mGeneration;
     mCommand.reset();
     mReturn.reset();
     mArguments.clear();

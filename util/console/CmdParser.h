@@ -39,8 +39,16 @@ public:
     void Parse();
 
     // Reads the word that starts at or after from into the token, a buffer of 256 bytes that is
-    // cleared first. Returns where to go on, or null when there is no further word.
+    // cleared first. Returns where to go on, or null when there is no further word; a place in a
+    // text that the caller may write is one that it may write too.
     static const char* GetNextToken(const char* from, char* token);
+    static char* GetNextToken(char* from, char* token)
+    {
+        return const_cast<char*>(GetNextToken(static_cast<const char*>(from), token));
+    }
+
+    // Changes whenever the line is split or forgotten.
+    unsigned GetGeneration() const { return mGeneration; }
 
     // Null when the line has none.
     const char* GetCommand() const;
@@ -81,6 +89,7 @@ public:
 
 private:
     int mIndex;
+    unsigned mGeneration;
     std::optional<std::string> mLine;
     std::optional<std::string> mCommand;
     std::optional<std::string> mReturn;

@@ -4,7 +4,7 @@
 #include "util/console/CmdMgr.h"
 #include "util/console/CmdParser.h"
 #include "util/console/ResultText.h"
-#include "util/console/SymListMgr.h"
+#include "util/console/SymbolReader.h"
 
 namespace {
 SymListMgr& Symbols()
@@ -28,7 +28,7 @@ char EscapedCharacter(char letter)
 // A symbol's value by its type; a reserved one reads as 0 or nothing. False for no symbol.
 bool AppendSymbol(ResultText& text, const char* word)
 {
-    return Symbols().WithSymbol(word, [&text](const SymInfo& symbol) {
+    return SymbolReader::Read(Symbols(), word, [&text](const SymInfo& symbol) {
         const bool reserved = symbol.mReserved != 0;
         switch (symbol.mType) {
             case SymInfo::kInt:
@@ -66,7 +66,7 @@ void AppendText(ResultText& text, const char* word)
     const auto append = [&text](const SymInfo& symbol) {
         text.Append(symbol.mReserved != 0 ? nullptr : symbol.mStringValue);
     };
-    if (!Symbols().WithSymbol(word, append)) {
+    if (!SymbolReader::Read(Symbols(), word, append)) {
         text.Append(word);
     }
 }

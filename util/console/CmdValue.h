@@ -19,9 +19,9 @@ public:
     };
 
     CmdValue() : mType(kNone), mValue() {}
-    explicit CmdValue(int value) : CmdValue() { SetInt(value); }
-    explicit CmdValue(float value) : CmdValue() { SetFloat(value); }
-    explicit CmdValue(const char* text) : CmdValue() { SetString(text); }
+    CmdValue(int value) : CmdValue() { SetInt(value); }
+    CmdValue(float value) : CmdValue() { SetFloat(value); }
+    CmdValue(const char* text) : CmdValue() { SetString(text); }
 
     int GetType() const { return mType; }
 

@@ -7,7 +7,7 @@
 
 #include "util/console/CmdParser.h"
 #include "util/console/NumberText.h"
-#include "util/console/SymListMgr.h"
+#include "util/console/SymbolReader.h"
 
 namespace {
 bool IsSign(char character)
@@ -68,8 +68,9 @@ int CmdParser::GetCmdArgs(CmdValue* values, int max) const
         const char* const word = GetNthArg(index);
         CmdValue& value = values[filled];
         bool fits = false;
-        const bool symbol = SymListMgr::GetInstance()->WithSymbol(
-            word, [&](const SymInfo& info) { fits = FillFromSymbol(value, info); });
+        const bool symbol =
+            SymbolReader::Read(*SymListMgr::GetInstance(), word,
+                               [&](const SymInfo& info) { fits = FillFromSymbol(value, info); });
         if (!symbol) {
             fits = FillFromLiteral(value, word);
         }

@@ -60,35 +60,26 @@ ConsoleLink::~ConsoleLink()
 
 int ConsoleLink::Open(const ConsoleSettings& settings)
 {
-    Close();
+    DropClient();
+    const bool tcp = settings.mode == ConsoleSettings::kTcp;
+    if (!tcp || settings.port != mSettings.port || settings.address != mSettings.address) {
+        CloseListener();
+    }
     mSettings = settings;
-    mGone = false;
     if (settings.mode == ConsoleSettings::kStandardStreams) {
         mClient = kStandardStreams;
         return 0;
     }
-    mClient = -1;
-    if (settings.mode != ConsoleSettings::kTcp || Listen() != 0) {
-        return -1;
-    }
-    return AcceptClient();
-}
-
-int ConsoleLink::NextClient()
-{
-    if (mSettings.mode == ConsoleSettings::kStandardStreams) {
-        return mGone ? -1 : 0;
-    }
-    DropClient();
-    return mListener >= 0 ? AcceptClient() : -1;
+    return tcp && (mListener >= 0 || Listen() == 0) ? AcceptClient() : -1;
 }
 
 void ConsoleLink::Close()
 {
     if (mSettings.mode == ConsoleSettings::kTcp && mListener >= 0) {
+        CloseListener();  // first, so that whoever sees the client's end finds no old listener
         DropClient();
-        CloseListener();
     }
+    mGone = false;
 }
 
 void ConsoleLink::DropClient()
@@ -107,9 +98,10 @@ int ConsoleLink::Listen()
     sockaddr_in address = {};
     const bool valid = FillAddress(mSettings, &address);
     mListener = OpenSocket(AF_INET, SOCK_STREAM | SOCK_NONBLOCK, 0);
+    // Without address reuse, connections of before would hold the port for a minute, and those
+    // accepted now would do so to the next console.
     const int on = 1;
-    setsockopt(mListener, SOL_SOCKET, SO_REUSEADDR, &on, sizeof(on));
-    if (!valid ||
+    if (!valid || setsockopt(mListener, SOL_SOCKET, SO_REUSEADDR, &on, sizeof(on)) != 0 ||
         bind(mListener, reinterpret_cast<const sockaddr*>(&address), sizeof(address)) != 0) {
         Report("Bind Error");
     } else if (listen(mListener, kBacklog) != 0) {

@@ -26,27 +26,23 @@ public:
     ConsoleLink& operator=(const ConsoleLink&) = delete;
     ~ConsoleLink();
 
-    // Prepares the mode's line source; over TCP it listens, waits for a client and its opening
-    // word. 0, or -1 with everything closed. What was open before is closed first.
+    // Takes leave of the client and prepares the mode's line source; over TCP it listens, waits for
+    // a client and its opening word. A socket that listens already where the settings say is kept,
+    // so that those in its backlog are served. 0, or -1 with everything closed.
     int Open(const ConsoleSettings& settings);
-
-    // Takes leave of the client and waits for the next one on the same listening socket, so that
-    // those in its backlog are served. 0, or -1 as Open.
-    int NextClient();
 
     // Closes the client's and the listening socket; the standard streams stay.
     void Close();
 
-    // The next line: its length, or -1 for a line that was dropped. IsGone tells when no further
-    // line can come.
+    // The next line: its length, or -1 for a line that was dropped or without a client.
     int Receive(char* line);
-    bool IsGone() const { return mGone; }
+
+    // Whether no further line can come, from this client or at all.
+    bool IsGone() const { return mGone || mClient < 0; }
+    bool IsAtEnd() const { return mGone && mClient == 0; }
 
     // The length of the text, or -1. A client that takes nothing for a second is given up.
     int Send(const char* text);
-
-    // Whether lines can be read and written at all.
-    bool HasPeer() const { return mClient >= 0; }
 
 private:
     enum class Read

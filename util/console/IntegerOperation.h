@@ -1,4 +1,4 @@
-// Internal. The language's arithmetic and comparisons on 32-bit signed integers.
+// Internal. The language's arithmetic, comparisons and counting on 32-bit signed integers.
 #ifndef UTIL_CONSOLE_INTEGEROPERATION_H
 #define UTIL_CONSOLE_INTEGEROPERATION_H
 
@@ -107,5 +107,29 @@ inline bool Compare(Comparison comparison, int left, int right)
     }
     return false;
 }
+
+// The counter of a FOR. It is wider than the language's integers, so it does not wrap at their end,
+// and no script sees it: one that would move away from the end stays where it is and goes on for
+// ever, where moving would bring it round in the end.
+class LoopCounter
+{
+public:
+    LoopCounter(std::int64_t start, std::int64_t end, std::int64_t step)
+        : mAt(start), mEnd(end), mStep(step > 0 ? step : 0)
+    {}
+
+    // Whether there is one more turn.
+    bool Next()
+    {
+        const bool goesOn = mAt <= mEnd;
+        mAt += goesOn ? mStep : 0;
+        return goesOn;
+    }
+
+private:
+    std::int64_t mAt;
+    const std::int64_t mEnd;
+    const std::int64_t mStep;
+};
 
 #endif  // UTIL_CONSOLE_INTEGEROPERATION_H

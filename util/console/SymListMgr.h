@@ -60,19 +60,6 @@ public:
     SymInfo* NewSymInfo();
     int FreeSymInfo(SymInfo* info);
 
-    // Calls use(const SymInfo&) with the symbol while the table is locked; whether there is one.
-    // The function must not call the table.
-    template <typename Use>
-    bool WithSymbol(const char* name, Use use)
-    {
-        const StaticLockHold hold(mLock);
-        const SymInfo* const info = Find(name);
-        if (info != nullptr) {
-            use(*info);
-        }
-        return info != nullptr;
-    }
-
     // Changes whenever a symbol was added or removed, or a text replaced under a hold: while it is
     // equal, a record is still the symbol of its name.
     unsigned GetGeneration() const { return mGeneration.load(std::memory_order_acquire); }
@@ -82,6 +69,8 @@ public:
     void Release();
 
 private:
+    friend class SymbolReader;
+
     HTML5_VIDEO_LOCAL SymInfo* Find(const char* name) const TAVI_REQUIRES(mLock);
     HTML5_VIDEO_LOCAL void ReplaceText(SymInfo& info, const char* text) TAVI_REQUIRES(mLock);
     HTML5_VIDEO_LOCAL void Remove(std::size_t index) TAVI_REQUIRES(mLock);

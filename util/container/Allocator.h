@@ -8,10 +8,12 @@ class Allocator
 public:
     virtual ~Allocator() = default;
 
-    // A block of at least size bytes, owned by the allocator, or null when it has none left.
+    // A block of at least size bytes, aligned to 4 bytes or more and owned by the allocator, or
+    // null when it has none left.
     virtual void* GetMemory(int size) = 0;
 
-    // Gives a block back.
+    // Gives a block back. Only blocks of this allocator come here, and not every one: whoever
+    // resets or ends the allocator gives the rest back at once.
     virtual void PutMemory(void* block) = 0;
 };
 

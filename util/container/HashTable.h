@@ -8,6 +8,7 @@
 
 #include <atomic>
 #include <cstddef>
+#include <memory>
 
 #include "util/container/Allocator.h"
 #include "util/container/HashContainer.h"
@@ -30,16 +31,30 @@ public:
     HashTable(const HashTable&) = delete;
     HashTable& operator=(const HashTable&) = delete;
 
-    // Releases the nodes and the buckets, not the items.
+    // Releases the buckets and the nodes of the heap, not the items. Nodes of an allocator are not
+    // touched: it may be reset or gone already.
     ~HashTable()
     {
-        ForEachNode([this](Node* node) { Release(node); });
+        if (mAllocator == nullptr) {
+            ForEachNode([](Node* node) { delete node; });
+        }
         delete[] mBuckets;
     }
 
-    // From now on nodes come from the allocator (not owned, must outlive the table) instead of
-    // from the heap. REQUIRES: the table is empty.
-    void SetAllocator(Allocator* allocator) { mAllocator = allocator; }
+    // From now on nodes come from the allocator (null: from the heap) and stay its own: they are
+    // not given back, and live until it is reset. It is not owned, and must outlive the last use
+    // of the table but its destruction. A table that holds an item keeps what it has, so that
+    // nodes never mix: 0, or -1 then.
+    int SetAllocator(Allocator* allocator)
+    {
+        bool empty = true;
+        ForEachNode([&empty](Node*) { empty = false; });
+        if (!empty) {
+            return -1;
+        }
+        mAllocator = allocator;
+        return 0;
+    }
 
     // Inserts the item under the key, behind items already there. A key may be used twice; lookups
     // find the item added first. 0, or -1 when the allocator has no memory.
@@ -102,18 +117,26 @@ private:
         if (mAllocator == nullptr) {
             return new Node(item);
         }
-        void* const place = mAllocator->GetMemory(static_cast<int>(sizeof(Node)));
+        void* const place = Place();
         return place == nullptr ? nullptr : new (place) Node(item);
     }
 
-    void Release(Node* node)
+    // Room for a node from the allocator, or null. A block need not be aligned as a node where
+    // pointers take 64 bits; one with the difference to spare then holds it.
+    void* Place()
     {
-        if (mAllocator == nullptr) {
-            delete node;
-            return;
+        constexpr std::size_t kBlockAlignment = 4;
+        constexpr std::size_t kSizes[] = {sizeof(Node),
+                                          sizeof(Node) + alignof(Node) - kBlockAlignment};
+        for (std::size_t size : kSizes) {
+            void* const block = mAllocator->GetMemory(static_cast<int>(size));
+            void* place = block;
+            if (block == nullptr || std::align(alignof(Node), sizeof(Node), place, size)) {
+                return place;
+            }
+            mAllocator->PutMemory(block);
         }
-        node->~Node();
-        mAllocator->PutMemory(node);
+        return nullptr;
     }
 
     const int mBucketCount;

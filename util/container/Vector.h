@@ -15,6 +15,15 @@
 #include "util/container/VectorIterator.h"
 
 namespace tavi {
+// Reports the index and ends the process. Written once for all vectors.
+[[noreturn, gnu::noinline]] inline void EndAtInvalidIndex(int index, int count)
+{
+    std::printf("ERROR invalid index = %x/%x\n", static_cast<unsigned>(index),
+                static_cast<unsigned>(count));
+    std::fflush(stdout);  // std::terminate leaves what is buffered unwritten
+    std::terminate();
+}
+
 template <typename P>
 class Vector
 {
@@ -69,13 +78,12 @@ public:
     }
 
     // The slot at the index, to read or to overwrite.
-    // REQUIRES: 0 <= index < Size(); anything else ends the process through std::terminate.
+    // REQUIRES: 0 <= index < Size(); anything else is reported on standard output and ends the
+    // process through std::terminate.
     P& At(int index)
     {
         if (index < 0 || index >= mCount) {
-            std::printf("ERROR invalid index = %x/%x\n", static_cast<unsigned>(index),
-                        static_cast<unsigned>(mCount));
-            std::terminate();
+            EndAtInvalidIndex(index, mCount);
         }
         return mBuffer[index];
     }

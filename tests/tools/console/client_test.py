@@ -46,6 +46,7 @@ class Lines(unittest.TestCase):
         self.assertEqual(self.run_client(text="PRINT a\nQuit\nPRINT b").returncode, 0)
         self.assertEqual(self.run_client(text="IF 1 == 1\nquit\nEND\nPRINT b").returncode, 0)
         self.assertEqual(self.host.output(), "a\n")
+        self.assertIn('0 every line was run, or every line up to a "quit"', run("--help").stdout)
 
     def test_that_are_wrong_are_reported(self):
         result = self.run_client(text="PRINT before\nPRINT " + "x" * 1018 + "\nPRINT after")

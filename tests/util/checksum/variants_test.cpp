@@ -19,9 +19,6 @@ std::vector<Crc32Function> Crc32Variants()
     if (X86HasCarrylessMultiply()) {
         variants.push_back(Crc32X86);
     }
-    if (X86HasCarrylessMultiply512()) {
-        variants.push_back(Crc32X86Wide);
-    }
 #endif
     return variants;
 }
@@ -43,33 +40,3 @@ TEST(Crc32Variants, GoOnFromAnyRegisterOverAnySplit)
         }
     }
 }
-
-#if CHECKSUM_X86
-namespace {
-// Whether the upper halves of the vector registers are in use, as the processor itself tells.
-bool UpperHalvesInUse()
-{
-    unsigned int low = 0;
-    unsigned int high = 0;
-    asm volatile("xgetbv" : "=a"(low), "=d"(high) : "c"(1));
-    return (low & 4) != 0;
-}
-}  // namespace
-
-// Dirty upper halves make each SSE instruction that follows wait for the whole register.
-TEST(Crc32Variants, LeaveTheUpperHalvesOfVectorRegistersClean)
-{
-    if (!X86HasCarrylessMultiply512()) {
-        GTEST_SKIP() << "this processor has no carry-less multiplication of 512 bits";
-    }
-    const Bytes bytes(4096);
-    asm volatile("vzeroupper\n\tvpcmpeqd %%ymm0, %%ymm0, %%ymm0" : : : "xmm0");
-    const bool tellsDirty = UpperHalvesInUse();
-    asm volatile("vzeroupper");
-    if (!tellsDirty || UpperHalvesInUse()) {
-        GTEST_SKIP() << "this processor does not tell";
-    }
-    Crc32X86Wide(0, bytes.data(), bytes.size());
-    EXPECT_FALSE(UpperHalvesInUse());
-}
-#endif

@@ -1,7 +1,10 @@
 // Blocks as trees, and the bounds of what one script may ask for.
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <cstdint>
 #include <cstdio>
+#include <limits>
 #include <string>
 
 #include "tests/support/support.h"
@@ -9,6 +12,7 @@
 #include "util/console/CmdListMgr.h"
 #include "util/console/CmdMgr.h"
 #include "util/console/CmdParser.h"
+#include "util/console/IntegerOperation.h"
 #include "util/console/SymListMgr.h"
 
 namespace {
@@ -65,6 +69,37 @@ TEST(Blocks, ThatAreTooLongAreReadToTheirEndAndNotRun)
     EXPECT_EQ(RunFile("IF 1 == 1\n" + lines + "END\n"), "Block too long");
     const std::string wide = Repeat("# \n" + std::string(1000, 'w') + "\n", 1100);
     EXPECT_EQ(RunFile("IF 1 == 1\n" + wide + "END\n"), "Block too long");
+}
+
+// The handlers below parse blocks themselves, with lines of the script that calls them.
+int ReadThreeBlocks(CmdParser* /*line*/, CmdInfo* /*info*/, char* result)
+{
+    std::string codes;
+    for (const int lines : {9000, 9000, 17000}) {
+        CmdBlock* const block = Console().NewCmdBlock();
+        codes +=
+            std::to_string(Console().ParseCmdBlock(block, new CmdParser("FOR 1 1 1"), nullptr));
+        int entries = 0;
+        for (const CmdBlock* at = block->mFirstChild; at != nullptr; at = at->mNext) {
+            ++entries;
+        }
+        codes += entries == std::min(lines, CmdMgr::kMaxBlockLines) ? " whole, " : " cut, ";
+        Console().FreeCmdBlock(block);
+    }
+    std::snprintf(result, CmdMgr::kResultSize, "%s", codes.c_str());
+    return 0;
+}
+
+TEST(Blocks, HaveTheirLimitsEach)
+{
+    const CmdParser command("read_three");
+    CmdListMgr::GetInstance()->RegisterCommand(ReadThreeBlocks, &command, nullptr, nullptr);
+    std::string output;
+    RunFile("STRING codes\ncodes = read_three\n" + Repeat("PRINT a\n", 9000) + "END\n" +
+                Repeat("PRINT b\n", 9000) + "END\n" + Repeat("PRINT c\n", 17000) +
+                "END\nPRINT codes\n",
+            &output);
+    EXPECT_EQ(output, "Block too long\n0 whole, 0 whole, -1 whole, \n");
 }
 
 TEST(Blocks, AreBuiltPrintedRunAndReleased)
@@ -149,6 +184,41 @@ TEST(Blocks, SeeASymbolThatIsReplacedInTheirLoop)
         "INT n 5\nINT turn\nWHILE turn < 2\n  n = n + 1\n  IF turn == 0\n    renew\n  END\n"
         "  turn = turn + 1\nEND\n");
     EXPECT_EQ(SymListMgr::GetInstance()->GetIntValue("n"), 51);
+}
+
+// Becomes, turn by turn, what the line "change" would be if it were written so.
+int ChangeLine(CmdParser* line, CmdInfo* /*info*/, char* /*result*/)
+{
+    line->Parse(line->GetCount() == 0 ? "change twice" : "n = n + 1");
+    return 0;
+}
+
+int BecomeElse(CmdParser* line, CmdInfo* /*info*/, char* /*result*/)
+{
+    line->Parse("ELSE");
+    return 0;
+}
+
+TEST(Blocks, FollowALineThatItsHandlerParsesAnew)
+{
+    for (const auto handler : {ChangeLine, BecomeElse}) {
+        const CmdParser parser(handler == ChangeLine ? "change" : "become_else");
+        CmdListMgr::GetInstance()->RegisterCommand(handler, &parser, nullptr, nullptr);
+    }
+    std::string output;
+    RunFile("INT n\nFOR 1 4 1\n  change\nEND\nPRINT n\n", &output);
+    EXPECT_EQ(output, "2\n");
+    RunFile("FOR 1 2 1\n  IF 1 == 1\n    become_else\n    PRINT once\n  END\nEND\n", &output);
+    EXPECT_EQ(output, "once\n");
+}
+
+TEST(Blocks, CountForEverWhenTheyDoNotCountUp)
+{
+    LoopCounter counter(std::numeric_limits<std::int64_t>::min(), 0, -1);
+    EXPECT_TRUE(counter.Next());
+    EXPECT_TRUE(counter.Next()) << "it does not come round to the other end";
+    LoopCounter once(0, std::numeric_limits<int>::max(), std::numeric_limits<int>::max());
+    EXPECT_EQ(once.Next() + once.Next() + once.Next() + once.Next(), 2);
 }
 
 TEST(Statements, GiveTheirCodes)

@@ -14,13 +14,16 @@
 
 #include "tests/support/support.h"
 #include "tests/util/console/ConsoleClient.h"
+#include "util/console/CmdListMgr.h"
 #include "util/console/CmdMgr.h"
+#include "util/console/CmdParser.h"
 #include "util/console/SymListMgr.h"
 
 namespace {
 using test::ConsoleClient;
 using test::ConsoleFrame;
 using test::RawListener;
+using test::RawPeer;
 using test::RunningConsole;
 
 CmdMgr& Console()
@@ -129,6 +132,24 @@ TEST(CmdMgr, TakesClientsOneAfterTheOther)
     EXPECT_EQ(console.Output(), "first\nwaited\nwaited\nwaited\nserved\n");
 }
 
+int HangUp(CmdParser* /*line*/, CmdInfo* /*info*/, char* /*result*/)
+{
+    Console().Close();
+    return 0;
+}
+
+TEST(CmdMgr, TakesTheNextClientAfterAHandlerClosed)
+{
+    const RunningConsole console;
+    const CmdParser command("hang_up");
+    CmdListMgr::GetInstance()->RegisterCommand(HangUp, &command, nullptr, nullptr);
+    const ConsoleClient client(console.Port());
+    ASSERT_TRUE(client.Start());
+    client.Send(ConsoleFrame("hang_up"));
+    EXPECT_TRUE(client.WaitClosed());
+    EXPECT_TRUE(console.ServesNextClient());
+}
+
 TEST(CmdMgr, ReadsItsSettings)
 {
     CmdMgr& console = Console();
@@ -162,6 +183,12 @@ TEST(CmdMgr, FailsToOpenWithAReport)
         EXPECT_EQ(testing::internal::GetCapturedStdout(),
                   settings == cases.back() ? "" : "Bind Error\n");
     }
+    test::WriteFile("script.txt", "IF 1 == 1\nPRINT run\nEND\n");
+    CmdParser file("FILE script.txt");
+    char result[CmdMgr::kResultSize];
+    testing::internal::CaptureStdout();
+    EXPECT_EQ(console.CmdExecute(&file, result), 0);
+    EXPECT_EQ(testing::internal::GetCapturedStdout(), "run\n") << "a script needs no client";
     char line[CmdMgr::kLineSize];
     EXPECT_EQ(console.GetLine(line), -1);
     EXPECT_EQ(console.SetLine("x"), -1);
@@ -357,6 +384,30 @@ TEST(Handshake, DropsASilentClientAfterItsTime)
     // Once opened, a client may be silent as long as it likes.
     EXPECT_FALSE(next.HasInput(500));
     EXPECT_TRUE(next.Run("PRINT patient"));
+}
+
+TEST(Settings, HoldFromTheNextOpeningOn)
+{
+    const RunningConsole console;
+    const auto usePort = [](int port) {
+        Console().ParseConfig(("port=" + std::to_string(port)).c_str());
+    };
+    const ConsoleClient client(console.Port());
+    ASSERT_TRUE(client.Start());
+    const int other = test::FreePort();
+    usePort(other);
+    Console().SetTolerant(true);
+    EXPECT_TRUE(client.Run("PRINT \"who is served stays\""));
+    client.Send(ConsoleFrame("quit"));
+    const ConsoleClient wrong(other);
+    wrong.Send(ConsoleFrame("wrong"));
+    EXPECT_TRUE(wrong.WaitClosed());
+    const ConsoleClient next(other);
+    ASSERT_TRUE(next.Start());
+    EXPECT_FALSE(RawPeer::TryToConnect(console.Port()).IsOpen());
+    usePort(console.Port());
+    next.Send(ConsoleFrame("quit"));
+    EXPECT_TRUE(console.ServesNextClient());
 }
 
 TEST(Settings, AreTakenByCallToo)

@@ -114,14 +114,16 @@ TEST_F(VectorTest, AdvanceStaysInsideOrBecomesNull)
 TEST_F(VectorTest, AnIndexOutsideEndsTheProcess)
 {
     Fill(2);
-    // The report goes to standard output, the death test reads standard error.
+    // The report goes to standard output, fully buffered as in a file or a pipe; the death test
+    // reads standard error.
     const auto at = [this](int index) {
         dup2(STDERR_FILENO, STDOUT_FILENO);
-        std::setbuf(stdout, nullptr);
+        std::setvbuf(stdout, nullptr, _IOFBF, BUFSIZ);
         mVector.At(index);
     };
     EXPECT_DEATH(at(2), "ERROR invalid index = 2/2\n");
     EXPECT_DEATH(at(-1), "ERROR invalid index = ffffffff/2\n");
+    EXPECT_DEATH(at(0x7FFFFFFF), "ERROR invalid index = 7fffffff/2\n");
     EXPECT_DEATH(*tavi::VectorIterator<std::string*>(&mVector, 0x7FFFFFFF), "");
 }
 
@@ -225,6 +227,85 @@ TEST(HashTable, TakesNodesFromAnAllocatorUntilItIsExhausted)
     Item item("0");
     EXPECT_EQ(Add(unusable, item), -1);
     EXPECT_EQ(Get(unusable, "0"), nullptr);
+}
+
+// A host's pool: blocks one behind the other, the first at an odd multiple of 4 bytes.
+class HostPool : public tavi::Allocator
+{
+public:
+    ~HostPool() override { Reset(); }
+
+    void* GetMemory(int size) override
+    {
+        void* const block = mBytes + mUsed;
+        mUsed += static_cast<std::size_t>(size + 3) / 4 * 4;
+        return mUsed <= sizeof(mBytes) ? block : nullptr;
+    }
+    void PutMemory(void* block) override { mForeign += Contains(block) ? 0 : 1; }
+
+    // The blocks get another use.
+    void Reset() { std::memset(mBytes, 0xA5, sizeof(mBytes)); }
+
+    // Where the pointer was written, as an offset from a boundary of 16 bytes; -1 when nowhere.
+    std::ptrdiff_t Find(const void* pointer) const
+    {
+        for (std::size_t at = 0; at + sizeof(pointer) <= mUsed; at += 4) {
+            if (std::memcmp(mBytes + at, &pointer, sizeof(pointer)) == 0) {
+                return static_cast<std::ptrdiff_t>(at);
+            }
+        }
+        return -1;
+    }
+    int Foreign() const { return mForeign; }
+
+private:
+    bool Contains(const void* block) const
+    {
+        return block >= mBytes && block < mBytes + sizeof(mBytes);
+    }
+
+    alignas(16) unsigned char mBytes[400] = {};
+    std::size_t mUsed = 4;
+    int mForeign = 0;
+};
+
+TEST(HashTable, LeavesTheNodesOfAnAllocatorToIt)
+{
+    NumberHash hash;
+    HostPool pool;
+    Item items[] = {Item("0"), Item("3"), Item("6"), Item("1")};
+    Table table(3, &hash);
+    ASSERT_EQ(table.SetAllocator(&pool), 0);
+    for (Item& item : items) {
+        ASSERT_EQ(Add(table, item), 0);
+        const std::ptrdiff_t at = pool.Find(&item);
+        EXPECT_GE(at, 0);
+        EXPECT_EQ(static_cast<std::size_t>(at) % alignof(Table::Node), 0U);
+    }
+    EXPECT_EQ(Get(table, "6"), &items[2]);
+    pool.Reset();  // and then the table goes
+}
+
+TEST(HashTable, NeverMixesNodesOfTheHeapAndOfAnAllocator)
+{
+    NumberHash hash;
+    HostPool pool, other;
+    Item items[] = {Item("0"), Item("3")};
+    {
+        Table onHeap(3, &hash), inPool(3, &hash);
+        EXPECT_EQ(Add(onHeap, items[0]), 0);
+        EXPECT_EQ(onHeap.SetAllocator(&pool), -1);
+        EXPECT_EQ(Add(onHeap, items[1]), 0);
+        EXPECT_EQ(pool.Find(&items[1]), -1);
+
+        EXPECT_EQ(inPool.SetAllocator(&other), 0);
+        EXPECT_EQ(inPool.SetAllocator(&pool), 0) << "nothing was taken from the other one";
+        EXPECT_EQ(Add(inPool, items[0]), 0);
+        EXPECT_EQ(inPool.SetAllocator(nullptr), -1);
+        EXPECT_EQ(Add(inPool, items[1]), 0);
+        EXPECT_GE(pool.Find(&items[1]), 0);
+    }
+    EXPECT_EQ(pool.Foreign(), 0);
 }
 
 char* At(void* start, int offset)
