@@ -8,7 +8,7 @@
 class ChangeEvent
 {
 public:
-    ChangeEvent() : mDescriptor(-1), mChanged(false) {}
+    constexpr ChangeEvent() : mDescriptor(-1), mChanged(false) {}
     ChangeEvent(const ChangeEvent&) = delete;
     ChangeEvent& operator=(const ChangeEvent&) = delete;
 

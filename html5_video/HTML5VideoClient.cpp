@@ -3,10 +3,11 @@
 #include <cstdio>
 #include <cstdlib>
 
+#include "html5_video/ChangeEvent.h"
 #include "html5_video/StatusBoard.h"
-#include "util/ipc/IPCChannel.h"
 #include "util/ipc/IPCChannelMgr.h"
 #include "util/ipc/IPCParam.h"
+#include "util/ipc/IPCSocketChannel.h"
 #include "util/os_linux/ModuleLog.h"
 #include "util/os_linux/Singleton.h"
 
@@ -19,6 +20,22 @@ constexpr int kSendPort = 56911;
 constexpr int kReceivePort = 56910;
 constexpr int kArguments = 12;
 constexpr int kLoadTraceLine = 186;  // fixed: tools that follow the trace match it
+constexpr int kAllLoggers[] = {1, 2, 23};  // the library's own
+constexpr int kNoLines = Logger::kError + 1;
+
+// What a host may ask for before there is a client.
+std::atomic<int> sReplyTimeout{0};  // milliseconds; 0 until it is set
+std::atomic<bool> sLogChosen{false};
+std::atomic<bool> sTraced{true};
+
+ChangeEvent sChange;  // of the status or the connection
+
+thread_local int sLastResult = 0;
+
+void RaiseChange(void*)
+{
+    sChange.Raise();
+}
 
 const char* AddressFrom(const char* variable)
 {
@@ -46,9 +63,14 @@ int ToInteger(float value)
 }
 }  // namespace
 
+HTML5VideoClient* HTML5VideoClient::Instance()
+{
+    return sHTML5VideoClient.load(std::memory_order_acquire);
+}
+
 HTML5VideoClient* HTML5VideoClient::GetInstance()
 {
-    HTML5VideoClient* const made = sHTML5VideoClient.load(std::memory_order_acquire);
+    HTML5VideoClient* const made = Instance();
     return made != nullptr ? made : MakeInstance();
 }
 
@@ -63,11 +85,18 @@ HTML5VideoClient* HTML5VideoClient::MakeInstance()
 
 HTML5VideoClient::HTML5VideoClient() : mChannel(nullptr)
 {
-    Logger::ChangeMode(1);
-    mChannel = IPCChannelMgr::GetInstance()->GetIPCChannel(
+    if (!sLogChosen) {
+        Logger::ChangeMode(1);
+    }
+    // The manager makes socket channels only.
+    mChannel = static_cast<IPCSocketChannel*>(IPCChannelMgr::GetInstance()->GetIPCChannel(
         "HTML5 Video Socket", AddressFrom("HBB_SYSTEM_IP"), AddressFrom("HBB_BROWSER_IP"),
-        kSendPort, kReceivePort);
+        kSendPort, kReceivePort));
+    mChannel->SetConnectionHandler(RaiseChange, nullptr);
     sHTML5VideoClient = this;
+    if (sReplyTimeout > 0) {
+        mChannel->SetReplyTimeout(sReplyTimeout);
+    }
     Init();
 }
 
@@ -80,13 +109,15 @@ int HTML5VideoClient::Init()
 
 int HTML5VideoClient::Send(const char* method, IPCParam& arguments)
 {
-    mChannel->Call(method, &arguments, nullptr);
+    sLastResult = mChannel->Call(method, &arguments, nullptr);
     return 0;
 }
 
 int HTML5VideoClient::load(const char* url)
 {
-    std::fprintf(stderr, "%s %s %d\n", __FILE__, __func__, kLoadTraceLine);
+    if (sTraced) {
+        std::fprintf(stderr, "%s %s %d\n", __FILE__, __func__, kLoadTraceLine);
+    }
     StatusBoard::sPlayer.Update([](PlayerStatus& status) {
         status.playTime = 0;
         status.endTime = 0;
@@ -95,6 +126,7 @@ int HTML5VideoClient::load(const char* url)
         status.speed = 100;
         status.inSeek = false;
     });
+    sChange.Raise();
     IPCParam arguments;
     arguments.Add("url", url);
     return Send("load", arguments);
@@ -168,6 +200,7 @@ void HTML5VideoClient::setStatus(int playTime, int endTime, int speed, int statu
         status.totalBytes = totalBytes;
         status.currentOffset = currentOffset;
     });
+    sChange.Raise();
 }
 
 void HTML5VideoClient::setVideoDimension(int width, int height)
@@ -176,6 +209,58 @@ void HTML5VideoClient::setVideoDimension(int width, int height)
         status.videoWidth = width;
         status.videoHeight = height;
     });
+    sChange.Raise();
+}
+
+bool HTML5VideoClient::IsConnected()
+{
+    const HTML5VideoClient* const client = Instance();
+    return client != nullptr && client->mChannel->IsConnected();
+}
+
+void HTML5VideoClient::Reconnect()
+{
+    HTML5VideoClient* const client = Instance();
+    if (client != nullptr) {
+        client->mChannel->Recover();
+    }
+}
+
+int HTML5VideoClient::GetLastResult()
+{
+    return sLastResult;
+}
+
+int HTML5VideoClient::SetReplyTimeout(int milliseconds)
+{
+    if (milliseconds < 1) {
+        return -1;
+    }
+    sReplyTimeout = milliseconds;
+    HTML5VideoClient* const client = Instance();
+    if (client != nullptr) {
+        client->mChannel->SetReplyTimeout(milliseconds);
+    }
+    return 0;
+}
+
+int HTML5VideoClient::SetLog(int mode, int level)
+{
+    if (mode < -1 || mode > 4 || level < Logger::kInfo || level > kNoLines) {
+        return -1;
+    }
+    sLogChosen = true;
+    Logger::ChangeMode(mode >= 0 ? mode : Logger::GetConfiguredMode());
+    for (int index : kAllLoggers) {
+        Logger::GetLogger(index)->SetLevel(level);
+    }
+    sTraced = Logger::GetMode() != 0 && level < kNoLines;
+    return 0;
+}
+
+int HTML5VideoClient::GetEventDescriptor()
+{
+    return sChange.Descriptor();
 }
 
 PlayerStatus HTML5VideoClient::GetStatus() const

@@ -9,8 +9,8 @@
 #include "html5_video/PlayerStatus.h"
 #include "util/Export.h"
 
-class IPCChannel;
 class IPCParam;
+class IPCSocketChannel;
 
 class HTML5_VIDEO_API HTML5VideoClient
 {
@@ -56,13 +56,25 @@ public:
     unsigned long long GetTotalBytes() const { return GetStatus().totalBytes; }
     unsigned long long GetCurrentOffset() const { return GetStatus().currentOffset; }
 
+    // What html5_video_client.h tells of the functions of these names; none of them makes the
+    // instance.
+    static bool IsConnected();
+    static void Reconnect();
+    static int GetLastResult();
+    static int SetReplyTimeout(int milliseconds);
+    static int SetLog(int mode, int level);
+
+    // The descriptor of html5_video_client_get_event_fd.
+    int GetEventDescriptor();
+
 private:
+    HTML5_VIDEO_LOCAL static HTML5VideoClient* Instance();
     HTML5_VIDEO_LOCAL static HTML5VideoClient* MakeInstance();
     HTML5_VIDEO_LOCAL int Send(const char* method, IPCParam& arguments);
 
     HTML5_VIDEO_LOCAL static std::atomic<HTML5VideoClient*> sHTML5VideoClient;
 
-    IPCChannel* mChannel;
+    IPCSocketChannel* mChannel;
 };
 
 // The handler of "SetStatus": twelve integers by position, of which missing or mistyped ones count

@@ -79,4 +79,35 @@ int html5_video_get_video_dimension(int* width, int* height)
     HTML5VideoClient::GetInstance();  // behind the read, which it would cost its registers
     return 0;
 }
+
+int html5_video_client_is_connected(void)
+{
+    return HTML5VideoClient::IsConnected() ? 1 : 0;
+}
+
+int html5_video_client_reconnect(void)
+{
+    HTML5VideoClient::Reconnect();
+    return 0;
+}
+
+int html5_video_client_get_event_fd(void)
+{
+    return HTML5VideoClient::GetInstance()->GetEventDescriptor();
+}
+
+int html5_video_client_get_last_result(void)
+{
+    return HTML5VideoClient::GetLastResult();
+}
+
+int html5_video_client_set_reply_timeout(int milliseconds)
+{
+    return HTML5VideoClient::SetReplyTimeout(milliseconds);
+}
+
+int html5_video_client_set_log(int mode, int level)
+{
+    return HTML5VideoClient::SetLog(mode, level);
+}
 }
