@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <cstdio>
-#include <cstdlib>
 #include <ctime>
 
 namespace bench {
@@ -26,9 +25,6 @@ double Nanoseconds(clockid_t clock)
 
 void Interleave::Run(int rounds)
 {
-    if (const char* const wanted = std::getenv("BENCHMARK_ROUNDS")) {
-        rounds = std::max(std::atoi(wanted), 1);
-    }
     for (Case& timed : mCases) {
         Calibrate(timed);
     }

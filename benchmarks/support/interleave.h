@@ -61,8 +61,7 @@ public:
         mCases.push_back({std::move(name), {}, 1, {}, 0, std::move(operation)});
     }
 
-    // Measures every case in the given number of rounds (the environment's BENCHMARK_ROUNDS if that
-    // is set) and prints one JSON object a line on
+    // Measures every case in the given number of rounds and prints one JSON object a line on
     // standard output: topic, case, base, ratio_median, ratio_min, ratio_max, ns. A ratio is the
     // base's time divided by the case's time in the same round: above 1 the case is faster than
     // the base. ns is the case's median time of one operation in nanoseconds. A reader takes the

@@ -2,7 +2,6 @@
 
 import argparse
 import json
-import os
 import pathlib
 import re
 import subprocess
@@ -28,17 +27,15 @@ TOPICS = {
     "scale": [["benchmark_scale"]],
 }
 LONGEST = 300  # seconds, for one program
-SHORT_ROUNDS = 11
 
 
-def run(command, folder, rounds):
+def run(command, folder):
     """The JSON lines of one program; none when it was not built."""
     if not pathlib.Path(command[0]).exists():
         print(f"{pathlib.Path(command[0]).name} was not built", file=sys.stderr)
         return []
-    environment = dict(os.environ, **({"BENCHMARK_ROUNDS": str(rounds)} if rounds else {}))
-    done = subprocess.run(command, cwd=folder, env=environment, timeout=LONGEST, text=True,
-                          stdout=subprocess.PIPE, check=True)
+    done = subprocess.run(command, cwd=folder, timeout=LONGEST, text=True, stdout=subprocess.PIPE,
+                          check=True)
     return [json.loads(line) for line in done.stdout.splitlines() if line.startswith("{")]
 
 
@@ -70,10 +67,10 @@ def stripped_size(library, folder):
     return {"topic": "load/size", "case": goals.OURS, "value": int(text) + int(data)}
 
 
-def measure(topic, build, folder, rounds=0):
+def measure(topic, build, folder):
     lines = []
     for program, *arguments in TOPICS[topic]:
-        lines += run([str(build / "bin" / program), *arguments], folder, rounds)
+        lines += run([str(build / "bin" / program), *arguments], folder)
     if topic == "round-trip":
         cases = [line["case"] for line in lines
                  if line["topic"] == "round-trip/tcp/silent/command"]
@@ -97,12 +94,12 @@ def collect(lines):
     return results, points
 
 
-def check(results, tolerance):
+def check(results):
     """The lines of the goals that are missed by more than the tolerance."""
     missed = []
     for goal in goals.GOALS:
         excess = goals.excess(goal, results)
-        if excess is not None and excess > tolerance:
+        if excess is not None and excess > goals.TOLERANCE:
             missed.append(f"missed by a factor {excess:.2f}: {goal.topic} ({goal.what})")
     return missed
 
@@ -112,24 +109,11 @@ def unmeasured(results):
             if goals.measured(goal, results) is None]
 
 
-def measure_in_short(topic, build, folder):
-    """A miss is measured again, twice at most: what a neighbour's load spoils passes, a regression
-    stays."""
-    for attempt in range(3):
-        lines = measure(topic, build, folder, SHORT_ROUNDS)
-        missed = check(collect(lines)[0], goals.SHORT_TOLERANCE)
-        if not missed:
-            break
-        print("\n".join(missed), file=sys.stderr)
-    return lines
-
-
 def parse_options():
     parser = argparse.ArgumentParser()
     parser.add_argument("topics", nargs="*", metavar="TOPIC", help=", ".join(TOPICS))
     parser.add_argument("--build", type=pathlib.Path, required=True)
     parser.add_argument("--check", action="store_true")
-    parser.add_argument("--short", action="store_true")
     options = parser.parse_args()
     unknown = set(options.topics) - set(TOPICS)
     if unknown:
@@ -144,15 +128,14 @@ def main():
     with tempfile.TemporaryDirectory() as folder:
         for topic in options.topics or TOPICS:
             print(f"measuring {topic}", file=sys.stderr)
-            lines += (measure_in_short(topic, build, folder) if options.short
-                      else measure(topic, build, folder))
+            lines += measure(topic, build, folder)
     results, points = collect(lines)
     text = report.tables(results, points)
     print(text)
-    if not options.topics and not options.short:
+    if not options.topics:
         report.write(text, results, points)
     if options.check:
-        missed = check(results, goals.SHORT_TOLERANCE if options.short else goals.TOLERANCE)
+        missed = check(results)
         missed += [] if options.topics else unmeasured(results)
         print("\n".join(missed) or "no goal is missed", file=sys.stderr)
         return 1 if missed else 0
