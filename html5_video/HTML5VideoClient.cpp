@@ -1,5 +1,7 @@
 #include "html5_video/HTML5VideoClient.h"
 
+#include <arpa/inet.h>
+
 #include <cstdio>
 #include <cstdlib>
 
@@ -37,10 +39,25 @@ void RaiseChange(void*)
     sChange.Raise();
 }
 
+// One update: a reader sees all of it or nothing.
+template <typename Change>
+void UpdateStatus(Change change)
+{
+    StatusBoard::sPlayer.Update(change);
+    sChange.Raise();
+}
+
 const char* AddressFrom(const char* variable)
 {
     const char* const value = std::getenv(variable);
-    return value != nullptr ? value : "127.0.0.1";
+    if (value == nullptr) {
+        return "127.0.0.1";
+    }
+    in_addr address = {};
+    if (inet_aton(value, &address) == 0) {
+        TAVI_ERROR("%s is no IPv4 address : %s", variable, value);
+    }
+    return value;
 }
 
 unsigned long long Join(int high, int low)
@@ -118,7 +135,7 @@ int HTML5VideoClient::load(const char* url)
     if (sTraced) {
         std::fprintf(stderr, "%s %s %d\n", __FILE__, __func__, kLoadTraceLine);
     }
-    StatusBoard::sPlayer.Update([](PlayerStatus& status) {
+    UpdateStatus([](PlayerStatus& status) {
         status.playTime = 0;
         status.endTime = 0;
         status.statusValue3 = 0;
@@ -126,7 +143,6 @@ int HTML5VideoClient::load(const char* url)
         status.speed = 100;
         status.inSeek = false;
     });
-    sChange.Raise();
     IPCParam arguments;
     arguments.Add("url", url);
     return Send("load", arguments);
@@ -190,7 +206,7 @@ void HTML5VideoClient::setStatus(int playTime, int endTime, int speed, int statu
                                  int mediaStatus, bool inSeek, unsigned long long totalBytes,
                                  unsigned long long currentOffset)
 {
-    StatusBoard::sPlayer.Update([=](PlayerStatus& status) {
+    UpdateStatus([=](PlayerStatus& status) {
         status.playTime = playTime;
         status.endTime = endTime;
         status.speed = speed;
@@ -200,16 +216,14 @@ void HTML5VideoClient::setStatus(int playTime, int endTime, int speed, int statu
         status.totalBytes = totalBytes;
         status.currentOffset = currentOffset;
     });
-    sChange.Raise();
 }
 
 void HTML5VideoClient::setVideoDimension(int width, int height)
 {
-    StatusBoard::sPlayer.Update([=](PlayerStatus& status) {
+    UpdateStatus([=](PlayerStatus& status) {
         status.videoWidth = width;
         status.videoHeight = height;
     });
-    sChange.Raise();
 }
 
 bool HTML5VideoClient::IsConnected()
@@ -287,9 +301,10 @@ IPCParam* SetStatus_IPC(IPCParam* request)
     TAVI_INFO("%d %d %d %d %d inSeek %d %lld %lld", values[3], values[0], values[1], values[2],
               values[4], inSeek ? 1 : 0, static_cast<long long>(totalBytes),
               static_cast<long long>(currentOffset));
-    HTML5VideoClient* const client = HTML5VideoClient::GetInstance();
-    client->setStatus(values[0], values[1], values[2], values[3], values[4], inSeek, totalBytes,
-                      currentOffset);
-    client->setVideoDimension(values[5], values[6]);
+    HTML5VideoClient::GetInstance();
+    UpdateStatus([&](PlayerStatus& status) {
+        status = {values[0], values[1], values[3], values[2],  values[4],
+                  values[5], values[6], inSeek,    totalBytes, currentOffset};
+    });
     return new IPCParam;
 }
