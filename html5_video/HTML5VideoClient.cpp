@@ -21,7 +21,7 @@ namespace {
 constexpr int kSendPort = 56911;
 constexpr int kReceivePort = 56910;
 constexpr int kArguments = 12;
-constexpr int kLoadTraceLine = 186;  // fixed: tools that follow the trace match it
+constexpr int kLoadTraceLine = 186;        // fixed: tools that follow the trace match it
 constexpr int kAllLoggers[] = {1, 2, 23};  // the library's own
 constexpr int kNoLines = Logger::kError + 1;
 

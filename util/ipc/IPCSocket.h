@@ -107,6 +107,17 @@ public:
     // When the connects to come give up; kForever, as after Open, for never.
     HTML5_VIDEO_LOCAL void SetConnectDeadline(long long deadline);
 
+    // Ends the wait of an operation that another thread is in, after kInterruptSlice at the latest,
+    // unless it ends by itself before; from any thread. TakeInterrupt tells whether that was asked
+    // for since the last time.
+    static constexpr int kInterruptSlice = 250;  // milliseconds
+    void Interrupt() { mInterrupted = true; }
+    bool TakeInterrupt() { return mInterrupted && mInterrupted.exchange(false); }
+
+    // Whether a connection has neither broken nor been ended by either side, as far as is known
+    // here.
+    HTML5_VIDEO_LOCAL bool IsAlive() const;
+
     HTML5_VIDEO_LOCAL bool IsBound() const;
 
     // Whether a connection to the address that this socket listens on arrives here: not when the
@@ -148,6 +159,7 @@ private:
     sockaddr* mAddress;
     socklen_t mAddressLength;
     std::atomic<int> mStatus;
+    std::atomic<bool> mInterrupted{false};
 
     StaticLock mCloseLock;  // Shutdown from another thread against Close
     int mReceiveTimeout;    // milliseconds, as the descriptor has it; 0 for none

@@ -78,6 +78,10 @@ IPCSocketChannel::IPCSocketChannel(const char* name, IPCSocket* sendSocket, IPCS
       mThread(NewThread(name, priority)),
       mMutex(NewMutex(name)),
       mRun(true),
+      mConnected(false),
+      mServesNext(false),
+      mConnectionHandler(nullptr),
+      mConnectionContext(nullptr),
       mZeroCount(0),
       mEvent(-1),
       mListening(false),
@@ -242,4 +246,10 @@ bool IPCSocketChannel::Listen(bool again)
 void IPCSocketChannel::SetReplyTimeout(int milliseconds)
 {
     mReplyTimeout = milliseconds > 0 ? milliseconds : 1;
+}
+
+void IPCSocketChannel::SetConnectionHandler(ConnectionHandler handler, void* context)
+{
+    mConnectionHandler = handler;
+    mConnectionContext = context;
 }

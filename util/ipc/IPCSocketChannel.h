@@ -86,6 +86,21 @@ public:
     // Milliseconds, at least 1, for the calls from now on.
     void SetReplyTimeout(int milliseconds);
 
+    // Whether a connection of the peer is served. Once that is false, Start accepts the next one.
+    bool IsConnected() const { return mConnected; }
+
+    // After a peer has gone: the next connection is served, and the next call connects anew when
+    // the connection of the last one is no more. A call that waits ends within a quarter of a
+    // second unless its reply comes meanwhile. Harmless while all is well: connections that live
+    // are kept, and what is asked for happens once the peer has gone. From any thread, at any
+    // time; does not wait.
+    void Recover();
+
+    // The handler is called with the context whenever IsConnected has changed, on the thread that
+    // serves. REQUIRES: the channel was not started yet.
+    using ConnectionHandler = void (*)(void* context);
+    void SetConnectionHandler(ConnectionHandler handler, void* context);
+
     // The serving thread's entry; the argument is the channel and the result.
     static void* ChannelThread(void* channel);
 
@@ -110,6 +125,9 @@ private:
     HTML5_VIDEO_LOCAL bool EnsureListening();
     HTML5_VIDEO_LOCAL void DrainEvent();
     HTML5_VIDEO_LOCAL void ServeConnection();
+    HTML5_VIDEO_LOCAL bool ServesNext();
+    HTML5_VIDEO_LOCAL void SetConnected(bool connected);
+    HTML5_VIDEO_LOCAL void RenewBroken();
     HTML5_VIDEO_LOCAL void DropConnection();
     HTML5_VIDEO_LOCAL bool StopServing();
     HTML5_VIDEO_LOCAL bool ConnectToItself();
@@ -132,8 +150,12 @@ private:
     IPCSocket* const mRecvSocket;  // used under mRecvLock, but for the serving thread's wait
     IPCSocket* mConnSocket;        // the serving thread's; changed under mConnLock
     Thread* const mThread;
-    Mutex* const mMutex;          // one outgoing exchange at a time
-    std::atomic<bool> mRun;       // false while a Quit is in progress
+    Mutex* const mMutex;           // one outgoing exchange at a time
+    std::atomic<bool> mRun;        // false while a Quit is in progress
+    std::atomic<bool> mConnected;  // a connection is served
+    bool mServesNext;              // asked for by Recover while one was; under mConnLock
+    ConnectionHandler mConnectionHandler;
+    void* mConnectionContext;
     std::atomic<int> mZeroCount;  // length words of 0 in a row
     std::atomic<int> mEvent;      // ends the serving thread's wait; -1 until it first serves
     bool mListening;              // the receive socket does

@@ -1,4 +1,5 @@
 // The calling side of IPCSocketChannel: requests out, replies in, on the send connection.
+#include <algorithm>
 #include <cerrno>
 #include <cstring>
 
@@ -47,12 +48,24 @@ IPCSocketChannel::Exchange::Exchange(IPCSocketChannel& channel, bool setOptions)
         MSleep(kPoll);
     }
     mMutex.Lock();
+    if (channel.mSendSocket->TakeInterrupt()) {
+        channel.RenewBroken();
+    }
     mConnected = channel.EnsureConnected(setOptions, mDeadline);
 }
 
 IPCSocketChannel::Exchange::~Exchange()
 {
     mMutex.Unlock();
+}
+
+// Under mMutex. After a Recover: a connection that is no more makes room for a new one.
+void IPCSocketChannel::RenewBroken()
+{
+    if (mSendSocket->GetStatus() == IPCSocket::kConnected && !mSendSocket->IsAlive()) {
+        mSendSocket->Close();
+        mSendSocket->Open();
+    }
 }
 
 // Under mMutex. False, with the reason logged, when the peer cannot be reached.
@@ -64,7 +77,7 @@ bool IPCSocketChannel::EnsureConnected(bool setOptions, long long deadline)
     if (setOptions) {
         mSendSocket->SetServerOption();
     }
-    mSendSocket->SetReceiveTimeout(mReplyTimeout);
+    mSendSocket->SetReceiveTimeout(std::min(mReplyTimeout.load(), IPCSocket::kInterruptSlice));
     mSendSocket->SetConnectDeadline(deadline);
     if (mSendSocket->Connect() < 0) {
         TAVI_ERROR("Call Failure, IPCChannel is not activated %s", mName);

@@ -170,6 +170,7 @@ void IPCSocketChannel::Serve()
             const CancelGuard guard;
             channel.DropConnection();
             channel.mRunning = false;
+            channel.SetConnected(false);
         }
     };
     const End end = {*this};
@@ -181,8 +182,50 @@ void IPCSocketChannel::Serve()
         return;
     }
     DrainEvent();
-    AcceptConnection();
-    ServeConnection();
+    bool next = true;
+    while (next) {
+        AcceptConnection();
+        ServeConnection();
+        DropConnection();
+        next = ServesNext();
+        SetConnected(false);
+    }
+}
+
+// Whether another connection was asked for; if not, nothing is served from here on. Whoever sees
+// IsConnected turn false, which comes after, can start the channel anew.
+bool IPCSocketChannel::ServesNext()
+{
+    const StaticLockHold hold(mConnLock);
+    const bool next = mRun && mServesNext;
+    mServesNext = false;
+    mRunning = next;
+    return next;
+}
+
+void IPCSocketChannel::SetConnected(bool connected)
+{
+    if (mConnected.exchange(connected) != connected && mConnectionHandler != nullptr) {
+        mConnectionHandler(mConnectionContext);
+    }
+}
+
+void IPCSocketChannel::Recover()
+{
+    const CancelGuard guard;
+    mSendSocket->Interrupt();
+    if (mSendSocket->GetStatus() == IPCSocket::kOpen) {
+        mSendSocket->Shutdown();  // a connect in progress has no slices
+    }
+    bool running = true;
+    {
+        const StaticLockHold hold(mConnLock);
+        running = mRunning;
+        mServesNext = running && mConnSocket != nullptr;
+    }
+    if (!running) {
+        Start();
+    }
 }
 
 void IPCSocketChannel::AcceptConnection()
@@ -195,6 +238,7 @@ void IPCSocketChannel::AcceptConnection()
             pause = std::min(2 * pause, kLongestPause);
         }
     }
+    SetConnected(mConnSocket != nullptr);
 }
 
 // Waits for a connection, until the event is raised. False when a pause must go before the next

@@ -149,9 +149,9 @@ int IPCSocket::ReceiveInto(void* data, int length, long long deadline)
 {
     for (;;) {
         const int left = MillisecondsLeft(deadline);
+        // The system's own wait is as long as the descriptor's limit: one call, and no poll before.
         const bool systemWaits =
-            left < 0 || (left > 0 && left + kOvershootMilliseconds >= mReceiveTimeout &&
-                         mReceiveTimeout > 0 && left <= mReceiveTimeout);
+            left < 0 || (mReceiveTimeout > 0 && left + kOvershootMilliseconds >= mReceiveTimeout);
         if (left > 0 && !systemWaits && WaitForEvents(mDescriptor, POLLIN, left) == 0) {
             errno = EAGAIN;
             return -1;
@@ -161,6 +161,10 @@ int IPCSocket::ReceiveInto(void* data, int length, long long deadline)
         const bool again = received < 0 && (errno == EINTR || (errno == EAGAIN && left != 0));
         if (!again) {
             return static_cast<int>(received);
+        }
+        if (mInterrupted) {
+            errno = ECANCELED;
+            return -1;
         }
     }
 }
@@ -174,12 +178,23 @@ int IPCSocket::SendNow(const void* data, int length)
 short IPCSocket::WaitFor(short events, long long deadline)
 {
     for (;;) {
+        const int left = MillisecondsLeft(deadline);
+        const int slice = left < 0 ? kInterruptSlice : std::min(left, kInterruptSlice);
         pollfd entry = {mDescriptor, events, 0};
-        const int result = poll(&entry, 1, MillisecondsLeft(deadline));
-        if (result >= 0 || errno != EINTR) {
-            return result > 0 ? entry.revents : static_cast<short>(0);
+        const int result = poll(&entry, 1, slice);
+        if (result > 0) {
+            return entry.revents;
+        }
+        if ((result < 0 && errno != EINTR) || slice == left || mInterrupted) {
+            return 0;
         }
     }
+}
+
+bool IPCSocket::IsAlive() const
+{
+    pollfd entry = {mDescriptor, POLLRDHUP, 0};
+    return WaitForAny(&entry, 1, 0) == 0;
 }
 
 void IPCSocket::SetConnectDeadline(long long deadline)

@@ -49,6 +49,8 @@ StaticLock sCreationLock;
 constexpr std::size_t kPrefixRoom = 64;
 char sLine[kPrefixRoom + sizeof(PrintBuffer) + 1024];
 
+std::atomic<int> sConfiguredMode{0};
+
 struct Prefix
 {
     const char* before;
@@ -237,6 +239,7 @@ void Logger::Init()
     }
     LoadConfig();
     ChangeMode(sLogConfig.mode);
+    sConfiguredMode = sLogConfig.mode.load();
     std::printf("mode=%d\nkmsg=%d\nserverip=%s\nport=%d\noutpath=%s\n", sLogConfig.mode.load(),
                 sLogConfig.kmsg.load(), sLogConfig.serverip, sLogConfig.port, sLogConfig.outpath);
     sInitialized.store(true, std::memory_order_release);
@@ -280,6 +283,11 @@ void Logger::ChangeMode(int mode)
 int Logger::GetMode()
 {
     return sLogConfig.mode;
+}
+
+int Logger::GetConfiguredMode()
+{
+    return sConfiguredMode;
 }
 
 void Logger::Print(int level, int raw, const char* function, const char* file, int line,

@@ -63,6 +63,9 @@ public:
     static void ChangeMode(int mode);
     static int GetMode();
 
+    // The mode that "./logger.conf" had when the library was loaded, whatever was chosen since.
+    static int GetConfiguredMode();
+
     // Prints one message when the level is at least GetLevel(). raw 0: a decorated line; 1: the
     // message alone; other: nothing. All texts are read during the call only; the format is
     // printf's and must not come from outside. A level below 0 is decorated as info, one above 2
