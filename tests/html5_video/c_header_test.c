@@ -1,12 +1,17 @@
-/* Compiling and linking is the test: every function by its C prototype. */
+/* Compiling and linking is the test: every function by its C prototype.
+ *
+ *     c_header_test [LOG-MODE LOG-LEVEL] */
+#include <stdlib.h>
+
 #include "html5_video/html5_video_client.h"
 #include "util/os_linux/Sleep.h"
 
-int main(void)
+int main(int argc, char** argv)
 {
     int numbers[7];
     unsigned long long bytes[2];
-    int result = html5_video_client_init();
+    int result = argc == 3 ? html5_video_client_set_log(atoi(argv[1]), atoi(argv[2])) : 0;
+    result += html5_video_client_init();
     result += html5_video_client_load("http://example.com/a.mp4");
     result += html5_video_client_play();
     result += html5_video_client_pause();

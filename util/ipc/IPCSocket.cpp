@@ -247,22 +247,6 @@ bool IPCSocket::IsConnectedToItself() const
            own.sin_port == peer.sin_port && own.sin_addr.s_addr == peer.sin_addr.s_addr;
 }
 
-// An interrupted connect goes on in the background; once that has ended, a second one says how.
-// False leaves errno with the reason.
-bool IPCSocket::ConnectInTime()
-{
-    int result = connect(mDescriptor, mAddress, mAddressLength);
-    while (result < 0 && errno == EINTR) {
-        if (WaitFor(POLLOUT, mConnectDeadline) == 0) {
-            errno = ETIMEDOUT;
-            return false;
-        }
-        SetConnectDeadline(mConnectDeadline);
-        result = connect(mDescriptor, mAddress, mAddressLength);
-    }
-    return result == 0;
-}
-
 int IPCSocket::GetStatus()
 {
     return mStatus;

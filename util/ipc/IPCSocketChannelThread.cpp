@@ -214,9 +214,6 @@ void IPCSocketChannel::Recover()
 {
     const CancelGuard guard;
     mSendSocket->Interrupt();
-    if (mSendSocket->GetStatus() == IPCSocket::kOpen) {
-        mSendSocket->Shutdown();  // a connect in progress has no slices
-    }
     bool running = true;
     {
         const StaticLockHold hold(mConnLock);

@@ -197,12 +197,31 @@ bool IPCSocket::IsAlive() const
     return WaitForAny(&entry, 1, 0) == 0;
 }
 
+// A connect that a signal interrupts, or whose slice is over, goes on in the background; once that
+// has ended, another one says how. On a UNIX-domain socket it begins anew. False leaves errno with
+// the reason.
+bool IPCSocket::ConnectInTime()
+{
+    while (connect(mDescriptor, mAddress, mAddressLength) < 0) {
+        if (errno != EINTR && errno != EINPROGRESS && errno != EALREADY && errno != EAGAIN) {
+            return false;
+        }
+        if (WaitFor(POLLOUT, mConnectDeadline) == 0 || MillisecondsLeft(mConnectDeadline) == 0 ||
+            mInterrupted) {
+            errno = ETIMEDOUT;
+            return false;
+        }
+        SetConnectDeadline(mConnectDeadline);
+    }
+    return true;
+}
+
 void IPCSocket::SetConnectDeadline(long long deadline)
 {
     mConnectDeadline = deadline;
     const int left = MillisecondsLeft(deadline);
-    const timeval limit = ToTimeval(left < 0 ? 0 : std::max(left, 1));  // 0 is no limit
-    setsockopt(mDescriptor, SOL_SOCKET, SO_SNDTIMEO, &limit, sizeof(limit));
+    const timeval limit = ToTimeval(left < 0 ? 0 : std::clamp(left, 1, kInterruptSlice));
+    setsockopt(mDescriptor, SOL_SOCKET, SO_SNDTIMEO, &limit, sizeof(limit));  // 0 is no limit
 }
 
 void IPCSocket::SetReceiveTimeout(int milliseconds)

@@ -1,0 +1,223 @@
+// What a host does beside playing: noticing, recovering, waiting for news, being quiet.
+#include <gtest/gtest.h>
+#include <poll.h>
+#include <unistd.h>
+
+#include <atomic>
+#include <cstdint>
+#include <string>
+#include <thread>
+#include <tuple>
+#include <vector>
+
+#include "html5_video/html5_video_client.h"
+#include "tests/support/RawPeer.h"
+#include "tests/support/program.h"
+#include "tests/support/support.h"
+
+namespace {
+using test::EmptyRecord;
+using test::Frame;
+using test::Hex;
+using test::Number;
+using test::RawListener;
+using test::RawPeer;
+using test::Text;
+using test::WaitUntil;
+
+constexpr int kCommandPort = 56911;
+constexpr int kStatusPort = 56910;
+const std::string kEmptyReply = Hex("08 00 00 00") + EmptyRecord();
+
+bool IsConnected()
+{
+    return html5_video_client_is_connected() == 1;
+}
+
+int PlayTime()
+{
+    int time = 0, unused[4] = {};
+    unsigned long long bytes[2] = {};
+    html5_video_get_status(&time, &unused[0], &unused[1], &unused[2], &unused[3], &bytes[0],
+                           &bytes[1]);
+    return time;
+}
+
+void Push(const RawPeer& peer, int playTime)
+{
+    ASSERT_TRUE(peer.Send(
+        Frame("SetStatus", Hex("00 00 00 48") + Text("i") + Text("a") + Number(playTime))));
+    ASSERT_EQ(peer.ReceiveFrame(), kEmptyReply);
+}
+
+class RecoveryTest : public testing::Test
+{
+protected:
+    static void SetUpTestSuite() { test::UsePrivateNetwork(); }
+    void SetUp() override { ASSERT_EQ(html5_video_client_set_log(0, 3), 0); }
+};
+
+TEST_F(RecoveryTest, ACommandThatWaitsEndsAndTheNextOneConnectsAnew)
+{
+    const RawListener player(kCommandPort);
+    html5_video_client_init();
+    std::atomic<int> result{1};
+    std::thread command([&result] {
+        html5_video_client_play();
+        result = html5_video_client_get_last_result();
+    });
+    const RawPeer silent = player.Accept();
+    EXPECT_FALSE(silent.ReceiveFrame().empty());
+    html5_video_client_reconnect();
+    EXPECT_TRUE(WaitUntil([&result] { return result == -1; }, 10000)) << "of 30 seconds";
+    command.join();
+    EXPECT_TRUE(silent.WaitClosed());
+    EXPECT_EQ(html5_video_client_get_last_result(), 0) << "of this thread";
+
+    std::thread next([] { html5_video_client_pause(); });
+    const RawPeer answering = player.Accept();
+    EXPECT_EQ(answering.ReceiveFrame(), Frame("pause", EmptyRecord()));
+    answering.Send(kEmptyReply);
+    next.join();
+}
+
+TEST_F(RecoveryTest, AHealthyPlayerKeepsBothConnections)
+{
+    const RawListener player(kCommandPort);
+    html5_video_client_init();
+    const RawPeer state = RawPeer::Connect(kStatusPort);
+    Push(state, 1);
+    std::thread commands([] {
+        for (int number = 0; number < 1000; ++number) {
+            html5_video_client_reconnect();
+            html5_video_client_play();
+            EXPECT_EQ(html5_video_client_get_last_result(), 0);
+        }
+    });
+    const RawPeer connection = player.Accept();
+    for (int number = 0; number < 1000; ++number) {
+        ASSERT_FALSE(connection.ReceiveFrame().empty());
+        html5_video_client_reconnect();
+        ASSERT_TRUE(connection.Send(kEmptyReply));
+        Push(state, number);
+    }
+    commands.join();
+    EXPECT_TRUE(IsConnected());
+    EXPECT_EQ(PlayTime(), 999);
+}
+
+// The request of a host that noticed too early, or called for nothing, is not lost.
+TEST_F(RecoveryTest, AsksForThePlayerAfterTheOneThatIsServed)
+{
+    html5_video_client_init();
+    {
+        const RawPeer first = RawPeer::Connect(kStatusPort);
+        Push(first, 1);
+        html5_video_client_reconnect();
+    }
+    const RawPeer second = RawPeer::Connect(kStatusPort);
+    Push(second, 2);
+    EXPECT_EQ(PlayTime(), 2);
+}
+
+TEST_F(RecoveryTest, TheDescriptorCountsOneForEachReport)
+{
+    html5_video_client_init();
+    const RawPeer peer = RawPeer::Connect(kStatusPort);
+    ASSERT_TRUE(WaitUntil(IsConnected));
+    const int descriptor = html5_video_client_get_event_fd();
+    std::uint64_t count = 0;
+    ASSERT_EQ(read(descriptor, &count, sizeof(count)), 8) << "the connection, from before";
+    for (int number = 1; number <= 5; ++number) {
+        Push(peer, number);
+    }
+    ASSERT_EQ(read(descriptor, &count, sizeof(count)), 8);
+    EXPECT_EQ(count, 5U);
+    EXPECT_EQ(read(descriptor, &count, sizeof(count)), -1) << "does not block";
+    html5_video_client_load("x");
+    ASSERT_EQ(read(descriptor, &count, sizeof(count)), 8) << "the status was reset";
+}
+
+TEST_F(RecoveryTest, AReplyTimeOutHoldsForTheNextCommand)
+{
+    const RawListener player(kCommandPort);
+    EXPECT_EQ(html5_video_client_set_reply_timeout(50), 0);
+    html5_video_client_play();  // the backlog takes it, nobody answers
+    EXPECT_EQ(html5_video_client_get_last_result(), -1);
+    EXPECT_EQ(html5_video_client_set_reply_timeout(-1), -1);
+    EXPECT_EQ(html5_video_client_set_reply_timeout(test::kPatience), 0);
+    std::thread command([] {
+        html5_video_client_pause();
+        EXPECT_EQ(html5_video_client_get_last_result(), 0);
+    });
+    const RawPeer connection = player.Accept();
+    connection.ReceiveFrame();
+    connection.Send(kEmptyReply);  // late, of the play
+    connection.ReceiveFrame();
+    connection.Send(kEmptyReply);
+    command.join();
+}
+
+TEST_F(RecoveryTest, ManyThreadsLookWhilePlayersComeAndGo)
+{
+    constexpr int kThreads = 100;
+    constexpr int kLives = 200;
+    html5_video_client_init();
+    std::atomic<bool> done{false};
+    std::atomic<int> wrong{0};
+    std::vector<std::thread> threads;
+    for (int thread = 0; thread < kThreads; ++thread) {
+        threads.emplace_back([&] {
+            int last = 0;
+            while (!done) {
+                const int time = PlayTime();
+                wrong += time < last || html5_video_client_get_last_result() != 0 ? 1 : 0;
+                last = time;
+                html5_video_client_is_connected();
+                usleep(1000);
+            }
+        });
+    }
+    for (int life = 1; life <= kLives; ++life) {
+        RawPeer peer = RawPeer::Connect(kStatusPort);
+        Push(peer, life);
+        EXPECT_TRUE(IsConnected());
+        peer.Close();
+        ASSERT_TRUE(WaitUntil([] { return !IsConnected(); }));
+        html5_video_client_reconnect();
+    }
+    done = true;
+    for (std::thread& thread : threads) {
+        thread.join();
+    }
+    EXPECT_EQ(wrong, 0);
+    EXPECT_EQ(PlayTime(), kLives);
+}
+
+// A program in C that calls every function, without a player; its two outputs to the byte.
+TEST(LogOfAHost, IsAsQuietAsItAsksFor)
+{
+    const std::string atLoad = "mode=0\nkmsg=0\nserverip=\nport=0\noutpath=./log.txt\n";
+    test::WriteFile("logger.conf", "outpath=./log.txt\n");
+    const auto run = [](const std::string& arguments) {
+        return test::OutputOf(test::Program("tests/c_header_test") + " " + arguments +
+                              " 2>stderr.txt");
+    };
+    const auto count = [](const std::string& text) {
+        return std::tuple(test::Count(text, "[LOG]: "), test::Count(text, "[LOG-WARN]:"),
+                          test::Count(text, "[[LOG-ERROR]]:"), test::Count(text, " load 186\n"));
+    };
+    for (const char* const silent : {"0 0", "1 3", "2 3", "-1 0"}) {
+        EXPECT_EQ(run(silent), atLoad) << silent;
+        EXPECT_EQ(test::ReadFile("stderr.txt"), "") << silent;
+    }
+    EXPECT_EQ(run("1 2"), atLoad);
+    EXPECT_EQ(count(test::ReadFile("stderr.txt")), std::tuple(0, 0, 18, 1));
+    EXPECT_EQ(run("2 1"), atLoad);
+    EXPECT_EQ(count(test::ReadFile("stderr.txt")), std::tuple(0, 0, 0, 1));
+    EXPECT_EQ(count(test::ReadFile("log.txt")), std::tuple(0, 1, 18, 0));
+    test::WriteFile("logger.conf", "mode=2\noutpath=./log.txt\n");
+    run("-1 2");
+    EXPECT_EQ(count(test::ReadFile("log.txt")), std::tuple(0, 0, 18, 0));
+}
+}  // namespace
