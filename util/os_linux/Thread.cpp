@@ -91,16 +91,18 @@ private:
     bool mOver = false;
 };
 
-// Stands in the started thread and learns of its end, also by a cancel or pthread_exit.
+// Stands in the thread's own storage and learns of its end however it comes: a cancel does not pass
+// through the frames around an entry in C that has no unwind tables.
 struct Thread::Ending
 {
-    explicit Ending(Thread* ended) : thread(ended) {}
-    Ending(const Ending&) = delete;
-    Ending& operator=(const Ending&) = delete;
-    ~Ending() { Leave(thread, returned); }
+    ~Ending()
+    {
+        if (thread != nullptr) {
+            Leave(thread, false);
+        }
+    }
 
-    Thread* const thread;
-    bool returned = false;
+    Thread* thread = nullptr;
 };
 
 Thread::Thread(const char* name, Entry entry, bool detached, int priority)
@@ -422,12 +424,15 @@ void Thread::Leave(Thread* thread, bool exited)
 
 void* Thread::ThreadMainHandler(void* argument)
 {
-    Ending ending(static_cast<Thread*>(argument));
-    const Body body = ending.thread->EnterRunning();
+    static thread_local Ending sEnding;
+    Thread* const thread = static_cast<Thread*>(argument);
+    sEnding.thread = thread;
+    const Body body = thread->EnterRunning();
     if (body.entry != nullptr) {
         body.entry(body.argument);
     }
-    ending.returned = true;
+    sEnding.thread = nullptr;
+    Leave(thread, true);
     return nullptr;
 }
 

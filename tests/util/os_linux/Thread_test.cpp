@@ -20,6 +20,9 @@
 #include "util/os_linux/Sleep.h"
 #include "util/os_linux/ThreadList.h"
 
+// From plain_entry.c: waits until it is cancelled.
+extern "C" void* WaitInPlainC(void* argument);
+
 namespace {
 using testing::HasSubstr;
 using testing::Not;
@@ -174,6 +177,19 @@ TEST_F(ThreadTest, KillEndsAWaitingThread)
     }));
     ASSERT_EQ(thread.Kill(), 0);
     EXPECT_EQ(thread.Join(), 0);
+}
+
+TEST_F(ThreadTest, KillEndsAThreadThatCanNotBeUnwound)
+{
+    Thread thread("plain", WaitInPlainC, false, 0);
+    for (int round = 0; round < 3; ++round) {
+        ASSERT_EQ(thread.Start(nullptr), 0);
+        ASSERT_TRUE(Reaches(thread, Thread::kRunning));
+        ASSERT_EQ(thread.Kill(), 0);
+        ASSERT_TRUE(test::WaitUntil([&] { return thread.Start(nullptr) == 0; }));
+        ASSERT_EQ(thread.Kill(), 0);
+        ASSERT_EQ(thread.Join(), 0);
+    }
 }
 
 // Runs the action for a thread that waits at the gate, made by Start and then a wrapped one.
