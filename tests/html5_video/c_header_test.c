@@ -1,5 +1,6 @@
 /* Compiling and linking is the test: every function by its C prototype. */
 #include "html5_video/html5_video_client.h"
+#include "util/os_linux/LoggerPrint.h"
 #include "util/os_linux/Sleep.h"
 
 int main(void)
@@ -19,6 +20,7 @@ int main(void)
     result += html5_video_get_status(&numbers[0], &numbers[1], &numbers[2], &numbers[3],
                                      &numbers[4], &bytes[0], &bytes[1]);
     result += html5_video_get_video_dimension(&numbers[5], &numbers[6]);
+    Logger_Print(3, 1, 0, "main", __FILE__, __LINE__, "results %d", result);
     MSleep(1);
     return result;
 }

@@ -27,10 +27,10 @@ private:
 class TAVI_SCOPED_CAPABILITY StaticLockHold
 {
 public:
-    explicit StaticLockHold(StaticLock& lock) TAVI_ACQUIRE(lock) : mLock(lock) { mLock.Lock(); }
+    explicit StaticLockHold(StaticLock& lock) TAVI_ACQUIRE(lock);
     StaticLockHold(const StaticLockHold&) = delete;
     StaticLockHold& operator=(const StaticLockHold&) = delete;
-    ~StaticLockHold() TAVI_RELEASE() { mLock.Unlock(); }
+    ~StaticLockHold() TAVI_RELEASE();
 
 private:
     CancelGuard mGuard;
