@@ -21,8 +21,9 @@ function(html5_video_compile_options target)
     if(PROJECT_IS_TOP_LEVEL)
         target_compile_options(${target} PRIVATE -Werror)
     endif()
-    # Sizes of files and file systems need 64 bits on 32-bit targets too.
-    target_compile_definitions(${target} PRIVATE _GNU_SOURCE _FILE_OFFSET_BITS=64)
+    # Sizes of files and file systems need 64 bits on 32-bit targets too, and so do times after 2038.
+    # What a public header shows must not depend on either.
+    target_compile_definitions(${target} PRIVATE _GNU_SOURCE _FILE_OFFSET_BITS=64 _TIME_BITS=64)
     target_link_options(${target} PRIVATE
         -Wl,-z,relro -Wl,-z,now -Wl,-z,noexecstack -Wl,-z,defs -Wl,--as-needed)
     if(HTML5_VIDEO_SANITIZE)

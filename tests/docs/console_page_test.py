@@ -92,7 +92,7 @@ class Page(unittest.TestCase):
 
     def test_the_table_of_settings_names_the_keys_there_are(self):
         keys = set(re.findall(r'ConfigValueOf\(line, "(\w+=)"\)',
-                              read("util/console/ConsoleSettings.cpp")))
+                              read("util/console/lines/ConsoleSettings.cpp")))
         self.assertEqual(keys, set(re.findall(r"^\| `(\w+=)`", read("docs/console.md"),
                                               re.MULTILINE)))
 

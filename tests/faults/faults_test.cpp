@@ -10,6 +10,7 @@
 
 #include <atomic>
 #include <cerrno>
+#include <cstdlib>
 #include <functional>
 #include <memory>
 #include <string>
@@ -23,8 +24,11 @@
 #include "util/ipc/IPCSocketChannel.h"
 #include "util/ipc/IPCTCPSocket.h"
 #include "util/os_linux/ExecShell.h"
+#include "util/os_linux/FSUtil.h"
+#include "util/os_linux/FilePath.h"
 #include "util/os_linux/Logger.h"
 #include "util/os_linux/PartitionParser.h"
+#include "util/os_linux/Thread.h"
 
 namespace {
 IPCParam* Echo(IPCParam* request)
@@ -166,6 +170,30 @@ private:
     CmdMgr& mConsole;
 };
 
+// A scan of a directory and a path taken apart.
+class Files
+{
+public:
+    Files(int, int) {}
+
+    void Converse() const { Recover(); }
+
+    bool Recover() const
+    {
+        FilePath path("/a/b");
+        tavi::Vector<FileCompareUnit*> entries;
+        const bool scanned = FSUtil::ScanDir("/proc/self", entries, nullptr) == 0;
+        if (scanned != (entries.Size() > 0)) {
+            _exit(3);
+        }
+        for (int index = 0; index < entries.Size(); ++index) {
+            std::free(entries.At(index)->mName);
+            std::free(entries.At(index));
+        }
+        return scanned && std::string(path.GetLastItem()) == "b";
+    }
+};
+
 #ifdef COUNTS_COVERAGE
 extern "C" void __gcov_dump();  // GCC's own; _exit writes no counts
 #endif
@@ -268,6 +296,37 @@ class ConsoleFaults : public testing::TestWithParam<Fault>
 TEST_P(ConsoleFaults, TheNextClientIsServed)
 {
     FailEachCall<Console>(GetParam());
+}
+
+TEST(FileFaults, MemoryMayRunOut)
+{
+    FailEachCall<Files>({"malloc", {ENOMEM}});
+}
+
+TEST(ThreadFaults, AFailedStartLeavesNoHandle)
+{
+    Thread thread("worker", nullptr, false, 0);
+    ASSERT_EQ(thread.Start(nullptr), 0);
+    ASSERT_TRUE(test::WaitUntil([&] { return thread.GetStatus() == Thread::kExited; }));
+    faults_arm("pthread_create", 1, EAGAIN);
+    EXPECT_EQ(thread.Start(nullptr), -1);
+    faults_disarm();
+    EXPECT_EQ(thread.GetThreadHandle(), 0U) << "it is soon another thread's";
+    EXPECT_EQ(thread.Kill(), -1);
+    EXPECT_EQ(thread.Start(nullptr), 0);
+    while (thread.Join() != 0) {}
+}
+
+TEST(LoggerFaults, AnInterruptedConnectIsMadeAgain)
+{
+    const test::RawListener listener("./log.socket");
+    char setting[] = "outpath=./log.socket";
+    Logger::GetLogger(0)->ParseConfig(setting);
+    faults_arm("connect", 1, EINTR);
+    Logger::ChangeMode(4);
+    faults_disarm();
+    Logger_Print(0, 0, 1, "F", "f", 1, "text");
+    EXPECT_EQ(listener.Accept().Receive(4), "text");
 }
 
 std::string NameOf(const testing::TestParamInfo<Fault>& fault)

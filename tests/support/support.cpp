@@ -123,6 +123,12 @@ int CountThreads()
     return CountEntries("/proc/self/task");
 }
 
+bool IsAsleep(int tid)
+{
+    const std::string stat = ReadFile("/proc/self/task/" + std::to_string(tid) + "/stat");
+    return stat.find(") S ") != std::string::npos;
+}
+
 void InThreads(int count, const std::function<void(int)>& action)
 {
     std::vector<std::thread> threads;

@@ -42,6 +42,9 @@ void SetLoopback(bool up);
 int CountDescriptors();
 int CountThreads();
 
+// Whether the thread of that kernel id waits in a system call.
+bool IsAsleep(int tid);
+
 // Runs the action in that many threads at the same time, each with its number from 0 on, and waits
 // for them.
 void InThreads(int count, const std::function<void(int)>& action);

@@ -10,17 +10,13 @@
 #include <cstring>
 #include <cwchar>
 #include <set>
+#include <vector>
 
 #include "tools/console/Interrupt.h"
-#include "util/console/CmdParser.h"
+#include "tools/console/Language.h"
 
 namespace {
 constexpr int kHistoryLines = 1000;
-
-constexpr const char* kLanguage[] = {"FILE",  "PRINT",       "BREAK", "INT",   "CHAR", "STRING",
-                                     "FLOAT", "POINTER",     "FREE",  "SLEEP", "quit", "help",
-                                     "FOR",   "WHILE",       "IF",    "ELSE",  "DO",   "MACRO",
-                                     "END",   "thread_show", "NTSC",  "PAL"};
 
 // The editing library calls back without a context.
 std::set<std::string> gWords;
@@ -97,12 +93,14 @@ char** Complete(const char* beginning, int /*start*/, int /*end*/)
     return rl_completion_matches(beginning, NextCompletion);
 }
 
+// Names of commands and variables stand in front: a return name, the command, its first argument.
 void LearnWords(const char* line)
 {
-    const CmdParser parser(line);
-    for (const char* word : {parser.GetReturn(), parser.GetCommand(), parser.GetNthArg(0)}) {
-        if (word != nullptr && std::strlen(word) > 1 && std::strpbrk(word, " \"\\%") == nullptr) {
-            gWords.insert(word);
+    const std::vector<std::string> words = SplitLine(line);
+    const std::size_t names = words.size() > 1 && words[1] == "=" ? 4 : 2;
+    for (std::size_t index = 0; index < words.size() && index < names; ++index) {
+        if (words[index].size() > 1 && words[index].find_first_of(" \"\\%") == std::string::npos) {
+            gWords.insert(words[index]);
         }
     }
 }
@@ -112,7 +110,8 @@ LineEditor::LineEditor(int watched) : mHistoryPath(HistoryPath())
 {
     std::setlocale(LC_CTYPE, "");
     gWatched = watched;
-    gWords.insert(std::begin(kLanguage), std::end(kLanguage));
+    const std::vector<std::string> words = LanguageWords();
+    gWords.insert(words.begin(), words.end());
     rl_readline_name = "console";
     rl_catch_signals = 0;        // ^C is waited for in WaitForKey
     rl_getc_function = ReadKey;  // looked at by rl_initialize only

@@ -2,19 +2,18 @@
 
 #include <algorithm>
 
-#include "util/console/CmdParser.h"
-#include "util/console/StatementKind.h"
+#include "tools/console/Language.h"
 
 void StatementBuilder::Add(const std::string& line)
 {
-    if (IsCommentLine(line.c_str())) {
+    const LineRole role = RoleOf(line);
+    if (role == LineRole::kComment) {
         return;
     }
     mLines.push_back(line);
-    const CmdParser parser(line.c_str());
-    if (OpensBlock(parser)) {
+    if (role == LineRole::kOpensBlock) {
         ++mOpenBlocks;
-    } else if (mOpenBlocks > 0 && EndsBlock(parser)) {
+    } else if (role == LineRole::kEndsBlock && mOpenBlocks > 0) {
         --mOpenBlocks;
     }
 }
@@ -34,7 +33,6 @@ void StatementBuilder::Clear()
 
 bool MayQuit(const std::vector<std::string>& statement)
 {
-    return std::any_of(statement.begin(), statement.end(), [](const std::string& line) {
-        return ClassifyStatement(CmdParser(line.c_str())) == StatementKind::kQuit;
-    });
+    return std::any_of(statement.begin(), statement.end(),
+                       [](const std::string& line) { return RoleOf(line) == LineRole::kQuits; });
 }

@@ -2,17 +2,14 @@
 
 #include <strings.h>
 
-#include <algorithm>
 #include <cstring>
-#include <memory>
-#include <utility>
 
 #include "util/console/CmdParser.h"
+#include "util/console/CommandRecords.h"
 #include "util/console/HeapText.h"
 #include "util/console/RegistryHold.h"
 #include "util/console/SymInfo.h"
 #include "util/os_linux/Singleton.h"
-#include "util/os_linux/Sleep.h"
 
 std::atomic<CmdListMgr*> CmdListMgr::sCmdListMgr{nullptr};
 
@@ -37,7 +34,12 @@ CmdListMgr* CmdListMgr::GetInstance()
     return GetOrMake(sCmdListMgr, sLock, [] { return new CmdListMgr; });
 }
 
-CmdListMgr::CmdListMgr() : mGeneration(1)
+CommandRecords& CommandRecords::Get()
+{
+    return *CmdListMgr::GetInstance()->mRecords;
+}
+
+CmdListMgr::CmdListMgr() : mRecords(new CommandRecords)
 {
     sCmdListMgr = this;
 }
@@ -46,9 +48,6 @@ CmdListMgr::~CmdListMgr()
 {
     CmdListMgr* expected = this;
     sCmdListMgr.compare_exchange_strong(expected, nullptr);
-    for (const CmdInfo* info : mCommands) {
-        delete info;
-    }
 }
 
 int CmdListMgr::RegisterCommand(CmdHandlerFunction handler, const CmdParser* parsedTemplate,
@@ -65,53 +64,31 @@ int CmdListMgr::RegisterCommand(CmdHandlerFunction handler, const CmdParser* par
     info->mHelp = NewText(help, kHelpLimit);
     info->mHandler = handler;
     info->mOwner = owner;
-    const StaticLockHold hold(mLock);
-    mCommands.push_back(info.release());
-    Changed();
+    const StaticLockHold hold(mRecords->lock);
+    mRecords->Append(info.release());
     return 0;
 }
 
 int CmdListMgr::UnregisterCommand(const char* name, const void* owner)
 {
-    const StaticLockHold hold(mLock);
-    const auto found = std::find_if(mCommands.begin(), mCommands.end(), [&](const CmdInfo* info) {
-        return name != nullptr && info->mOwner == owner && std::strcmp(info->mName, name) == 0;
+    const StaticLockHold hold(mRecords->lock);
+    const CmdInfo* const found = mRecords->First([&](const CmdInfo& info) {
+        return name != nullptr && info.mOwner == owner && std::strcmp(info.mName, name) == 0;
     });
-    if (found != mCommands.end()) {
-        Remove(static_cast<std::size_t>(found - mCommands.begin()));
+    if (found != nullptr) {
+        mRecords->Remove(found);
     }
     return 0;
 }
 
 int CmdListMgr::UnregisterCommand(int index)
 {
-    const StaticLockHold hold(mLock);
-    if (index < 0 || static_cast<std::size_t>(index) >= mCommands.size()) {
-        return -1;
-    }
-    Remove(static_cast<std::size_t>(index));
-    return 0;
-}
-
-void CmdListMgr::Remove(std::size_t index)
-{
-    std::unique_ptr<CmdInfo> info(mCommands[index]);
-    mCommands.erase(mCommands.begin() + static_cast<std::ptrdiff_t>(index));
-    mRetired.Retire(std::move(info));
-    Changed();
+    return mRecords->RemoveAt(index);
 }
 
 void CmdListMgr::WaitForHandlers()
 {
-    bool first = true;
-    for (unsigned seen = 0;; MSleep(1)) {
-        const StaticLockHold hold(mLock);
-        if (!mRetired.IsHeld() || (!first && seen != mRetired.IdleCount())) {
-            return;
-        }
-        seen = mRetired.IdleCount();
-        first = false;
-    }
+    mRecords->WaitUntilReleased();
 }
 
 CmdInfo* CmdListMgr::NewCmdInfo()
@@ -143,15 +120,12 @@ int CmdListMgr::GetType(const char* word)
 
 int CmdListMgr::GetCount()
 {
-    const StaticLockHold hold(mLock);
-    return static_cast<int>(mCommands.size());
+    return mRecords->Count();
 }
 
 CmdInfo* CmdListMgr::GetInfo(int index)
 {
-    const StaticLockHold hold(mLock);
-    const bool found = index >= 0 && static_cast<std::size_t>(index) < mCommands.size();
-    return found ? mCommands[static_cast<std::size_t>(index)] : nullptr;
+    return mRecords->At(index);
 }
 
 CmdInfo* CmdListMgr::GetMatch(const CmdParser* line)
@@ -159,36 +133,39 @@ CmdInfo* CmdListMgr::GetMatch(const CmdParser* line)
     if (line == nullptr || line->GetCommand() == nullptr) {
         return nullptr;
     }
-    const StaticLockHold hold(mLock);
-    for (CmdInfo* info : mCommands) {
-        if (std::strcmp(info->mName, line->GetCommand()) == 0 &&
-            info->mArgCount == line->GetCount()) {
-            return info;
-        }
-    }
-    return nullptr;
+    const StaticLockHold hold(mRecords->lock);
+    return mRecords->First([line](const CmdInfo& info) {
+        return std::strcmp(info.mName, line->GetCommand()) == 0 &&
+               info.mArgCount == line->GetCount();
+    });
 }
 
 void CmdListMgr::Dispatch(CmdParser* line, char* result)
 {
-    const RegistryHold<CmdListMgr> hold(this);
-    for (CmdInfo* info : FindAll(line->GetCommand())) {
-        if (IsRegistered(info)) {
+    const RegistryHold<CommandRecords> hold(mRecords.get());
+    for (CmdInfo* info : mRecords->FindAll(line->GetCommand())) {
+        if (mRecords->IsRegistered(info)) {
             info->mHandler(line, info, result);
         }
     }
 }
 
-bool CmdListMgr::IsKnown(const char* name)
+void CmdListMgr::Hold()
 {
-    return !FindAll(name).empty();
+    mRecords->Hold();
 }
 
-std::vector<CmdInfo*> CmdListMgr::FindAll(const char* name)
+void CmdListMgr::Release()
+{
+    mRecords->Release();
+}
+
+std::vector<CmdInfo*> CommandRecords::FindAll(const char* name)
 {
     std::vector<CmdInfo*> found;
-    const StaticLockHold hold(mLock);
-    for (CmdInfo* info : mCommands) {
+    const StaticLockHold hold(lock);
+    for (void* record : mRecords) {
+        auto* const info = static_cast<CmdInfo*>(record);
         if (name != nullptr && strcasecmp(info->mName, name) == 0) {
             found.push_back(info);
         }
@@ -196,20 +173,13 @@ std::vector<CmdInfo*> CmdListMgr::FindAll(const char* name)
     return found;
 }
 
-bool CmdListMgr::IsRegistered(const CmdInfo* info)
+bool CommandRecords::IsKnown(const char* name)
 {
-    const StaticLockHold hold(mLock);
-    return std::find(mCommands.begin(), mCommands.end(), info) != mCommands.end();
+    return !FindAll(name).empty();
 }
 
-void CmdListMgr::Hold()
+bool CommandRecords::IsRegistered(const CmdInfo* record)
 {
-    const StaticLockHold hold(mLock);
-    mRetired.AddHold();
-}
-
-void CmdListMgr::Release()
-{
-    const StaticLockHold hold(mLock);
-    mRetired.DropHold();
+    const StaticLockHold hold(lock);
+    return First([record](const CmdInfo& info) { return &info == record; }) != nullptr;
 }

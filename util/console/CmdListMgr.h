@@ -10,12 +10,12 @@
 #define UTIL_CONSOLE_CMDLISTMGR_H
 
 #include <atomic>
-#include <vector>
+#include <memory>
 
 #include "util/Export.h"
 #include "util/console/CmdInfo.h"
-#include "util/console/RetiredRecords.h"
-#include "util/os_linux/StaticLock.h"
+
+class CommandRecords;
 
 class HTML5_VIDEO_API CmdListMgr
 {
@@ -66,28 +66,16 @@ public:
     // meanwhile.
     void Dispatch(CmdParser* line, char* result);
 
-    // Whether a command of that name exists, in any case.
-    bool IsKnown(const char* name);
-
-    // Changes whenever a command was added or removed.
-    unsigned GetGeneration() const { return mGeneration.load(std::memory_order_acquire); }
-
     // For RegistryHold.
     void Hold();
     void Release();
 
 private:
-    HTML5_VIDEO_LOCAL std::vector<CmdInfo*> FindAll(const char* name);
-    HTML5_VIDEO_LOCAL bool IsRegistered(const CmdInfo* info);
-    HTML5_VIDEO_LOCAL void Remove(std::size_t index) TAVI_REQUIRES(mLock);
-    void Changed() { mGeneration.fetch_add(1, std::memory_order_acq_rel); }
+    friend class CommandRecords;
 
     HTML5_VIDEO_LOCAL static std::atomic<CmdListMgr*> sCmdListMgr;
 
-    StaticLock mLock;
-    std::vector<CmdInfo*> mCommands TAVI_GUARDED_BY(mLock);
-    RetiredRecords<CmdInfo> mRetired TAVI_GUARDED_BY(mLock);
-    std::atomic<unsigned> mGeneration;
+    const std::unique_ptr<CommandRecords> mRecords;
 };
 
 #endif  // UTIL_CONSOLE_CMDLISTMGR_H

@@ -1,32 +1,21 @@
+// The public face of the console: every operation is the server's or the language's.
 #include "util/console/CmdMgr.h"
 
+#include <cstdio>
 #include <cstring>
 
+#include "util/console/CmdBlock.h"
 #include "util/console/CmdParser.h"
-#include "util/console/ConsoleLink.h"
-#include "util/console/ConsoleSettings.h"
-#include "util/console/StopSignal.h"
+#include "util/console/ConsoleServer.h"
 #include "util/console/SymListMgr.h"
-#include "util/os_linux/ConfigText.h"
-#include "util/os_linux/FileDescriptor.h"
-#include "util/os_linux/FixedText.h"
+#include "util/console/language/BasicStatements.h"
+#include "util/console/language/BlockReader.h"
+#include "util/console/language/BlockTree.h"
+#include "util/console/language/IntegerOperation.h"
+#include "util/console/language/Print.h"
 #include "util/os_linux/Singleton.h"
-#include "util/os_linux/Sleep.h"
-#include "util/os_linux/Thread.h"
 
 std::atomic<CmdMgr*> CmdMgr::sCmdMgr{nullptr};
-FILE* CmdMgr::mScript = nullptr;
-bool CmdMgr::mIsScript = false;
-
-namespace {
-constexpr char kPrompt[] = "\nCMD>";
-constexpr int kDefaultPort = 28282;
-
-// Milliseconds Start waits for the thread that Stop told to end.
-constexpr int kStopTimeout = 2000;
-}  // namespace
-
-static_assert(CmdMgr::kLineSize == ConsoleLink::kLineSize, "one line buffer");
 
 CmdMgr* CmdMgr::GetInstance(int port)
 {
@@ -34,24 +23,15 @@ CmdMgr* CmdMgr::GetInstance(int port)
     return GetOrMake(sCmdMgr, sLock, [port] { return new CmdMgr(port); });
 }
 
-CmdMgr::CmdMgr(int port)
-    : mStop(false),
-      mServing(false),
-      mSettings(new ConsoleSettings),
-      mSignal(new StopSignal),
-      mLink(new ConsoleLink(*mSignal)),
-      mScriptDepth(0)
+CmdMgr::CmdMgr(int port) : mServer(new ConsoleServer(port))
 {
-    mSettings->port = port;
     Init();
     sCmdMgr = this;
 }
 
 CmdMgr::~CmdMgr()
 {
-    Stop();
-    const StaticLockHold hold(mStartLock);
-    WaitForFormerThread();
+    mServer->End();
     CmdMgr* expected = this;
     sCmdMgr.compare_exchange_strong(expected, nullptr);
 }
@@ -63,175 +43,71 @@ void CmdMgr::Init()
     symbols->RegisterSymbol("PAL", "1", SymInfo::kInt, true);
 }
 
+// How a line arrives.
+
 void CmdMgr::LoadConfig()
 {
-    ReadConfigFile("./cmd.conf", [this](const char* line) { ParseConfig(line); });
-    std::fflush(stdout);
+    mServer->LoadConfig();
 }
 
 void CmdMgr::ParseConfig(const char* line)
 {
-    char copy[256];
-    CopyText(copy, line);
-    StripLineEnd(copy);
-    const StaticLockHold hold(mSettingsLock);
-    mSettings->Apply(copy);
+    mServer->ParseConfig(line);
 }
 
 void CmdMgr::SetAddress(const char* address)
 {
-    const StaticLockHold hold(mSettingsLock);
-    mSettings->address = address != nullptr ? address : "";
+    mServer->ChangeSettings([address](ConsoleSettings& settings) {
+        settings.address = address != nullptr ? address : "";
+    });
 }
 
 void CmdMgr::SetTolerant(bool tolerant)
 {
-    const StaticLockHold hold(mSettingsLock);
-    mSettings->tolerant = tolerant;
+    mServer->ChangeSettings(
+        [tolerant](ConsoleSettings& settings) { settings.tolerant = tolerant; });
 }
 
 void CmdMgr::SetStartTimeout(int milliseconds)
 {
-    const StaticLockHold hold(mSettingsLock);
-    mSettings->startTimeout = milliseconds;
+    mServer->ChangeSettings(
+        [milliseconds](ConsoleSettings& settings) { settings.startTimeout = milliseconds; });
 }
 
 int CmdMgr::Start()
 {
-    const StaticLockHold hold(mStartLock);
-    if (!WaitForFormerThread()) {
-        return -1;
-    }
-    LoadConfig();
-    if (mThread == nullptr) {
-        mThread = std::make_unique<Thread>("Command line Tester thread", RunThread, true, 0);
-    }
-    BeginServing();
-    const int result = mThread->Start(this);
-    if (result != 0) {
-        EndServing();
-    }
-    return result;
-}
-
-// False when the thread was not told to stop, does not end in time or is the caller's own.
-bool CmdMgr::WaitForFormerThread()
-{
-    const long long deadline = MonotonicMilliseconds() + kStopTimeout;
-    while (mServing || (mThread != nullptr && mThread->IsRunning())) {
-        if (!mStop || Thread::IsCurrentThread(mThread.get()) ||
-            MonotonicMilliseconds() > deadline) {
-            return false;
-        }
-        MSleep(2);
-    }
-    return true;
+    return mServer->Start();
 }
 
 void CmdMgr::Stop()
 {
-    const StaticLockHold hold(mStateLock);
-    mStop = true;
-    if (mServing) {
-        mSignal->Raise();
-    }
-}
-
-bool CmdMgr::BeginServing()
-{
-    const StaticLockHold hold(mStateLock);
-    if (mServing) {
-        return false;
-    }
-    mStop = false;
-    mServing = true;
-    return true;
-}
-
-void CmdMgr::EndServing()
-{
-    const StaticLockHold hold(mStateLock);
-    mStop = true;
-    mServing = false;
-    mSignal->Clear();
+    mServer->Stop();
 }
 
 void* CmdMgr::ThreadLoop(void* manager)
 {
-    CmdMgr* const console = static_cast<CmdMgr*>(manager);
-    if (console->BeginServing()) {
-        console->Serve();
-    }
+    static_cast<CmdMgr*>(manager)->mServer->Run();
     return nullptr;
-}
-
-void* CmdMgr::RunThread(void* manager)
-{
-    static_cast<CmdMgr*>(manager)->Serve();
-    return nullptr;
-}
-
-void CmdMgr::Serve()
-{
-    CmdParser parser;
-    char line[kLineSize];
-    char result[kResultSize];
-    NextClient();
-    while (!mStop) {
-        SetLine(kPrompt);
-        if (GetLine(line) < 0) {
-            if (mLink->IsGone()) {
-                NextClient();
-            }
-        } else if (RunLine(&parser, line, result) == kQuit) {
-            NextClient();
-        }
-    }
-    Close();
-    EndServing();
-}
-
-// Opens anew, with the settings of now. Standard input that has ended has nothing more to give.
-void CmdMgr::NextClient()
-{
-    if (mLink->IsAtEnd() || Open() != 0) {
-        mStop = true;
-    }
 }
 
 int CmdMgr::Open()
 {
-    ConsoleSettings settings;
-    {
-        const StaticLockHold hold(mSettingsLock);
-        if (mSettings->port <= 0) {
-            mSettings->port = kDefaultPort;
-        }
-        settings = *mSettings;
-    }
-    return mLink->Open(settings);
+    return mServer->Open();
 }
 
 void CmdMgr::Close()
 {
-    mLink->Close();
+    mServer->Link().Close();
 }
 
 int CmdMgr::GetLine(char* line)
 {
-    if (mSignal->IsRaised()) {
-        return -1;
-    }
-    if (mIsScript && mScript != nullptr) {
-        const bool read = std::fgets(line, kLineSize, mScript) != nullptr;
-        return read ? static_cast<int>(std::strlen(line)) : -1;
-    }
-    return mLink->Receive(line);
+    return mServer->Lines().Next(line);
 }
 
 int CmdMgr::SetLine(const char* text)
 {
-    return mLink->Send(text);
+    return mServer->Link().Send(text);
 }
 
 int CmdMgr::SendResult(const char* /*text*/)
@@ -241,5 +117,168 @@ int CmdMgr::SendResult(const char* /*text*/)
 
 const char* CmdMgr::RemovePrompt(const char* text)
 {
-    return std::strstr(text, kPrompt) != nullptr ? text + std::strlen(kPrompt) : text;
+    constexpr std::size_t kLength = sizeof(ConsoleServer::kPrompt) - 1;
+    return std::strstr(text, ConsoleServer::kPrompt) != nullptr ? text + kLength : text;
+}
+
+// What a line does.
+
+int CmdMgr::CmdExecute(CmdParser* line, char* result)
+{
+    return mServer->Language().RunPlain(*line, result);
+}
+
+int CmdMgr::CmdBlockLoop(const char* firstLine, char* result)
+{
+    return mServer->Language().RunBlock(firstLine, result);
+}
+
+bool CmdMgr::IsComment(const char* line)
+{
+    return IsCommentLine(line);
+}
+
+bool CmdMgr::IsControlCmd(const CmdParser* line)
+{
+    return OpensBlock(BlockWordOf(*line));
+}
+
+bool CmdMgr::IsBasicFunc(const CmdParser* line)
+{
+    const Statement* const statement = &StatementOf(*line);
+    return statement != &kNoStatement && statement != &kCommandStatement;
+}
+
+bool CmdMgr::IsSign(const char* word)
+{
+    return word != nullptr && ArithmeticOf(word) != Arithmetic::kNone;
+}
+
+int CmdMgr::DoBasicFunc(CmdParser* line, char* result)
+{
+    return IsBasicFunc(line) ? StatementOf(*line).run(mServer->Language(), *line, result) : kFailed;
+}
+
+int CmdMgr::NewINT(CmdParser* line, char* result)
+{
+    return statement::Int(mServer->Language(), *line, result);
+}
+
+int CmdMgr::NewSTRING(CmdParser* line, char* result)
+{
+    return statement::String(mServer->Language(), *line, result);
+}
+
+int CmdMgr::NewFLOAT(CmdParser* line, char* result)
+{
+    return statement::Float(mServer->Language(), *line, result);
+}
+
+int CmdMgr::NewPOINTER(CmdParser* line, char* result)
+{
+    return statement::Pointer(mServer->Language(), *line, result);
+}
+
+int CmdMgr::FREE(CmdParser* line, char* result)
+{
+    return statement::Free(mServer->Language(), *line, result);
+}
+
+int CmdMgr::SET(CmdParser* line, char* /*result*/)
+{
+    return SymListMgr::GetInstance()->SetValue(line->GetNthArg(0), line->GetNthArg(1));
+}
+
+int CmdMgr::DoADD(CmdParser* line, char* result)
+{
+    return statement::Compute(Arithmetic::kAdd, *line, result);
+}
+
+int CmdMgr::DoSUB(CmdParser* line, char* result)
+{
+    return statement::Compute(Arithmetic::kSubtract, *line, result);
+}
+
+int CmdMgr::DoMUL(CmdParser* line, char* result)
+{
+    return statement::Compute(Arithmetic::kMultiply, *line, result);
+}
+
+int CmdMgr::DoDIV(CmdParser* line, char* result)
+{
+    return statement::Compute(Arithmetic::kDivide, *line, result);
+}
+
+int CmdMgr::DoPRINT(CmdParser* line, char* result)
+{
+    return statement::Print(mServer->Language(), *line, result);
+}
+
+int CmdMgr::DoFILE(CmdParser* line, char* result)
+{
+    return statement::File(mServer->Language(), *line, result);
+}
+
+int CmdMgr::DoSLEEP(CmdParser* line, char* result)
+{
+    return statement::Sleep(mServer->Language(), *line, result);
+}
+
+// Blocks.
+
+CmdBlock* CmdMgr::NewCmdBlock()
+{
+    return new CmdBlock;
+}
+
+// There is no result text here: the reason goes where the other reports of the console go.
+int CmdMgr::ParseCmdBlock(CmdBlock* block, CmdParser* line, CmdBlock* parent)
+{
+    const char* const reason = BlockReader(mServer->Lines()).Read(block, line, parent);
+    if (reason == nullptr) {
+        return kDone;
+    }
+    std::puts(reason);
+    std::fflush(stdout);
+    return kFailed;
+}
+
+int CmdMgr::DoCmdBlock(CmdBlock* block, char* result)
+{
+    return mServer->Language().RunBlock(*block, result);
+}
+
+int CmdMgr::DoFOR(CmdBlock* block, char* result)
+{
+    return mServer->Language().RunBlock(*block, BlockWord::kFor, result);
+}
+
+int CmdMgr::DoDO(CmdBlock* block, char* result)
+{
+    return mServer->Language().RunBlock(*block, BlockWord::kIdle, result);
+}
+
+int CmdMgr::DoWHILE(CmdBlock* block, char* result)
+{
+    return mServer->Language().RunBlock(*block, BlockWord::kWhile, result);
+}
+
+int CmdMgr::DoIF(CmdBlock* block, char* result)
+{
+    return mServer->Language().RunBlock(*block, BlockWord::kIf, result);
+}
+
+int CmdMgr::DoMACRO(CmdBlock* block, char* result)
+{
+    return DoDO(block, result);
+}
+
+void CmdMgr::FreeCmdBlock(CmdBlock* block)
+{
+    FreeBlock(block);
+}
+
+void CmdMgr::PrintCmdBlock(const CmdBlock* block)
+{
+    PrintBlock(*block);
 }

@@ -11,50 +11,24 @@
 // belongs to the console's thread while it runs (a command handler may call it), and to any one
 // thread while it does not.
 //
-// Buffers: a line is read into 1024 bytes, a result text is written into 4096 bytes; both are the
-// caller's. Statements return one of Code.
+// Buffers: a line is read into kLineSize bytes, a result text is written into kResultSize bytes;
+// both are the caller's. Statements return one of Code.
 #ifndef UTIL_CONSOLE_CMDMGR_H
 #define UTIL_CONSOLE_CMDMGR_H
 
 #include <atomic>
-#include <cstddef>
-#include <cstdio>
 #include <memory>
 
 #include "util/Export.h"
-#include "util/os_linux/StaticLock.h"
+#include "util/console/CmdLanguage.h"
 
-class BlockRunner;
 class CmdParser;
-class ConsoleLink;
-class StopSignal;
-class Thread;
-enum class StatementKind;
+class ConsoleServer;
 struct CmdBlock;
-struct ConsoleSettings;
 
-class HTML5_VIDEO_API CmdMgr
+class HTML5_VIDEO_API CmdMgr : public CmdLanguage
 {
 public:
-    enum Code
-    {
-        kDone = 0,
-        kBreak = 1,       // leave the innermost FOR or WHILE
-        kFailed = -1,     // the result text may say why
-        kNoCommand = -2,  // an empty line or a comment
-        kQuit = -5
-    };
-
-    static constexpr std::size_t kLineSize = 1024;
-    static constexpr std::size_t kResultSize = 4096;
-
-    // Blocks nest this deep; a deeper one fails when it is run. A block has at most so many lines
-    // and characters; a longer one is read to its end and not run. FILE nests this deep.
-    static constexpr int kMaxBlockDepth = 64;
-    static constexpr int kMaxBlockLines = 16384;
-    static constexpr std::size_t kMaxBlockText = std::size_t{1024} * 1024;
-    static constexpr int kMaxScripts = 16;
-
     // The one instance, made with that port on the first call, which later calls ignore.
     static CmdMgr* GetInstance(int port);
 
@@ -175,44 +149,9 @@ public:
     int DoMACRO(CmdBlock* block, char* result);
 
 private:
-    friend class BlockRunner;
-
-    // One nesting of FILE.
-    class ScriptScope;
-
-    HTML5_VIDEO_LOCAL static void* RunThread(void* manager);
-    HTML5_VIDEO_LOCAL bool WaitForFormerThread() TAVI_REQUIRES(mStartLock);
-    HTML5_VIDEO_LOCAL bool BeginServing();
-    HTML5_VIDEO_LOCAL void EndServing();
-    HTML5_VIDEO_LOCAL void Serve();
-    HTML5_VIDEO_LOCAL void NextClient();
-
-    HTML5_VIDEO_LOCAL int RunLine(CmdParser* parser, const char* line, char* result);
-    HTML5_VIDEO_LOCAL int RunStatement(StatementKind kind, CmdParser* line, char* result);
-    HTML5_VIDEO_LOCAL int RunBasic(StatementKind kind, CmdParser* line, char* result);
-    HTML5_VIDEO_LOCAL void Dispatch(CmdParser* line, char* result);
-    HTML5_VIDEO_LOCAL void RunScript(char* result);
-
     HTML5_VIDEO_LOCAL static std::atomic<CmdMgr*> sCmdMgr;
 
-    // The script file that GetLine reads while FILE runs.
-    HTML5_VIDEO_LOCAL static FILE* mScript;
-    HTML5_VIDEO_LOCAL static bool mIsScript;
-
-    StaticLock mStartLock;  // one Start at a time
-    std::unique_ptr<Thread> mThread TAVI_GUARDED_BY(mStartLock);
-
-    StaticLock mStateLock;  // held to change the two together
-    std::atomic<bool> mStop;
-    std::atomic<bool> mServing;  // from Start, or ThreadLoop, until the thread is done
-
-    StaticLock mSettingsLock;
-    const std::unique_ptr<ConsoleSettings> mSettings TAVI_GUARDED_BY(mSettingsLock);
-
-    // Of the console's thread.
-    const std::unique_ptr<StopSignal> mSignal;
-    const std::unique_ptr<ConsoleLink> mLink;
-    int mScriptDepth;
+    const std::unique_ptr<ConsoleServer> mServer;
 };
 
 #endif  // UTIL_CONSOLE_CMDMGR_H

@@ -7,7 +7,7 @@
 
 #include "util/console/CmdParser.h"
 #include "util/console/NumberText.h"
-#include "util/console/SymbolReader.h"
+#include "util/console/SymbolRecords.h"
 
 namespace {
 bool IsSign(char character)
@@ -68,9 +68,8 @@ int CmdParser::GetCmdArgs(CmdValue* values, int max) const
         const char* const word = GetNthArg(index);
         CmdValue& value = values[filled];
         bool fits = false;
-        const bool symbol =
-            SymbolReader::Read(*SymListMgr::GetInstance(), word,
-                               [&](const SymInfo& info) { fits = FillFromSymbol(value, info); });
+        const bool symbol = SymbolRecords::Get().Read(
+            word, [&](const SymInfo& info) { fits = FillFromSymbol(value, info); });
         if (!symbol) {
             fits = FillFromLiteral(value, word);
         }
@@ -81,7 +80,7 @@ int CmdParser::GetCmdArgs(CmdValue* values, int max) const
 
 bool CmdParser::IsSymbol(const char* word)
 {
-    return SymListMgr::GetInstance()->GetMatch(word) != nullptr;
+    return SymbolRecords::Get().Match(word) != nullptr;
 }
 
 bool CmdParser::IsInteger(const char* word)

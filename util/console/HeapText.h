@@ -2,12 +2,13 @@
 #ifndef UTIL_CONSOLE_HEAPTEXT_H
 #define UTIL_CONSOLE_HEAPTEXT_H
 
+#include <climits>
 #include <cstddef>
 #include <cstring>
 
 // A copy of the text, cut to limit characters, that the caller releases with delete[]; null for
 // null.
-inline char* NewText(const char* text, std::size_t limit)
+inline char* NewText(const char* text, std::size_t limit = INT_MAX)
 {
     if (text == nullptr) {
         return nullptr;

@@ -1,17 +1,14 @@
 #include "util/console/SymListMgr.h"
 
-#include <climits>
-#include <utility>
-
 #include "util/console/HeapText.h"
 #include "util/console/NumberText.h"
+#include "util/console/SymbolRecords.h"
 #include "util/os_linux/Singleton.h"
 
 std::atomic<SymListMgr*> SymListMgr::sSymListMgr{nullptr};
 
 namespace {
 constexpr std::size_t kNameLimit = 256;
-constexpr std::size_t kNoLimit = INT_MAX;
 }  // namespace
 
 SymListMgr* SymListMgr::GetInstance()
@@ -20,7 +17,12 @@ SymListMgr* SymListMgr::GetInstance()
     return GetOrMake(sSymListMgr, sLock, [] { return new SymListMgr; });
 }
 
-SymListMgr::SymListMgr() : mGeneration(1)
+SymbolRecords& SymbolRecords::Get()
+{
+    return *SymListMgr::GetInstance()->mRecords;
+}
+
+SymListMgr::SymListMgr() : mRecords(new SymbolRecords)
 {
     sSymListMgr = this;
 }
@@ -29,9 +31,6 @@ SymListMgr::~SymListMgr()
 {
     SymListMgr* expected = this;
     sSymListMgr.compare_exchange_strong(expected, nullptr);
-    for (const SymInfo* info : mSymbols) {
-        delete info;
-    }
 }
 
 int SymListMgr::RegisterSymbol(const char* name, const char* valueText, int type, bool reserved)
@@ -48,59 +47,40 @@ int SymListMgr::RegisterSymbol(const char* name, const char* valueText, int type
     } else if (valueText != nullptr && type == SymInfo::kFloat) {
         info->mFloatValue = FloatOf(valueText);
     } else if (type == SymInfo::kString) {
-        info->mStringValue = NewText(valueText, kNoLimit);
+        info->mStringValue = NewText(valueText);
     }
-    const StaticLockHold hold(mLock);
-    if (Find(info->mName) != nullptr) {
+    const StaticLockHold hold(mRecords->lock);
+    if (mRecords->Find(info->mName) != nullptr) {
         return -1;
     }
-    mSymbols.push_back(info.release());
-    Changed();
+    mRecords->Append(info.release());
     return 0;
 }
 
 int SymListMgr::UnregisterSymbol(const char* name)
 {
-    const StaticLockHold hold(mLock);
-    const SymInfo* const info = Find(name);
-    for (std::size_t index = 0; info != nullptr && index < mSymbols.size(); ++index) {
-        if (mSymbols[index] == info) {
-            Remove(index);
-            return 0;
-        }
+    const StaticLockHold hold(mRecords->lock);
+    const SymInfo* const info = mRecords->Find(name);
+    if (info == nullptr) {
+        return -1;
     }
-    return -1;
+    mRecords->Remove(info);
+    return 0;
 }
 
 int SymListMgr::UnregisterSymbol(int index)
 {
-    const StaticLockHold hold(mLock);
-    if (index < 0 || static_cast<std::size_t>(index) >= mSymbols.size()) {
-        return -1;
-    }
-    Remove(static_cast<std::size_t>(index));
-    return 0;
-}
-
-void SymListMgr::Remove(std::size_t index)
-{
-    std::unique_ptr<SymInfo> info(mSymbols[index]);
-    mSymbols.erase(mSymbols.begin() + static_cast<std::ptrdiff_t>(index));
-    mRetired.Retire(std::move(info));
-    Changed();
+    return mRecords->RemoveAt(index);
 }
 
 SymInfo* SymListMgr::GetInfo(int index)
 {
-    const StaticLockHold hold(mLock);
-    const bool found = index >= 0 && static_cast<std::size_t>(index) < mSymbols.size();
-    return found ? mSymbols[static_cast<std::size_t>(index)] : nullptr;
+    return mRecords->At(index);
 }
 
 int SymListMgr::GetCount()
 {
-    const StaticLockHold hold(mLock);
-    return static_cast<int>(mSymbols.size());
+    return mRecords->Count();
 }
 
 SymInfo* SymListMgr::NewSymInfo()
@@ -119,12 +99,10 @@ int SymListMgr::FreeSymInfo(SymInfo* info)
 
 void SymListMgr::Hold()
 {
-    const StaticLockHold hold(mLock);
-    mRetired.AddHold();
+    mRecords->Hold();
 }
 
 void SymListMgr::Release()
 {
-    const StaticLockHold hold(mLock);
-    mRetired.DropHold();
+    mRecords->Release();
 }

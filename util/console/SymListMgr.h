@@ -13,12 +13,11 @@
 
 #include <atomic>
 #include <memory>
-#include <vector>
 
 #include "util/Export.h"
-#include "util/console/RetiredRecords.h"
 #include "util/console/SymInfo.h"
-#include "util/os_linux/StaticLock.h"
+
+class SymbolRecords;
 
 class HTML5_VIDEO_API SymListMgr
 {
@@ -60,28 +59,16 @@ public:
     SymInfo* NewSymInfo();
     int FreeSymInfo(SymInfo* info);
 
-    // Changes whenever a symbol was added or removed, or a text replaced under a hold: while it is
-    // equal, a record is still the symbol of its name.
-    unsigned GetGeneration() const { return mGeneration.load(std::memory_order_acquire); }
-
     // For RegistryHold.
     void Hold();
     void Release();
 
 private:
-    friend class SymbolReader;
-
-    HTML5_VIDEO_LOCAL SymInfo* Find(const char* name) const TAVI_REQUIRES(mLock);
-    HTML5_VIDEO_LOCAL void ReplaceText(SymInfo& info, const char* text) TAVI_REQUIRES(mLock);
-    HTML5_VIDEO_LOCAL void Remove(std::size_t index) TAVI_REQUIRES(mLock);
-    void Changed() { mGeneration.fetch_add(1, std::memory_order_acq_rel); }
+    friend class SymbolRecords;
 
     HTML5_VIDEO_LOCAL static std::atomic<SymListMgr*> sSymListMgr;
 
-    StaticLock mLock;
-    std::vector<SymInfo*> mSymbols TAVI_GUARDED_BY(mLock);
-    RetiredRecords<SymInfo> mRetired TAVI_GUARDED_BY(mLock);
-    std::atomic<unsigned> mGeneration;
+    const std::unique_ptr<SymbolRecords> mRecords;
 };
 
 #endif  // UTIL_CONSOLE_SYMLISTMGR_H

@@ -73,12 +73,16 @@ int CondVar::WaitTimeoutUntil(Mutex& mutex, long until)
 {
     const timespec now = Now(CLOCK_MONOTONIC);
     const time_t wallClock = Now(CLOCK_REALTIME).tv_sec;
-    const timespec deadline = {static_cast<time_t>(until) - wallClock + now.tv_sec, now.tv_nsec};
+    // In a width, and with limits (35,000 years), that no step leaves.
+    constexpr long long kLimit = 1LL << 40;
+    const long long wanted = std::clamp<long long>(until, -kLimit, kLimit);
+    const long long next = wanted - wallClock + now.tv_sec;
+    const timespec deadline = {static_cast<time_t>(std::max(next, 0LL)), now.tv_nsec};
     std::printf(
         "-----> WaitTimeoutUntil : currnet realtime = %d, auntil = %d, diff = %d, abs = %d, "
         "next abs = %d \n",
-        static_cast<int>(wallClock), static_cast<int>(until), static_cast<int>(until - now.tv_sec),
-        static_cast<int>(now.tv_sec), static_cast<int>(deadline.tv_sec));
+        static_cast<int>(wallClock), static_cast<int>(until), static_cast<int>(wanted - now.tv_sec),
+        static_cast<int>(now.tv_sec), static_cast<int>(next));
     const int result = pthread_cond_timedwait(&mCondition, &mutex.mMutex, &deadline);
     std::printf("---->WaitTimeoutUntil Out current_time = %d\n",
                 static_cast<int>(Now(CLOCK_MONOTONIC).tv_sec));

@@ -5,13 +5,10 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
-#include <algorithm>
 #include <cerrno>
 #include <cstdlib>
 #include <cstring>
-#include <iterator>
 
-#include "util/os_linux/CancelGuard.h"
 #include "util/os_linux/FileDescriptor.h"
 #include "util/os_linux/ModuleLog.h"
 #include "util/os_linux/ShellEnvironment.h"
@@ -62,29 +59,8 @@ private:
 using LocalCommand = CommandText<256>;
 using Request = CommandText<512>;
 
-// Forks with the log's lock held by this thread, and released again on both sides.
-//
-// The child logs before it becomes the shell. Had another thread held the lock at the moment of
-// the fork, that thread would not exist in the child and the lock would stay taken for ever. Held
-// here it belongs to the forking thread, whose copy is the child's only thread. Releasing it there
-// is sound although the copy has another thread id: the lock is a default POSIX mutex, and glibc
-// releases one by its lock word alone, without comparing the owner. Threads that wait for it in
-// the parent sleep on the parent's memory; the child wakes nobody.
-//
-// The lock is not recursive: nothing may be logged in between, so this function does not. glibc's
-// own locks (memory, streams) are made usable in the child by its fork.
-pid_t ForkWithUsableLog()
-{
-    const CancelGuard guard;
-    Logger::Lock();
-    const pid_t child = fork();
-    const int reason = errno;
-    Logger::Unlock();
-    errno = reason;
-    return child;
-}
-
-// The child's side: async-signal-safe calls only, but for the log line.
+// The child's side: async-signal-safe calls only, but for the log line. The log is not locked over
+// the fork, where handlers of the host may log: the logger frees its lock in every child.
 [[noreturn]] void BecomeShell(const char* command, const char* const* environment)
 {
     const char* const arguments[] = {"sh", "-c", command, nullptr};
@@ -96,10 +72,15 @@ pid_t ForkWithUsableLog()
 // Starts the shell; the child's id, or -1 after an error line.
 pid_t StartShell(const LocalCommand& command, const char* libraryPath)
 {
-    const char* environment[std::size(kShellEnvironment)];
-    std::copy(std::begin(kShellEnvironment), std::end(kShellEnvironment), environment);
+    const char* environment[kShellEntries + 1];
+    const char* entry = kShellEnvironment;
+    for (std::size_t index = 0; index < kShellEntries; ++index) {
+        environment[index] = entry;
+        entry += std::strlen(entry) + 1;
+    }
+    environment[kShellEntries] = nullptr;
     environment[kLibraryPathEntry] = libraryPath;
-    const pid_t child = ForkWithUsableLog();
+    const pid_t child = fork();
     if (child == 0) {
         BecomeShell(command.Get(), environment);
     }
@@ -136,7 +117,7 @@ void ExecShell::Exec(const char* command) const
 {
     LocalCommand text;
     if (text.Set(kNoWord, command)) {
-        StartShell(text, kShellEnvironment[kLibraryPathEntry]);
+        StartShell(text, kLibraryPath);
     }
 }
 

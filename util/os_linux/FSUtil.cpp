@@ -38,11 +38,24 @@ bool IsDirectoryEntry(const char* directory, const char* name, StatCall call)
            call(path, &node) == 0 && S_ISDIR(node.st_mode);
 }
 
+void DeleteUnit(FileCompareUnit* unit)
+{
+    std::free(unit->mName);
+    std::free(unit);
+}
+
+// Null without memory.
 FileCompareUnit* NewUnit(const char* directory, const char* name)
 {
     FileCompareUnit* const unit =
         static_cast<FileCompareUnit*>(std::malloc(sizeof(FileCompareUnit)));
-    unit->mName = strdup(name);
+    char* const copy = strdup(name);
+    if (unit == nullptr || copy == nullptr) {
+        std::free(unit);
+        std::free(copy);
+        return nullptr;
+    }
+    unit->mName = copy;
     unit->mDirectory = IsDirectoryEntry(directory, name, lstat) ? 1 : 0;
     return unit;
 }
@@ -114,21 +127,35 @@ int FSUtil::ScanDir(const char* path, tavi::Vector<FileCompareUnit*>& out, FileC
         TAVI_ERROR("scandir failed at %s", path);
         return -1;
     }
+    const int before = out.Size();
+    bool complete = true;
     for (int index = 0; index < count; ++index) {
         const char* const name = entries[index]->d_name;
-        if (std::strcmp(name, ".") != 0) {
-            out.Pushback(NewUnit(path, name));
+        if (complete && std::strcmp(name, ".") != 0) {
+            FileCompareUnit* const unit = NewUnit(path, name);
+            complete = unit != nullptr;
+            if (complete) {
+                out.Pushback(unit);
+            }
         }
         std::free(entries[index]);
     }
     std::free(entries);
+    if (!complete) {
+        TAVI_ERROR("No memory for the entries of %s", path);
+        for (int last = out.Size() - 1; last >= before; --last) {
+            DeleteUnit(out.At(last));
+            out.Erase(last);
+        }
+        return -1;
+    }
     return 0;
 }
 
-int FSUtil::Sort(const dirent** a, const dirent** b)
+int FSUtil::SortNames(const char* a, const char* b)
 {
-    char* const nameA = const_cast<char*>((*a)->d_name);
-    char* const nameB = const_cast<char*>((*b)->d_name);
+    char* const nameA = const_cast<char*>(a);
+    char* const nameB = const_cast<char*>(b);
     FileCompareUnit unitA = {nameA, IsDirectoryEntry(sSortCurrentPath, nameA, ::stat) ? 1 : 0};
     FileCompareUnit unitB = {nameB, IsDirectoryEntry(sSortCurrentPath, nameB, ::stat) ? 1 : 0};
     return sFileCompare->Compare(unitA, unitB);

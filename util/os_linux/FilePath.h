@@ -8,7 +8,7 @@
 class HTML5_VIDEO_API FilePath
 {
 public:
-    // The path is copied; null counts as empty.
+    // The path is copied; null counts as empty, and so does a path that there is no memory for.
     explicit FilePath(const char* path);
     FilePath(const FilePath&) = delete;
     FilePath& operator=(const FilePath&) = delete;
@@ -34,6 +34,8 @@ public:
     char* GetItem(int index);
 
 private:
+    HTML5_VIDEO_LOCAL const char* Path() const;
+    HTML5_VIDEO_LOCAL const char* End() const;
     HTML5_VIDEO_LOCAL const char* LastSeparator() const;
     HTML5_VIDEO_LOCAL char* Result(const char* begin, const char* end);
 

@@ -13,6 +13,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <ctime>
+#include <new>
 
 #include "util/os_linux/ConfigText.h"
 #include "util/os_linux/FileDescriptor.h"
@@ -43,6 +44,14 @@ constexpr int kDefaultPort = 7272;
 
 // Guards the creation of loggers; sLock cannot, since making the first one opens the output.
 StaticLock sCreationLock;
+
+// Guards the port and the texts of the settings, so that they can be set while the log is locked.
+// Held for copies only and taken after sLock.
+StaticLock sSettingsLock;
+
+// The mode that the output was opened in, which decides how it is written to: the setting may have
+// changed since. Guarded by the logger's lock.
+int sOpenMode = kNone;
 
 // A whole decorated line: a prefix of at most 63 characters, the message, the suffix of at most
 // 1023. Guarded by the logger's lock.
@@ -99,6 +108,9 @@ char* AppendPrefix(char* to, int level, const timespec& now)
 // " -> function in (/File line)\n", cut to 1023 characters in all.
 char* AppendSuffix(char* to, const char* function, const char* file, int line)
 {
+    constexpr char kNull[] = "(null)";
+    function = function != nullptr ? function : kNull;
+    file = file != nullptr ? file : kNull;
     const char* const slash = std::strrchr(file, '/');
     constexpr std::size_t kNameRoom = 490;  // twice this, a number and the rest stay below 1023
     to = Append(to, " -> ");
@@ -122,84 +134,89 @@ __attribute__((format(printf, 1, 0))) std::size_t FormatMessage(const char* form
 }
 
 // One write, or one datagram; its outcome is nobody's concern.
-void WriteOut(const LogConfig& config, const char* text, std::size_t length)
+void WriteOut(int output, const char* text, std::size_t length)
 {
-    if (config.mode == kUdp || config.mode == kUnixStream) {
-        SendBytes(config.fd, text, length);
+    if (sOpenMode == kUdp || sOpenMode == kUnixStream) {
+        SendBytes(output, text, length);
     } else {
-        WriteBytes(config.fd, text, length);
+        WriteBytes(output, text, length);
     }
 }
 
-void WriteDecorated(const LogConfig& config, const char* line, const char* message,
-                    const char* suffix, const char* end)
+void WriteDecorated(int output, const char* line, const char* message, const char* suffix,
+                    const char* end)
 {
-    if (config.mode != kUdp) {
-        WriteOut(config, line, static_cast<std::size_t>(end - line));
+    if (sOpenMode != kUdp) {
+        WriteOut(output, line, static_cast<std::size_t>(end - line));
         return;
     }
-    WriteOut(config, line, static_cast<std::size_t>(message - line));
-    WriteOut(config, message, static_cast<std::size_t>(suffix - message));
-    WriteOut(config, suffix, static_cast<std::size_t>(end - suffix));
+    WriteOut(output, line, static_cast<std::size_t>(message - line));
+    WriteOut(output, message, static_cast<std::size_t>(suffix - message));
+    WriteOut(output, suffix, static_cast<std::size_t>(end - suffix));
 }
 
-int OpenLogFile(const char* path)
+int OpenLogFile(const LogConfig& config)
 {
     constexpr int kFlags = O_WRONLY | O_CREAT | O_TRUNC;
+    char path[sizeof(config.outpath)];
+    {
+        const StaticLockHold hold(sSettingsLock);
+        CopyText(path, config.outpath);
+    }
     const int descriptor = OpenDescriptor(path, kFlags, 0700);
     return descriptor >= 0 ? descriptor : OpenDescriptor("/config/debug.out", kFlags, 0700);
 }
 
-int OpenUdp(const LogConfig& config)
+// A socket connected to the peer, or one whose connect failed and that loses what it is given.
+int OpenConnected(int type, const void* peer, std::size_t length)
 {
-    const int descriptor = OpenSocket(AF_INET, SOCK_DGRAM, 0);
-    if (descriptor >= 0) {
-        sockaddr_in peer = {};
-        peer.sin_family = AF_INET;
+    const sockaddr* const address = static_cast<const sockaddr*>(peer);
+    const int descriptor = OpenSocket(address->sa_family, type, 0);
+    // Neither kind of connect goes on behind an interruption.
+    RestartInterrupted(
+        [=] { return connect(descriptor, address, static_cast<socklen_t>(length)); });
+    return descriptor;
+}
+
+int OpenUdp(LogConfig& config)
+{
+    sockaddr_in peer = {};
+    peer.sin_family = AF_INET;
+    {
+        const StaticLockHold hold(sSettingsLock);
+        config.port = config.port < 1 ? kDefaultPort : config.port;
         peer.sin_port = htons(static_cast<uint16_t>(config.port));
         peer.sin_addr.s_addr = inet_addr(config.serverip);
-        static_cast<void>(
-            connect(descriptor, reinterpret_cast<const sockaddr*>(&peer), sizeof(peer)));
     }
-    return descriptor;
+    return OpenConnected(SOCK_DGRAM, &peer, sizeof(peer));
 }
 
 int OpenUnixStream(const LogConfig& config)
 {
-    const int descriptor = OpenSocket(AF_UNIX, SOCK_STREAM, 0);
-    if (descriptor >= 0) {
-        sockaddr_un peer = {};
-        peer.sun_family = AF_UNIX;
-        const std::size_t length = strnlen(config.outpath, sizeof(peer.sun_path) - 1);
-        std::memcpy(peer.sun_path, config.outpath, length);
-        static_cast<void>(connect(descriptor, reinterpret_cast<const sockaddr*>(&peer),
-                                  static_cast<socklen_t>(length + 2)));
+    sockaddr_un peer = {};
+    peer.sun_family = AF_UNIX;
+    std::size_t length = 0;
+    {
+        const StaticLockHold hold(sSettingsLock);
+        length = CopyText(peer.sun_path, config.outpath);
     }
-    return descriptor;
+    return OpenConnected(SOCK_STREAM, &peer, length + 2);
 }
 
-// Opens the output of the mode into the record.
-void OpenOutput(LogConfig& config, int mode)
+// The output of the mode; -1 for none.
+int OpenOutput(LogConfig& config, int mode)
 {
-    config.mode = mode;
     switch (mode) {
         case kStandardError:
-            config.fd = STDERR_FILENO;
-            break;
+            return STDERR_FILENO;
         case kFile:
-            config.fd = OpenLogFile(config.outpath);
-            break;
+            return OpenLogFile(config);
         case kUdp:
-            config.port = config.port < 1 ? kDefaultPort : config.port;
-            config.fd = OpenUdp(config);
-            break;
+            return OpenUdp(config);
         case kUnixStream:
-            config.fd = OpenUnixStream(config);
-            break;
+            return OpenUnixStream(config);
         default:
-            config.mode = kNone;
-            config.fd = -1;
-            break;
+            return -1;
     }
 }
 }  // namespace
@@ -230,13 +247,19 @@ Logger::Logger() : mLevel(kInfo)
 
 Logger::~Logger() = default;
 
-void Logger::Init()
+// Opening the output and reading settings are built for size, unlike what a line passes through.
+[[gnu::cold]] void Logger::Init()
 {
     static StaticLock sInitLock;
     const StaticLockHold hold(sInitLock);
     if (sInitialized.load(std::memory_order_relaxed)) {
         return;
     }
+    // In a child the thread that held a lock may not exist; what the locks guard can be used.
+    pthread_atfork(nullptr, nullptr, [] {
+        new (&sLock) StaticLock;
+        new (&sSettingsLock) StaticLock;
+    });
     LoadConfig();
     ChangeMode(sLogConfig.mode);
     sConfiguredMode = sLogConfig.mode.load();
@@ -245,15 +268,15 @@ void Logger::Init()
     sInitialized.store(true, std::memory_order_release);
 }
 
-void Logger::LoadConfig()
+[[gnu::cold]] void Logger::LoadConfig()
 {
     ReadConfigFile("./logger.conf", [this](char* line) { ParseConfig(line); });
 }
 
-void Logger::ParseConfig(char* line)
+[[gnu::cold]] void Logger::ParseConfig(char* line)
 {
     StripLineEnd(line);
-    const StaticLockHold hold(sLock);
+    const StaticLockHold hold(sSettingsLock);
     if (const char* value = ConfigValueOf(line, "mode=")) {
         sLogConfig.mode = std::atoi(value);
     } else if ((value = ConfigValueOf(line, "kmsg=")) != nullptr) {
@@ -267,17 +290,22 @@ void Logger::ParseConfig(char* line)
     }
 }
 
-void Logger::ChangeMode(int mode)
+[[gnu::cold]] void Logger::ChangeMode(int mode)
 {
     const StaticLockHold hold(sLock);
     if (sLogConfig.fd != 0 && mode == sLogConfig.mode) {
         return;
     }
-    if (sLogConfig.fd > STDERR_FILENO) {
-        close(sLogConfig.fd);
-        sLogConfig.fd = -1;
+    // At every moment the descriptor is -1 or open and of the mode beside it: a fork takes what it
+    // finds to the child.
+    const int former = sLogConfig.fd;
+    sLogConfig.fd = -1;
+    if (former > STDERR_FILENO) {
+        close(former);
     }
-    OpenOutput(sLogConfig, mode);
+    sOpenMode = mode >= kStandardError && mode <= kUnixStream ? mode : kNone;
+    sLogConfig.mode = sOpenMode;
+    sLogConfig.fd = OpenOutput(sLogConfig, sOpenMode);
 }
 
 int Logger::GetMode()
@@ -313,12 +341,12 @@ void Logger::VPrint(int level, int raw, const char* function, const char* file, 
         errno = savedErrno;  // for a %m in the format
         const std::size_t length = raw == 0 || raw == 1 ? FormatMessage(format, arguments) : 0;
         if (raw == 1) {
-            WriteOut(sLogConfig, PrintBuffer, length);
+            WriteOut(sLogConfig.fd, PrintBuffer, length);
         } else if (raw == 0) {
             char* const message = AppendPrefix(sLine, level, now);
             char* const suffix = static_cast<char*>(mempcpy(message, PrintBuffer, length));
             char* const end = AppendSuffix(suffix, function, file, line);
-            WriteDecorated(sLogConfig, sLine, message, suffix, end);
+            WriteDecorated(sLogConfig.fd, sLine, message, suffix, end);
         }
     }
     errno = savedErrno;
@@ -367,7 +395,7 @@ void* Logger::ThreadKmsg(void*)
         while ((got = read(kernel.Get(), text + kTag, sizeof(text) - kTag)) > 0) {
             const StaticLockHold hold(sLock);
             if (sLogConfig.fd > 0) {
-                WriteOut(sLogConfig, text, kTag + static_cast<std::size_t>(got));
+                WriteOut(sLogConfig.fd, text, kTag + static_cast<std::size_t>(got));
             }
         }
     }
@@ -380,10 +408,8 @@ extern "C" void Logger_Print(int index, int level, int raw, const char* function
     if (logger == nullptr || logger->GetLevel() > level) {
         return;
     }
-    char text[1024];
     va_list arguments;
     va_start(arguments, format);
-    std::vsnprintf(text, sizeof(text), format, arguments);
+    logger->VPrint(level, raw, function, file, line, format, arguments);
     va_end(arguments);
-    logger->Print(level, raw, function, file, line, "%s", text);
 }

@@ -12,6 +12,9 @@
 // Threads: every operation may be called from any thread. The lock is not recursive: a thread that
 // holds it through Lock() must not call Print, Assert, SetLevel or ChangeMode before Unlock().
 // Errors of the output are ignored: a diagnostic that cannot be written is dropped.
+//
+// The child of a fork may log, whichever thread held the lock: there the lock is free again before
+// the handlers run that the host gave to pthread_atfork after the library was loaded.
 #ifndef UTIL_OS_LINUX_LOGGER_H
 #define UTIL_OS_LINUX_LOGGER_H
 
@@ -20,6 +23,7 @@
 
 #include "util/Export.h"
 #include "util/os_linux/LogConfig.h"
+#include "util/os_linux/LoggerPrint.h"
 #include "util/os_linux/StaticLock.h"
 
 class HTML5_VIDEO_API Logger
@@ -49,11 +53,12 @@ public:
     void Init();
 
     // Reads "./logger.conf" into sLogConfig. Without the file the settings stay as they are and
-    // "Can not open config file" goes to standard output.
+    // "Can not open config file" goes to standard output. The open output stays as it is.
     void LoadConfig();
 
     // Applies one line of the file: "mode=", "kmsg=", "serverip=", "port=" or "outpath=" in any
-    // case, then the value. The line is modified in place. Text too long for its field is cut.
+    // case, then the value. The line is modified in place. Text too long for its field is cut. The
+    // open output stays as it is; "mode=" sets what GetMode returns and ChangeMode compares with.
     void ParseConfig(char* line);
 
     // Closes the output and opens that of the mode: 1 standard error, 2 the file outpath (else
@@ -90,24 +95,19 @@ public:
     static void* ThreadKmsg(void*);
 
 private:
+    friend void ::Logger_Print(int index, int level, int raw, const char* function,
+                               const char* file, int line, const char* format, ...);
+
     HTML5_VIDEO_LOCAL void VPrint(int level, int raw, const char* function, const char* file,
                                   int line, const char* format, va_list arguments)
         __attribute__((format(printf, 7, 0)));
 
     HTML5_VIDEO_LOCAL static StaticLock sLock;
     HTML5_VIDEO_LOCAL static std::atomic<bool> sInitialized;
-    static LogConfig sLogConfig;  // fd, port and texts guarded by sLock
+    static LogConfig sLogConfig;  // fd guarded by sLock, port and texts by a lock of their own
     HTML5_VIDEO_LOCAL static std::atomic<Logger*> sLoggers[256];
 
     std::atomic<int> mLevel;
 };
-
-extern "C" {
-// The C entry: formats (at most 1023 characters) and prints through the logger of that index.
-// An index outside 0 to 26 prints nothing.
-HTML5_VIDEO_API void Logger_Print(int index, int level, int raw, const char* function,
-                                  const char* file, int line, const char* format, ...)
-    __attribute__((format(printf, 7, 8)));
-}
 
 #endif  // UTIL_OS_LINUX_LOGGER_H

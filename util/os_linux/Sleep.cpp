@@ -2,11 +2,16 @@
 
 #include <unistd.h>
 
+#include <algorithm>
 #include <ctime>
+#include <limits>
 
 extern "C" void NanoSleep(unsigned int aSeconds, unsigned int aNanoseconds)
 {
-    const timespec length = {static_cast<time_t>(aSeconds), static_cast<long>(aNanoseconds)};
+    // Where a time_t has 31 bits, 68 years are the longest sleep.
+    constexpr unsigned long long kLongest = std::numeric_limits<time_t>::max();
+    const timespec length = {static_cast<time_t>(std::min<unsigned long long>(aSeconds, kLongest)),
+                             static_cast<long>(aNanoseconds)};
     nanosleep(&length, nullptr);
 }
 

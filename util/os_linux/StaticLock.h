@@ -1,4 +1,4 @@
-// Internal. The library's own lock for its registries and shared state: a plain POSIX mutex that
+// Public. The library's own lock for its registries and shared state: a plain POSIX mutex that
 // needs no run-time initialisation, is never destroyed and blocks in the kernel. (Mutex, the
 // public class, polls and reports.)
 #ifndef UTIL_OS_LINUX_STATICLOCK_H
@@ -27,10 +27,10 @@ private:
 class TAVI_SCOPED_CAPABILITY StaticLockHold
 {
 public:
-    explicit StaticLockHold(StaticLock& lock) TAVI_ACQUIRE(lock) : mLock(lock) { mLock.Lock(); }
+    explicit StaticLockHold(StaticLock& lock) TAVI_ACQUIRE(lock);
     StaticLockHold(const StaticLockHold&) = delete;
     StaticLockHold& operator=(const StaticLockHold&) = delete;
-    ~StaticLockHold() TAVI_RELEASE() { mLock.Unlock(); }
+    ~StaticLockHold() TAVI_RELEASE();
 
 private:
     CancelGuard mGuard;

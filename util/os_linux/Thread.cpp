@@ -5,6 +5,7 @@
 #include <sys/syscall.h>
 #include <unistd.h>
 
+#include <cerrno>
 #include <cstdio>
 
 #include "util/os_linux/CancelGuard.h"
@@ -17,18 +18,92 @@
 static Logger* const _logger = Logger::GetLogger(1);
 
 namespace {
+constexpr unsigned kWrappedPoll = 10;  // milliseconds
+
 Mutex* NewThreadMutex(const char* threadName)
 {
     char name[80];
     std::snprintf(name, sizeof(name), "%s ThreadMutex", threadName);
     return new Mutex(name);
 }
-
-const char* NameOrUndefined(const char* name)
-{
-    return name != nullptr ? name : "Undefined";
-}
 }  // namespace
+
+// Waits for the end of the thread, for whoever holds kJoining, and ends that state again. A cancel
+// on the way gives it back: somebody else may join the thread then.
+class Thread::Joiner
+{
+public:
+    explicit Joiner(Thread& thread) : mThread(thread) {}
+    Joiner(const Joiner&) = delete;
+    Joiner& operator=(const Joiner&) = delete;
+
+    ~Joiner()
+    {
+        const CancelGuard guard;
+        const MutexHold change(*mThread.mMutex);  // a Kill sets its status first
+        const StaticLockHold hold(mThread.mLock);
+        mThread.mTie = mOver ? kNoThread : kJoinable;
+        if (mOver) {
+            mThread.mHandle = 0;
+            mThread.mEnded = false;
+            mThread.mStatus = kNotStarted;
+        }
+    }
+
+    // pthread_join's result.
+    int Wait()
+    {
+        if (IsCurrentThread(&mThread)) {
+            return EDEADLK;
+        }
+        return mThread.mWrapped ? WaitForWrapped() : WaitForOwn();
+    }
+
+private:
+    // The join itself does not wait any more, so the handle lives as long as the thread has not
+    // said that it ends; until then Kill may use it.
+    int WaitForOwn()
+    {
+        while (sem_wait(&mThread.mEnd) != 0) {}
+        const CancelGuard guard;
+        mOver = true;
+        return pthread_join(mThread.mHandle, &mThread.mResult);
+    }
+
+    // Nothing tells that a wrapped thread ends, so each attempt to join it holds the lock, and the
+    // handle lives whenever another thread has it.
+    int WaitForWrapped()
+    {
+        for (;; MSleep(kWrappedPoll)) {
+            const StaticLockHold hold(mThread.mLock);
+            const int result = pthread_tryjoin_np(mThread.mHandle, &mThread.mResult);
+            if (result == 0) {
+                mThread.mHandle = 0;
+                mOver = true;
+            }
+            if (result != EBUSY) {
+                return result;
+            }
+        }
+    }
+
+    Thread& mThread;
+    bool mOver = false;
+};
+
+// Stands in the thread's own storage and learns of its end however it comes: a cancel does not pass
+// through the frames around an entry in C that has no unwind tables.
+struct Thread::Ending
+{
+    ~Ending()
+    {
+        if (thread != nullptr) {
+            Leave(thread, false);
+        }
+    }
+
+    Thread* thread = nullptr;
+};
 
 Thread::Thread(const char* name, Entry entry, bool detached, int priority)
     : mEntry(entry),
@@ -36,103 +111,134 @@ Thread::Thread(const char* name, Entry entry, bool detached, int priority)
       mTid(0),
       mPriority(priority),
       mName(),
-      mMutex(NewThreadMutex(NameOrUndefined(name))),
+      mMutex(NewThreadMutex(name != nullptr ? name : "Undefined")),
       mArgument(nullptr),
       mResult(nullptr),
       mStatus(kNotStarted),
       mDetached(detached),
-      mJoinable(false),
-      mEntering(false)
+      mWrapped(false),
+      mUsers(0),
+      mEnd(),
+      mTie(kNoThread),
+      mEnded(false)
 {
+    sem_init(&mEnd, 0, 0);
     CopyName(mName, name);
     ThreadList::GetInstance()->AddThread(this);
 }
 
-Thread::Thread(const char* name, unsigned long handle)
-    : mEntry(nullptr),
-      mHandle(handle),
-      mTid(pthread_equal(handle, pthread_self()) != 0 ? GetTid() : 0),
-      mPriority(0),
-      mName(),
-      mMutex(NewThreadMutex(NameOrUndefined(name))),
-      mArgument(nullptr),
-      mResult(nullptr),
-      mStatus(kRunning),
-      mDetached(false),
-      mJoinable(true),
-      mEntering(false)
+Thread::Thread(const char* name, unsigned long handle) : Thread(name, nullptr, false, 0)
 {
-    CopyName(mName, name);
-    ThreadList::GetInstance()->AddThread(this);
+    const StaticLockHold hold(mLock);
+    mTid = pthread_equal(handle, GetSelf()) != 0 ? GetTid() : 0;
+    mStatus = kRunning;
+    mWrapped = true;
+    mTie = handle != 0 ? kJoinable : kNoThread;
+    mHandle = handle;
 }
 
 Thread::~Thread()
 {
     const CancelGuard guard;
     TAVI_INFO("Deleting Thread : %s", mName);
-    while (mEntering) {  // a thread just started still reads its object
+    ThreadList::GetInstance()->RemoveThread(this);
+    while (mUsers != 0) {  // a thread that begins or ends still uses its object
         MSleep(1);
     }
-    ThreadList::GetInstance()->RemoveThread(this);
+    sem_destroy(&mEnd);
     delete mMutex;
 }
 
 int Thread::Start(void* argument)
 {
-    const StaticLockHold hold(mStartLock);
-    if (mStatus == kExited && TakeJoinable()) {
-        pthread_join(mHandle, nullptr);
-    }
-    if (mJoinable || IsRunning()) {
+    const CancelGuard guard;
+    ReapEnded();
+    const StaticLockHold hold(mLock);
+    if (mTie != kNoThread) {
         return -1;
     }
     mArgument = argument;
     mStatus = kNotStarted;
-    mJoinable = true;
-    mEntering = true;
+    mWrapped = false;
+    ++mUsers;
     pthread_t handle = 0;
     if (pthread_create(&handle, nullptr, ThreadMainHandler, this) != 0) {
-        mJoinable = false;
-        mEntering = false;
+        --mUsers;
         return -1;
     }
+    mTie = kJoinable;
     mHandle = handle;
     return 0;
 }
 
+// Joins a thread that has ended, or waits until another thread has joined it.
+void Thread::ReapEnded()
+{
+    for (;; MSleep(1)) {
+        {
+            const StaticLockHold hold(mLock);
+            if (!mEnded) {
+                return;
+            }
+            if (mTie == kJoining) {
+                continue;
+            }
+            mTie = kJoining;
+        }
+        Joiner(*this).Wait();
+        return;
+    }
+}
+
 int Thread::Join()
 {
-    const int status = mStatus;
-    if (status != kRunning && status != kKilled && status != kExited && status != kDetached) {
+    int status = kNotStarted;
+    bool joinable = false;
+    {
+        const StaticLockHold hold(mLock);
+        status = mStatus;
+        joinable = mTie == kJoinable && status != kNotStarted && status != kDetached;
+        mTie = joinable ? kJoining : mTie;
+    }
+    if (status == kNotStarted) {
         TAVI_WARNING("Thread %s is not running but status=%d?? can not join", mName, status);
         return -1;
     }
-    if (status == kDetached || !TakeJoinable()) {
+    if (!joinable) {
         TAVI_WARNING("Thread %s is DETACHED?? can not join", mName);
         return -1;
     }
+    Joiner joiner(*this);
     TAVI_INFO("Before Thread::Join : Thread = %s, status = %d", mName, status);
-    const int result = pthread_join(mHandle, &mResult);
-    if (result != 0) {
-        mJoinable = true;
-        return result;
+    const int result = joiner.Wait();
+    if (result == 0) {
+        TAVI_INFO("Thread Joined : %s", mName);
     }
-    TAVI_INFO("Thread Joined : %s", mName);
-    mHandle = 0;
-    mStatus = kNotStarted;
     return result;
+}
+
+// Calls use(handle) while the handle is one of a thread that was not joined; false when it is none.
+template <typename Use>
+bool Thread::WithHandle(Use use)
+{
+    const StaticLockHold hold(mLock);
+    if (mHandle == 0 || (mTie == kJoining && mEnded)) {
+        return false;
+    }
+    use(mHandle);
+    return true;
 }
 
 int Thread::Kill()
 {
     const CancelGuard guard;
-    const MutexHold hold(*mMutex);
-    if (mHandle == 0 || (!mJoinable && mStatus != kDetached)) {
+    const MutexHold change(*mMutex);
+    int result = -1;
+    if (!WithHandle([&](pthread_t handle) { result = pthread_cancel(handle); })) {
         TAVI_WARNING("Thread %s can not be killed, not running but status = %d", mName,
                      mStatus.load());
         return -1;
     }
-    const int result = pthread_cancel(mHandle);
     SetStatus(kKilled);
     return result;
 }
@@ -140,26 +246,36 @@ int Thread::Kill()
 int Thread::SendSignal(int signal)
 {
     const CancelGuard guard;
-    const MutexHold hold(*mMutex);
-    if (!IsRunning()) {
+    const MutexHold change(*mMutex);
+    int result = -1;
+    if (!IsRunning() ||
+        !WithHandle([&](pthread_t handle) { result = pthread_kill(handle, signal); })) {
         TAVI_WARNING("SendSignal is not available, Thread %s is not running but status = %d", mName,
                      mStatus.load());
-        return -1;
     }
-    return pthread_kill(mHandle, signal);
+    return result;
 }
 
 int Thread::Detach()
 {
     const CancelGuard guard;
-    const MutexHold hold(*mMutex);
-    if (mStatus != kRunning || !TakeJoinable()) {
+    const MutexHold change(*mMutex);
+    bool canDetach = false;
+    int result = -1;
+    {
+        const StaticLockHold hold(mLock);
+        canDetach = mStatus == kRunning && !mEnded && (mTie == kJoinable || mTie == kLoose);
+        if (canDetach) {
+            mTie = kLoose;
+            result = pthread_detach(mHandle);
+        }
+    }
+    if (canDetach) {
+        SetStatus(kDetached);
+    } else {
         TAVI_WARNING("Thread %s can not be detached, not running but status = %d", mName,
                      mStatus.load());
-        return -1;
     }
-    const int result = pthread_detach(mHandle);
-    SetStatus(kDetached);
     return result;
 }
 
@@ -168,9 +284,16 @@ int Thread::SetStatus(int status)
     if (status < kNotStarted || status > kExited) {
         return -1;
     }
-    TAVI_INFO("Thread Name %s State %d-->%d", mName, mStatus.load(), status);
+    LogStatus(status);
     mStatus = status;
     return 0;
+}
+
+// The line of a change, which always names the operation of that name.
+void Thread::LogStatus(int status) const
+{
+    _logger->Print(Logger::kInfo, 0, "SetStatus", __FILE__, __LINE__,
+                   "Thread Name %s State %d-->%d", mName, mStatus.load(), status);
 }
 
 int Thread::SetPriority(int priority)
@@ -184,14 +307,16 @@ int Thread::SetPriority(int priority)
 
 int Thread::SetPriorityImpl()
 {
-    if (!IsRunning()) {
-        TAVI_WARNING("Thread %s can not set priority, not running but status = %d", mName,
-                     mStatus.load());
-        return -1;
-    }
     sched_param parameters = {};
     parameters.sched_priority = mPriority;
-    return pthread_setschedparam(mHandle, SCHED_RR, &parameters);
+    int result = -1;
+    if (!IsRunning() || !WithHandle([&](pthread_t handle) {
+            result = pthread_setschedparam(handle, SCHED_RR, &parameters);
+        })) {
+        TAVI_WARNING("Thread %s can not set priority, not running but status = %d", mName,
+                     mStatus.load());
+    }
+    return result;
 }
 
 void Thread::Exit()
@@ -202,7 +327,7 @@ void Thread::Exit()
         TAVI_WARNING("Can not Exit pthread - not current thread.. %s", mName);
         return;
     }
-    LeaveRunning(this);
+    Leave(this, true);
     pthread_exit(nullptr);
 }
 
@@ -241,10 +366,15 @@ Thread::Body Thread::EnterRunning()
 {
     const CancelGuard guard;
     {
-        const StaticLockHold started(mStartLock);  // Start has stored the handle
-    }
-    {
-        const MutexHold hold(*mMutex);
+        const MutexHold change(*mMutex);
+        {
+            const StaticLockHold hold(mLock);  // the Start of this thread has stored the handle
+            if (mTie == kNoThread) {           // a thread of the host's own
+                ++mUsers;
+                mTie = kLoose;
+                mHandle = GetSelf();
+            }
+        }
         mTid = GetTid();
         TAVI_INFO("[THREAD STARTING] Start PID = %d, NAME = %s", mTid.load(), mName);
         if (mStatus != kKilled) {
@@ -258,29 +388,51 @@ Thread::Body Thread::EnterRunning()
         SetPriorityImpl();
     }
     const Body body = {mEntry, mArgument};
-    mEntering = false;  // from here on the object may go
+    --mUsers;  // from here on the object may go
     return body;
 }
 
-void Thread::LeaveRunning(Thread* thread)
+// Notes the end of the calling thread. A detached thread may have outlived its object.
+void Thread::Leave(Thread* thread, bool exited)
 {
     const CancelGuard guard;
-    const MutexHold hold(*thread->mMutex);
-    if (thread->mStatus == kDetached) {
-        thread->mHandle = 0;  // soon another thread's; a Join waits on it otherwise
+    const auto use = [](Thread* found) { ++found->mUsers; };
+    if (!ThreadList::GetInstance()->WithThread(thread, GetSelf(), use)) {
+        return;
     }
-    thread->SetStatus(kExited);
+    {
+        const MutexHold change(*thread->mMutex);
+        if (exited) {
+            thread->LogStatus(kExited);
+        }
+        const StaticLockHold hold(thread->mLock);
+        if (thread->mTie == kLoose) {
+            thread->mTie = kNoThread;
+            thread->mHandle = 0;  // soon another thread's
+        } else if (!thread->mEnded) {
+            thread->mEnded = true;
+            if (!thread->mWrapped) {
+                sem_post(&thread->mEnd);
+            }
+        }
+        if (exited) {
+            thread->mStatus = kExited;
+        }
+    }
+    --thread->mUsers;
 }
 
 void* Thread::ThreadMainHandler(void* argument)
 {
+    static thread_local Ending sEnding;
     Thread* const thread = static_cast<Thread*>(argument);
+    sEnding.thread = thread;
     const Body body = thread->EnterRunning();
     if (body.entry != nullptr) {
         body.entry(body.argument);
     }
-    // A detached thread may have outlived its object.
-    ThreadList::GetInstance()->WithThread(thread, GetSelf(), LeaveRunning);
+    sEnding.thread = nullptr;
+    Leave(thread, true);
     return nullptr;
 }
 

@@ -1,11 +1,13 @@
 // Public. A named thread, listed in the ThreadList as long as its object exists.
 //
-// Operations may be called from any thread unless said otherwise. Every status change and every
-// refused operation is logged. Deleting the object neither stops nor joins the thread: join or
-// detach it first; a detached thread may outlive its object, even one deleted right after Start or
-// by the thread's own entry.
+// Operations may be called from any thread unless said otherwise, also beside each other. Every
+// status change and every refused operation is logged. Deleting the object neither stops nor joins
+// the thread: join or detach it first, and delete no object that another thread uses; a detached
+// thread may outlive its object, even one deleted right after Start or by the thread's own entry.
 #ifndef UTIL_OS_LINUX_THREAD_H
 #define UTIL_OS_LINUX_THREAD_H
+
+#include <semaphore.h>
 
 #include <atomic>
 
@@ -32,7 +34,8 @@ public:
     // it starts. A priority above 0 asks for round-robin real-time scheduling at that priority.
     Thread(const char* name, Entry entry, bool detached, int priority);
 
-    // Wraps a thread that runs already, by its POSIX handle.
+    // Wraps a thread that runs already, by its POSIX handle. The handle is used until Join, so the
+    // thread must not be joined by others, and must not end after it was detached, before that.
     Thread(const char* name, unsigned long handle);
 
     Thread(const Thread&) = delete;
@@ -40,16 +43,19 @@ public:
     ~Thread();
 
     // Runs entry(argument) on a new thread; the argument's owner keeps it alive. 0, or -1 when the
-    // thread could not be created or an earlier one still runs. An exited thread that nobody joined
-    // is joined first. The status stays 0 until the new thread runs.
+    // thread could not be created or an earlier one still runs. A thread that has ended, by itself
+    // or by Kill, and that nobody joined is joined first; a Join in progress is awaited. The status
+    // stays 0 until the new thread runs.
     int Start(void* argument);
 
     // Waits for the thread to end; the status is 0 afterwards and the object may be started again.
-    // Returns pthread_join's result, or -1 when the status is 0 or the thread is detached.
+    // Returns pthread_join's result, or -1 when the status is 0, the thread is detached or another
+    // thread is in Join. A cancellation point: cancelled, it leaves the thread to be joined.
     int Join();
 
     // Cancels the thread at its next cancellation point and sets status 3. Returns
-    // pthread_cancel's result, or -1, and changes nothing, when there is no thread to cancel.
+    // pthread_cancel's result, or -1, and changes nothing, when there is no thread to cancel. A
+    // Join that waits for the thread returns when it has ended.
     int Kill();
 
     // Sends a signal to a running thread: pthread_kill's result, or -1 when it is not running.
@@ -89,7 +95,9 @@ public:
     static Thread* GetCurrentThread();
     static bool IsCurrentThread(const Thread* thread);
 
-    // The body of every started thread; the argument is the Thread. Always null.
+    // The body of every started thread; the argument is the Thread. Always null. Also the body of
+    // a thread of the caller's own, for an object that was not started: the object stands for that
+    // thread while it runs, and joining it is left to the caller.
     static void* ThreadMainHandler(void* thread);
 
     // 1 when a process exists whose command line begins with the text (at most 256 bytes are
@@ -97,8 +105,14 @@ public:
     static int IsProcessRunning(const char* command);
 
 private:
-    // Threads made by pthread_create stay joinable until joined or detached, exited ones too.
-    bool TakeJoinable() { return mJoinable.exchange(false); }
+    // What binds the object to a POSIX thread. Whoever changes kJoinable to kJoining joins it.
+    enum Tie
+    {
+        kNoThread,  // none; the handle is 0
+        kJoinable,
+        kJoining,  // one thread is in Join or Start and waits for the end
+        kLoose     // detached, or a thread of the host's own: nobody joins it here
+    };
 
     // What the started thread runs once it no longer needs the object.
     struct Body
@@ -107,22 +121,33 @@ private:
         void* argument;
     };
 
+    class HTML5_VIDEO_LOCAL Joiner;
+    struct HTML5_VIDEO_LOCAL Ending;
+
+    template <typename Use>
+    HTML5_VIDEO_LOCAL bool WithHandle(Use use);
+    HTML5_VIDEO_LOCAL void LogStatus(int status) const;
+    HTML5_VIDEO_LOCAL void ReapEnded();
     HTML5_VIDEO_LOCAL Body EnterRunning();
-    HTML5_VIDEO_LOCAL static void LeaveRunning(Thread* thread);
+    HTML5_VIDEO_LOCAL static void Leave(Thread* thread, bool exited);
 
     const Entry mEntry;
-    std::atomic<unsigned long> mHandle;
+    std::atomic<unsigned long> mHandle;  // set and cleared with mLock held
     std::atomic<int> mTid;
     std::atomic<int> mPriority;
     char mName[64];
-    Mutex* const mMutex;  // guards status changes made by the operations
+    Mutex* const mMutex;  // one status change of the operations at a time; taken before mLock
     void* mArgument;
     void* mResult;
     std::atomic<int> mStatus;
     const bool mDetached;
-    std::atomic<bool> mJoinable;
-    std::atomic<bool> mEntering;  // from Start until the new thread has read the object
-    StaticLock mStartLock;        // one Start at a time; the new thread waits for its end
+    bool mWrapped;            // a thread that this class did not start, so that its end is not seen
+    std::atomic<int> mUsers;  // the thread's own uses of the object, which then must not go
+    sem_t mEnd;               // posted once when a joinable thread of this class has ended
+
+    StaticLock mLock;  // the new thread waits for the end of Start; nothing is logged under it
+    Tie mTie TAVI_GUARDED_BY(mLock);
+    bool mEnded TAVI_GUARDED_BY(mLock);  // of a joinable thread: it has said that it ends
 };
 
 #endif  // UTIL_OS_LINUX_THREAD_H

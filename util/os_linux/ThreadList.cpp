@@ -2,6 +2,7 @@
 
 #include <pthread.h>
 
+#include "util/os_linux/FixedText.h"
 #include "util/os_linux/ModuleLog.h"
 #include "util/os_linux/Singleton.h"
 #include "util/os_linux/Thread.h"
@@ -50,28 +51,56 @@ Thread* ThreadList::GetThread(unsigned long handle)
     return nullptr;
 }
 
-void ThreadList::WithThread(Thread* thread, unsigned long handle, void (*action)(Thread*))
+bool ThreadList::WithThread(Thread* thread, unsigned long handle, void (*action)(Thread*))
 {
     const StaticLockHold hold(mLock);
     for (int index = 0; index < mThreads.Size(); ++index) {
         if (mThreads.At(index) == thread && pthread_equal(thread->GetThreadHandle(), handle) != 0) {
             action(thread);
-            return;
+            return true;
         }
     }
+    return false;
 }
+
+namespace {
+// What the listing says of a thread.
+struct Row
+{
+    char name[64];
+    int priority;
+    int status;
+    int tid;
+    unsigned long handle;
+};
+}  // namespace
 
 void ThreadList::ShowThread()
 {
-    const StaticLockHold hold(mLock);
-    TAVI_RAW(" All Thread Count = %d\n", mThreads.Size());
-    for (int index = 0; index < mThreads.Size(); ++index) {
-        const Thread& thread = *mThreads.At(index);
+    std::unique_ptr<Row[]> rows;
+    int count = 0;
+    {
+        const StaticLockHold hold(mLock);
+        count = mThreads.Size();
+        rows.reset(new Row[static_cast<std::size_t>(count)]);
+        for (int index = 0; index < count; ++index) {
+            const Thread& thread = *mThreads.At(index);
+            Row& row = rows[static_cast<std::size_t>(index)];
+            CopyText(row.name, thread.GetThreadName());
+            row.priority = thread.GetPriority();
+            row.status = thread.GetStatus();
+            row.tid = thread.GetThreadPID();
+            row.handle = thread.GetThreadHandle();
+        }
+    }
+    TAVI_RAW(" All Thread Count = %d\n", count);
+    for (int index = 0; index < count; ++index) {
+        const Row& row = rows[static_cast<std::size_t>(index)];
+        const bool runs = row.status == Thread::kRunning || row.status == Thread::kDetached;
         TAVI_RAW(
             "  [%d] Thread[%s] Priority = %d, Status = %d, IsRunning = %d, pid = %d, "
             "ThreadID = %x\n",
-            index, thread.GetThreadName(), thread.GetPriority(), thread.GetStatus(),
-            thread.IsRunning() ? 1 : 0, thread.GetThreadPID(),
-            static_cast<unsigned>(thread.GetThreadHandle()));
+            index, row.name, row.priority, row.status, runs ? 1 : 0, row.tid,
+            static_cast<unsigned>(row.handle));
     }
 }

@@ -32,19 +32,20 @@ public:
     // owner keeps it.
     Thread* GetThread(unsigned long handle);
 
-    // Writes the listing to the log, as raw info lines.
+    // Writes the listing to the log, as raw info lines: what was registered at the call.
     void ShowThread();
 
-    // Calls action(thread) while the registry is held, so that the object cannot go meanwhile;
-    // does nothing when the object is no longer registered or has another handle.
-    void WithThread(Thread* thread, unsigned long handle, void (*action)(Thread*));
+    // Calls action(thread) while the registry is held, so that the object cannot go meanwhile; the
+    // action must not log. False, without a call, when the object is no longer registered or has
+    // another handle.
+    bool WithThread(Thread* thread, unsigned long handle, void (*action)(Thread*));
 
 private:
     HTML5_VIDEO_LOCAL static std::atomic<ThreadList*> sThreadList;
 
     const std::unique_ptr<ThreadListCmdClient> mCmdClient;
 
-    StaticLock mLock;
+    StaticLock mLock;  // nothing is logged while it is held
     tavi::Vector<Thread*> mThreads TAVI_GUARDED_BY(mLock);
 };
 

@@ -71,7 +71,10 @@ class AtATerminal(unittest.TestCase):
         self.assertTrue(self.terminal.ends_with(text), self.terminal.screen())
 
     def assert_output(self, text):
+        """Waits for the output, and for the prompt that follows it: keys typed before are echoed
+        where they should not be."""
         self.assertTrue(wait_until(lambda: self.host.output() == text), self.host.output())
+        self.assert_screen_ends("CMD>")
 
     def test_lines_are_typed_edited_and_recalled(self):
         self.assertIn("Results appear where that process prints", self.terminal.screen())

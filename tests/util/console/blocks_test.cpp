@@ -12,7 +12,7 @@
 #include "util/console/CmdListMgr.h"
 #include "util/console/CmdMgr.h"
 #include "util/console/CmdParser.h"
-#include "util/console/IntegerOperation.h"
+#include "util/console/language/IntegerOperation.h"
 #include "util/console/SymListMgr.h"
 
 namespace {

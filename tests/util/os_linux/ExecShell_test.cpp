@@ -162,6 +162,38 @@ TEST_F(ExecShellTest, AThousandChildrenOfManyThreadsAllEnd)
     EXPECT_EQ(test::Count(log, "Exit PID: "), kThreads * kCommands);
 }
 
+void LogFromHandler(const char* where)
+{
+    Logger_Print(3, Logger::kInfo, 0, "Handler", "f", 1, "handler: %s", where);
+}
+
+// The log is written to by another thread, so that children are made while it is locked.
+TEST_F(ExecShellTest, TheHostsHandlersOfAForkMayLog)
+{
+    constexpr int kCommands = 100;
+    pthread_atfork([] { LogFromHandler("prepare"); }, [] { LogFromHandler("parent"); },
+                   [] { LogFromHandler("child"); });
+    alarm(100);  // ends a process that hangs
+    std::atomic<bool> stop{false};
+    std::thread writer([&] {
+        while (!stop) {
+            Logger_Print(3, Logger::kInfo, 0, "Writer", "f", 1, "traffic");
+        }
+    });
+    for (int count = 0; count < kCommands; ++count) {
+        mShell.ExecWait("echo >> ./done");
+    }
+    stop = true;
+    writer.join();
+    alarm(0);
+    EXPECT_EQ(test::ReadFile("./done"), std::string(kCommands, '\n'));
+    const std::string log = mLog.Text();
+    for (const char* line : {"handler: prepare -> ", "handler: parent -> ", "handler: child -> ",
+                             "Child PID... -> "}) {
+        EXPECT_EQ(test::Count(log, line), kCommands) << line;
+    }
+}
+
 // Makes every further fork of this process fail with EAGAIN.
 void ForbidForks()
 {

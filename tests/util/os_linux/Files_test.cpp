@@ -23,6 +23,9 @@
 #include "util/os_linux/Logger.h"
 #include "util/os_linux/Thread.h"
 
+// From narrow_offsets.cpp.
+int SortNamesOnHost(const char* a, const char* b);
+
 namespace {
 using testing::ElementsAre;
 using testing::EndsWith;
@@ -70,6 +73,8 @@ TEST_F(FSUtilTest, TellsDirectoriesFromOtherNodes)
     chmod("./f", 0644);
     ASSERT_EQ(symlink("d", "./link"), 0);
     EXPECT_TRUE(FSUtil::IsDirectory("./d"));
+    test::OutputOf("touch -d 2040-01-01 ./d");
+    EXPECT_TRUE(FSUtil::IsDirectory("./d")) << "of any date";
     EXPECT_EQ(mLog.Text(), "");
     EXPECT_FALSE(FSUtil::IsDirectory("./f"));
     EXPECT_THAT(mLog.Text(), HasSubstr("Not Directory ./f 33188 -> "));
@@ -110,6 +115,7 @@ TEST_F(FSUtilTest, ScansDirectoriesFirstAndThenByName)
         test::WriteFile(std::string("./d/") + file, "");
     }
     FSUtil::Mkdir("./d/z");
+    test::OutputOf("touch -d 2040-01-01 ./d/z");
     ASSERT_EQ(symlink("z", "./d/link"), 0);
     ASSERT_EQ(symlink("nowhere", "./d/dangling"), 0);
     ASSERT_EQ(mkfifo("./d/pipe", 0600), 0);
@@ -128,6 +134,33 @@ TEST_F(FSUtilTest, ScansDirectoriesFirstAndThenByName)
         }
     } backward;
     EXPECT_EQ(Scan("./d", &backward).front(), "z/");
+}
+
+// Hands a scan's comparison two entries that a source with 32-bit offsets made.
+struct AsHostSorts : FileCompare
+{
+    int Compare(FileCompareUnit& a, FileCompareUnit& b) override
+    {
+        if (!mInside) {
+            mInside = true;
+            SortNamesOnHost("first", "second");
+            mInside = false;
+        } else {
+            mSeen += std::string(a.mName) + " " + b.mName + "\n";
+        }
+        return FileCompare::Compare(a, b);
+    }
+
+    bool mInside = false;
+    std::string mSeen;
+};
+
+TEST_F(FSUtilTest, AHostsEntriesMayHaveAnotherLayout)
+{
+    FSUtil::Mkdir("./d");
+    AsHostSorts compare;
+    Scan("./d", &compare);
+    EXPECT_EQ(compare.mSeen, "first second\n");
 }
 
 TEST_F(FSUtilTest, AnUnreadableDirectoryLeavesTheVectorAsItWas)

@@ -7,6 +7,7 @@
 #include <atomic>
 #include <cerrno>
 #include <chrono>
+#include <climits>
 #include <ctime>
 #include <string>
 #include <thread>
@@ -15,6 +16,7 @@
 #include "util/os_linux/CondVar.h"
 #include "util/os_linux/Mutex.h"
 #include "util/os_linux/Sleep.h"
+#include "util/os_linux/Thread.h"
 
 namespace {
 using std::chrono::milliseconds;
@@ -93,18 +95,19 @@ TEST(CondVar, WaitsUntilAWallClockSecond)
     Mutex mutex("m");
     CondVar condition(nullptr);
     const MutexHold hold(mutex);
-    for (long ahead : {-1L, 1L}) {
-        const long until = static_cast<long>(std::time(nullptr)) + ahead;
+    const long now = static_cast<long>(std::time(nullptr));
+    for (long until : {LONG_MIN, -1000000000L, 0L, now - 1, now + 2}) {
+        const bool waits = until > now;
         testing::internal::CaptureStdout();
         const milliseconds waited =
             Timed([&] { EXPECT_EQ(condition.WaitTimeoutUntil(mutex, until), ETIMEDOUT); });
         EXPECT_LT(waited.count(), 5000);
-        EXPECT_GE(waited.count(), ahead > 0 ? 900 : 0);
+        EXPECT_GE(waited.count(), waits ? 900 : 0);
         EXPECT_THAT(testing::internal::GetCapturedStdout(),
                     testing::MatchesRegex("-----> WaitTimeoutUntil : currnet realtime = [0-9]+, "
                                           "auntil = " +
-                                          std::to_string(until) +
-                                          ", diff = -?[0-9]+, abs = [0-9]+, next abs = [0-9]+ \n"
+                                          std::to_string(static_cast<int>(until)) +
+                                          ", diff = -?[0-9]+, abs = [0-9]+, next abs = -?[0-9]+ \n"
                                           "---->WaitTimeoutUntil Out current_time = [0-9]+\n"));
     }
 }
@@ -161,13 +164,18 @@ TEST(Sleep, ASignalEndsItEarly)
     struct sigaction action = {};
     action.sa_handler = [](int) {};
     sigaction(SIGUSR1, &action, nullptr);
-    for (void (*sleep)() : {+[] { NanoSleep(60, 0); }, +[] { MSleep(60000); },
-                            +[] { USleep(60000000); }, +[] { Sleep(60); }}) {
+    for (void (*sleep)() :
+         {+[] { NanoSleep(60, 0); }, +[] { NanoSleep(3000000000U, 0); }, +[] { MSleep(60000); },
+          +[] { USleep(60000000); }, +[] { Sleep(60); }}) {
+        std::atomic<int> tid{0};
         std::atomic<bool> done{false};
         std::thread sleeper([&] {
+            tid = Thread::GetTid();
             sleep();
             done = true;
         });
+        EXPECT_TRUE(test::WaitUntil([&] { return done || (tid != 0 && test::IsAsleep(tid)); }));
+        EXPECT_FALSE(done) << "without a signal";
         EXPECT_TRUE(test::WaitUntil([&] {
             if (!done) {
                 pthread_kill(sleeper.native_handle(), SIGUSR1);

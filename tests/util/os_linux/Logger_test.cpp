@@ -96,14 +96,16 @@ TEST_F(LoggerTest, NamesTheFileFromItsLastSlashOn)
 {
     const struct
     {
-        const char* file;
+        const char *function, *file;
         int line;
         const char* suffix;
-    } cases[] = {{"a/b/File.cpp", 1, " -> F in (/File.cpp 1)\n"},
-                 {"", INT_MAX, " -> F in ( 2147483647)\n"},
-                 {"x", INT_MIN, " -> F in (x -2147483648)\n"}};
+    } cases[] = {{"F", "a/b/File.cpp", 1, " -> F in (/File.cpp 1)\n"},
+                 {"F", "", INT_MAX, " -> F in ( 2147483647)\n"},
+                 {"F", "x", INT_MIN, " -> F in (x -2147483648)\n"},
+                 {nullptr, "a/b", 1, " -> (null) in (/b 1)\n"},
+                 {"F", nullptr, 1, " -> F in ((null) 1)\n"}};
     for (const auto& c : cases) {
-        EXPECT_THAT(Written([&] { mLogger->Print(0, 0, "F", c.file, c.line, "x"); }),
+        EXPECT_THAT(Written([&] { mLogger->Print(0, 0, c.function, c.file, c.line, "x"); }),
                     testing::EndsWith(std::string("x") + c.suffix));
     }
 }
@@ -234,12 +236,21 @@ TEST_F(LoggerTest, TheLockHoldsBackEveryLine)
     LogToFile();
     Logger::Lock();
     std::thread printer([this] { mLogger->Print(0, 1, "F", "f", 1, "after"); });
-    std::this_thread::sleep_for(std::chrono::milliseconds(20));
+    std::atomic<bool> configured{false};
+    std::thread configurer([&] {
+        test::WriteFile("./logger.conf", "mode=3\n");
+        mLogger->LoadConfig();
+        Configure(*mLogger, "port=1");
+        configured = true;
+    });
+    EXPECT_TRUE(test::WaitUntil([&] { return configured.load(); })) << "settings may be read";
     EXPECT_EQ(Text(), "");
     Logger::Unlock();
     printer.join();
-    EXPECT_EQ(Text(), "after");
+    configurer.join();
+    EXPECT_EQ(Text(), "after") << "and do not touch the open output";
 }
+
 TEST_F(LoggerTest, AFirstRequestFromManyThreadsGivesOneLogger)
 {
     for (int index = 6; index < 20; ++index) {
@@ -309,6 +320,7 @@ TEST_F(LoggerTest, ALineTravelsAsThreeDatagrams)
     Configure(*mLogger, "serverip=127.0.0.1");
     Configure(*mLogger, "port=" + std::to_string(peer.mPort));
     Logger::ChangeMode(3);
+    Configure(*mLogger, "mode=1");  // of no effect on the open output
     mLogger->Print(1, 0, "F", "d/f", 3, "text");
     mLogger->Print(0, 0, "F", "d/f", 4, "%s", "");
     mLogger->Print(1, 1, "F", "d/f", 3, "raw");
@@ -335,6 +347,7 @@ TEST_F(LoggerTest, AUnixSocketPeerGetsTheLinesAndMayLeave)
 
     Logger::ChangeMode(4);
     listener.Accept().Close();
+    Configure(*mLogger, "mode=1");  // of no effect on the open output
     for (int count = 0; count < 3; ++count) {
         mLogger->Print(2, 0, "F", "d/f", 3, "to nobody");  // would raise SIGPIPE
     }

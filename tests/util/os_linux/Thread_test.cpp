@@ -12,12 +12,16 @@
 #include <cerrno>
 #include <cstdio>
 #include <functional>
+#include <memory>
 #include <string>
 #include <thread>
 
 #include "tests/support/support.h"
 #include "util/os_linux/Sleep.h"
 #include "util/os_linux/ThreadList.h"
+
+// From plain_entry.c: waits until it is cancelled.
+extern "C" void* WaitInPlainC(void* argument);
 
 namespace {
 using testing::HasSubstr;
@@ -167,10 +171,186 @@ TEST_F(ThreadTest, KillEndsAWaitingThread)
     }
     ASSERT_EQ(thread.Start(&gate), 0);
     ASSERT_EQ(thread.Kill(), 0);
-    MSleep(20);
-    EXPECT_EQ(thread.GetStatus(), Thread::kKilled) << "a killed thread does not seem to run again";
-    EXPECT_EQ(thread.Start(&gate), -1) << "nobody has joined it";
+    EXPECT_TRUE(test::WaitUntil([&] {
+        EXPECT_EQ(thread.GetStatus(), Thread::kKilled) << "it does not seem to run again";
+        return thread.Start(&gate) == 0;  // as soon as it has ended
+    }));
+    ASSERT_EQ(thread.Kill(), 0);
     EXPECT_EQ(thread.Join(), 0);
+}
+
+TEST_F(ThreadTest, KillEndsAThreadThatCanNotBeUnwound)
+{
+    Thread thread("plain", WaitInPlainC, false, 0);
+    for (int round = 0; round < 3; ++round) {
+        ASSERT_EQ(thread.Start(nullptr), 0);
+        ASSERT_TRUE(Reaches(thread, Thread::kRunning));
+        ASSERT_EQ(thread.Kill(), 0);
+        ASSERT_TRUE(test::WaitUntil([&] { return thread.Start(nullptr) == 0; }));
+        ASSERT_EQ(thread.Kill(), 0);
+        ASSERT_EQ(thread.Join(), 0);
+    }
+}
+
+// Runs the action for a thread that waits at the gate, made by Start and then a wrapped one.
+template <typename Action>
+void WithEachKind(Action action)
+{
+    for (const bool wrapped : {false, true}) {
+        SCOPED_TRACE(wrapped ? "wrapped" : "started");
+        Gate gate;
+        pthread_t handle = 0;
+        if (wrapped) {
+            ASSERT_EQ(pthread_create(&handle, nullptr, Gate::WaitAt, &gate), 0);
+        }
+        const auto thread = wrapped ? std::make_unique<Thread>("wrapped", handle)
+                                    : std::make_unique<Thread>("own", Gate::WaitAt, false, 0);
+        if (!wrapped) {
+            ASSERT_EQ(thread->Start(&gate), 0);
+        }
+        ASSERT_TRUE(Reaches(*thread, Thread::kRunning));
+        action(*thread, gate);
+    }
+}
+
+TEST_F(ThreadTest, KillEndsAThreadThatAnotherWaitsFor)
+{
+    WithEachKind([this](Thread& thread, Gate& gate) {
+        std::atomic<int> joined{-2};
+        std::thread joiner([&] { joined = thread.Join(); });
+        EXPECT_TRUE(
+            mLog.WaitFor(std::string("Before Thread::Join : Thread = ") + thread.GetThreadName()));
+        EXPECT_EQ(thread.Join(), -1) << "one joins it";
+        EXPECT_EQ(thread.Start(&gate), -1) << "it runs";
+        EXPECT_EQ(thread.Kill(), 0);
+        EXPECT_TRUE(test::WaitUntil([&] { return joined == 0; }));
+        gate.Open();  // where the Kill failed
+        joiner.join();
+        EXPECT_EQ(thread.GetStatus(), Thread::kNotStarted);
+        EXPECT_EQ(thread.GetThreadHandle(), 0U);
+        EXPECT_EQ(thread.Kill(), -1);
+    });
+}
+
+TEST_F(ThreadTest, ACancelledJoinLeavesTheThreadToBeJoined)
+{
+    WithEachKind([this](Thread& thread, Gate& gate) {
+        std::function<void()> join = [&] { thread.Join(); };
+        Thread waiter("waiter", Call, false, 0);
+        ASSERT_EQ(waiter.Start(&join), 0);
+        EXPECT_TRUE(
+            mLog.WaitFor(std::string("Before Thread::Join : Thread = ") + thread.GetThreadName()));
+        EXPECT_EQ(waiter.Kill(), 0);
+        EXPECT_EQ(waiter.Join(), 0);
+        EXPECT_EQ(thread.GetStatus(), Thread::kRunning);
+        gate.Open();
+        EXPECT_EQ(thread.Join(), 0);
+    });
+}
+
+// Threads that have returned from their entry and end only when a gate lets them.
+class LingeringThreads
+{
+public:
+    LingeringThreads()
+    {
+        pthread_key_create(&mKey, [](void* gate) { Gate::WaitAt(gate); });
+    }
+    ~LingeringThreads() { pthread_key_delete(mKey); }
+
+    std::atomic<int> mRuns{0};
+    Gate mGate;
+    std::function<void()> mEntry = [this] {
+        pthread_setspecific(mKey, &mGate);
+        ++mRuns;
+    };
+
+private:
+    pthread_key_t mKey{};
+};
+
+TEST_F(ThreadTest, StartBesideAJoinMakesOneThread)
+{
+    LingeringThreads lingering;
+    Thread thread("again", Call, false, 0);
+    for (int round = 1; round <= 20; ++round) {
+        ASSERT_EQ(thread.Start(&lingering.mEntry), 0) << round;
+        ASSERT_TRUE(Reaches(thread, Thread::kExited));
+        std::thread joiner([&] { EXPECT_EQ(thread.Join(), 0); });
+        ASSERT_TRUE(test::WaitUntil(
+            [&] { return test::Count(mLog.Text(), "Before Thread::Join") == round; }));
+        std::atomic<int> tid{0};
+        std::atomic<bool> started{false};
+        std::thread starter([&] {
+            tid = Thread::GetTid();
+            EXPECT_EQ(thread.Start(&lingering.mEntry), 0);
+            started = true;
+        });
+        EXPECT_TRUE(test::WaitUntil([&] { return started || (tid != 0 && test::IsAsleep(tid)); }));
+        EXPECT_EQ(lingering.mRuns, 2 * round - 1) << "no second thread beside the first";
+        lingering.mGate.Open();
+        joiner.join();
+        starter.join();
+        EXPECT_TRUE(Reaches(thread, Thread::kExited));
+        EXPECT_EQ(lingering.mRuns, 2 * round);
+        lingering.mGate.Open();
+    }
+    EXPECT_EQ(thread.Join(), 0);
+}
+
+TEST_F(ThreadTest, OperationsMeetTheEndOfTheThread)
+{
+    Logger::ChangeMode(0);
+    Thread thread("brief", nullptr, false, 0);
+    for (int round = 0; round < 300; ++round) {
+        ASSERT_TRUE(test::WaitUntil([&] { return thread.Start(nullptr) == 0; }));
+        test::InThreads(3, [&](int id) {
+            if (id == 0) {
+                thread.SendSignal(0);
+                thread.Kill();
+            } else if (id == 1) {
+                thread.Join();
+            } else {
+                thread.Start(nullptr);
+            }
+        });
+    }
+    while (thread.GetThreadHandle() != 0) {
+        thread.Join();
+    }
+    EXPECT_EQ(thread.GetStatus(), Thread::kNotStarted);
+}
+
+TEST_F(ThreadTest, AThreadOfTheHostsOwnMayRunTheBody)
+{
+    static Gate gate;
+    static std::atomic<Thread*> found{nullptr};
+    for (const bool detached : {false, true}) {
+        Thread thread(
+            "hosted",
+            [](void* argument) {
+                found = Thread::GetCurrentThread();
+                gate.Wait();
+                return argument;
+            },
+            detached, 0);
+        for (int round = 0; round < 3; ++round) {
+            pthread_t handle = 0;
+            ASSERT_EQ(pthread_create(&handle, nullptr, Thread::ThreadMainHandler, &thread), 0);
+            ASSERT_TRUE(Reaches(thread, detached ? Thread::kDetached : Thread::kRunning));
+            EXPECT_EQ(thread.Join(), -1) << "the host's to join";
+            EXPECT_EQ(thread.Start(nullptr), -1);
+            EXPECT_EQ(thread.SendSignal(0), 0);
+            ASSERT_TRUE(test::WaitUntil([&] { return found == &thread; }));
+            gate.Open();
+            ASSERT_TRUE(Reaches(thread, Thread::kExited));
+            EXPECT_EQ(thread.GetThreadHandle(), 0U);
+            EXPECT_EQ(thread.Kill(), -1);
+            if (!detached) {
+                EXPECT_EQ(pthread_join(handle, nullptr), 0);
+            }
+        }
+    }
 }
 
 TEST_F(ThreadTest, DetachesByFlagOrByCall)
@@ -348,6 +528,30 @@ TEST_F(ThreadTest, TheListShowsTheObjectsThatExist)
     EXPECT_THAT(mLog.Text(), testing::EndsWith(expected));
     gate.Open();
     running.Join();
+}
+
+TEST_F(ThreadTest, NothingIsLoggedUnderTheRegistrysLock)
+{
+    Gate gate;
+    Thread ending("ending", Gate::WaitAt, false, 0);
+    ASSERT_EQ(ending.Start(&gate), 0);
+    ASSERT_TRUE(Reaches(ending, Thread::kRunning));
+    Logger::Lock();
+    std::thread listing([] { ThreadList::GetInstance()->ShowThread(); });
+    gate.Open();  // both wait for the log now
+    std::atomic<bool> answered{false};
+    std::thread asking([&] {
+        for (int count = 0; count < 100; ++count) {
+            EXPECT_EQ(Thread::GetCurrentThread(), nullptr);
+            MSleep(1);
+        }
+        answered = true;
+    });
+    EXPECT_TRUE(test::WaitUntil([&] { return answered.load(); }));
+    Logger::Unlock();
+    asking.join();
+    listing.join();
+    EXPECT_EQ(ending.Join(), 0);
 }
 
 TEST_F(ThreadTest, TheListIsSafeFromManyThreads)
