@@ -1,6 +1,6 @@
 // Public. The library's own lock for its registries and shared state: a plain POSIX mutex that
-// needs no run-time initialisation, is never destroyed and blocks in the kernel. (Mutex, the
-// public class, polls and reports.)
+// needs no run-time initialisation, is never destroyed and blocks in the kernel. (Mutex polls and
+// reports.)
 #ifndef UTIL_OS_LINUX_STATICLOCK_H
 #define UTIL_OS_LINUX_STATICLOCK_H
 
