@@ -1,34 +1,13 @@
-// Standard output goes to standard error while this lives: the library tells its settings there,
-// where the browser prints its own lines.
-#ifndef TOOLS_BROWSER_OUTPUTTOERROR_H
-#define TOOLS_BROWSER_OUTPUTTOERROR_H
-
-#include <fcntl.h>
-#include <unistd.h>
+// Standard output is for the browser's own lines, or its screen. What the library and its console
+// print there goes to standard error.
+#ifndef TOOLS_BROWSER_OWNOUTPUT_H
+#define TOOLS_BROWSER_OWNOUTPUT_H
 
 #include <cstdio>
 
-class OutputToError
-{
-public:
-    OutputToError() : mOutput(fcntl(STDOUT_FILENO, F_DUPFD_CLOEXEC, 3))
-    {
-        std::fflush(stdout);
-        dup2(STDERR_FILENO, STDOUT_FILENO);
-    }
-    OutputToError(const OutputToError&) = delete;
-    OutputToError& operator=(const OutputToError&) = delete;
-    ~OutputToError()
-    {
-        std::fflush(stdout);
-        if (mOutput >= 0) {
-            dup2(mOutput, STDOUT_FILENO);
-            close(mOutput);
-        }
-    }
+// Returns the stream to what was standard output so far; from here on descriptor 1 and stdout are
+// standard error. To be called once, before the library is loaded; the stream lives until the
+// process ends. Null when there are no descriptors left.
+std::FILE* TakeStandardOutput();
 
-private:
-    const int mOutput;
-};
-
-#endif  // TOOLS_BROWSER_OUTPUTTOERROR_H
+#endif  // TOOLS_BROWSER_OWNOUTPUT_H
