@@ -27,15 +27,28 @@ class Screen(ToolsTest):
     def open_terminal(self, *arguments, prefix=""):
         """Runs the browser in a terminal of 80 x 24."""
         command = shlex.join([str(PROGRAMS / "browser"), *arguments])
+        pid = pathlib.Path(self.directory) / "pid"
+        pid.unlink(missing_ok=True)
         self.tmux("new-session", "-d", "-x", "80", "-y", "24",
-                  "echo here; read go; clear; "
-                  f"sh -c 'echo $$ >pid; exec env {prefix} \"$0\" \"$@\"' {command}; "
-                  "echo status=$?; read go")
-        self.wait_for("here")  # from now on the terminal's settings are those of a shell
+                  "echo press Enter; read go; clear; sh -c 'echo $$ >new; mv new pid; "
+                  f"exec env {prefix} \"$0\" \"$@\"' {command}; echo status=$?; read go")
+        self.wait_for("press Enter")  # from now on the terminal's settings are those of a shell
         self.tty = self.enterContext(open(self.tmux("display", "-p", "#{pane_tty}").strip(), "r+b",
                                           buffering=0))
         self.settings = termios.tcgetattr(self.tty)
         self.press("Enter")
+        self.wait_until(lambda _: pid.exists(), "start")
+        self.pid = int(pid.read_text())
+        self.addCleanup(self.end_browser, self.pid)
+
+    def end_browser(self, pid):
+        """The next one needs its port, and tmux does not wait for what it ends."""
+        try:
+            while True:
+                os.kill(pid, signal.SIGKILL)
+                time.sleep(0.01)
+        except ProcessLookupError:
+            pass
 
     def open_screen(self, *options):
         self.open_terminal("clock:60", *options)
@@ -45,10 +58,11 @@ class Screen(ToolsTest):
     def open_paused_screen(self, *options):
         """At the beginning of the media, so that the screen stands still."""
         self.open_screen(*options)
+        self.wait_until(lambda shown: " 0:00.0 " not in shown, "progress")
         self.press("Space")
         self.wait_for("paused")
         self.press("Left")
-        self.wait_for("0:00.0 / 1:00.0")
+        self.wait_until(lambda shown: " 0:00.0 " in shown and "seeking" not in shown, "beginning")
 
     def tmux(self, *arguments):
         return subprocess.run(["tmux", "-u", "-S", "terminal", "-f", "/dev/null", *arguments],
@@ -107,7 +121,7 @@ class Screen(ToolsTest):
                             (signal.SIGABRT, 128 + signal.SIGABRT)):
             with self.subTest(how):
                 self.open_screen()
-                os.kill(int((pathlib.Path(self.directory) / "pid").read_text()), how)
+                os.kill(self.pid, how)
                 self.wait_for_the_end(status)
                 self.tmux("kill-session")
 

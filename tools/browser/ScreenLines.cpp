@@ -92,7 +92,7 @@ private:
     {
         constexpr int kShortestBar = 10;
         const Status& status = mContents.status;
-        const std::wstring times = TimeText(status.position) + L" / " + TimeText(status.duration);
+        std::wstring times = TimeText(status.position) + L" / " + TimeText(status.duration);
         const int width = mCells - CellsOf(times) - 4;
         if (width < kShortestBar) {
             return times;
