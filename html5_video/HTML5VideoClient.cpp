@@ -1,5 +1,7 @@
 #include "html5_video/HTML5VideoClient.h"
 
+#include <arpa/inet.h>
+
 #include <cstdio>
 #include <cstdlib>
 
@@ -23,7 +25,14 @@ constexpr int kLoadTraceLine = 186;  // fixed: tools that follow the trace match
 const char* AddressFrom(const char* variable)
 {
     const char* const value = std::getenv(variable);
-    return value != nullptr ? value : "127.0.0.1";
+    if (value == nullptr) {
+        return "127.0.0.1";
+    }
+    in_addr address = {};
+    if (inet_aton(value, &address) == 0) {
+        TAVI_ERROR("%s is no IPv4 address : %s", variable, value);
+    }
+    return value;
 }
 
 unsigned long long Join(int high, int low)
@@ -202,9 +211,10 @@ IPCParam* SetStatus_IPC(IPCParam* request)
     TAVI_INFO("%d %d %d %d %d inSeek %d %lld %lld", values[3], values[0], values[1], values[2],
               values[4], inSeek ? 1 : 0, static_cast<long long>(totalBytes),
               static_cast<long long>(currentOffset));
-    HTML5VideoClient* const client = HTML5VideoClient::GetInstance();
-    client->setStatus(values[0], values[1], values[2], values[3], values[4], inSeek, totalBytes,
-                      currentOffset);
-    client->setVideoDimension(values[5], values[6]);
+    // One update: a reader never sees the size of another report than the rest.
+    HTML5VideoClient::GetInstance()->mStatus.Update([&](PlayerStatus& status) {
+        status = {values[0], values[1], values[3], values[2],  values[4],
+                  values[5], values[6], inSeek,    totalBytes, currentOffset};
+    });
     return new IPCParam;
 }

@@ -38,7 +38,7 @@ public:
     int setSize(int width, int height);
     int setMuted(bool muted);
 
-    // Stores the player's report. SetStatus_IPC stores both parts.
+    // Each stores a part of a report. SetStatus_IPC stores a whole one, as one update.
     void setStatus(int playTime, int endTime, int speed, int statusValue3, int mediaStatus,
                    bool inSeek, unsigned long long totalBytes, unsigned long long currentOffset);
     void setVideoDimension(int width, int height);
@@ -57,6 +57,8 @@ public:
     unsigned long long GetCurrentOffset() const { return GetStatus().currentOffset; }
 
 private:
+    friend IPCParam* SetStatus_IPC(IPCParam* request);
+
     HTML5_VIDEO_LOCAL static HTML5VideoClient* MakeInstance();
     HTML5_VIDEO_LOCAL int Send(const char* method, IPCParam& arguments);
 

@@ -101,6 +101,7 @@ FAULT_CALL(int, setsockopt, (int fd, int level, int option, const void* value, s
            (fd, level, option, value, length))
 FAULT_CALL(int, poll, (pollfd * entries, nfds_t count, int milliseconds),
            (entries, count, milliseconds))
+FAULT_CALL(int, eventfd, (unsigned count, int flags), (count, flags))
 FAULT_CALL(pid_t, fork, (), ())
 FAULT_TRANSFER(read, (int fd, void* data, size_t length), (fd, data, length))
 FAULT_TRANSFER(recv, (int fd, void* data, size_t length, int flags), (fd, data, length, flags))

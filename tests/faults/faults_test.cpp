@@ -147,7 +147,7 @@ private:
         const std::string frame =
             "TAVI" + test::Number(static_cast<std::int32_t>(line.size())) + line;
         const int length = static_cast<int>(frame.size());
-        return client.Write(frame.data(), length) == length;
+        return client.WriteBytes(frame.data(), length) == length;
     }
 
     bool Talk() const
@@ -349,6 +349,7 @@ INSTANTIATE_TEST_SUITE_P(Calls, Faults, testing::ValuesIn(kOfBoth), NameOf);
 INSTANTIATE_TEST_SUITE_P(Calls, ConsoleFaults, testing::ValuesIn(kOfBoth), NameOf);
 INSTANTIATE_TEST_SUITE_P(Processes, Faults,
                          testing::Values(Fault{"fork", {EAGAIN, ENOMEM}},
+                                         Fault{"eventfd", {EMFILE, ENOMEM}},
                                          Fault{"open", {EINTR, EMFILE, EACCES}}),
                          NameOf);
 INSTANTIATE_TEST_SUITE_P(Waits, ConsoleFaults, testing::Values(Fault{"poll", {EINTR, ENOMEM}}),

@@ -42,6 +42,7 @@ TEST(Exports, TheFileIsHardenedAndNeedsNothingElse)
     EXPECT_NE(headers.find("Library soname: [libhtml5_video.so.1]"), std::string::npos);
     EXPECT_NE(headers.find("GNU_RELRO"), std::string::npos);
     EXPECT_NE(headers.find("BIND_NOW"), std::string::npos);
+    EXPECT_NE(headers.find("NODELETE"), std::string::npos);
     EXPECT_FALSE(std::regex_search(headers, std::regex("GNU_STACK[^\n]* RWE")));
     std::istringstream lines(headers);
     std::string line;

@@ -19,6 +19,7 @@
 #include "tests/support/support.h"
 #include "util/ipc/IPCChannel.h"
 #include "util/ipc/IPCChannelMgr.h"
+#include "util/ipc/IPCParam.h"
 
 namespace {
 using test::EmptyRecord;
@@ -260,6 +261,40 @@ TEST_F(HTML5VideoClientTest, TakesItsAddressesFromTheEnvironment)
     const RawPeer peer = RawPeer::Connect(kStatusPort, "127.0.0.3");
     Push(peer, Integers({4}));
     EXPECT_EQ(PlayTime(), 4);
+}
+
+TEST_F(HTML5VideoClientTest, SaysWhichAddressOfTheEnvironmentIsNone)
+{
+    setenv("HBB_SYSTEM_IP", "player.local", 1);
+    setenv("HBB_BROWSER_IP", "", 1);
+    html5_video_client_play();
+    EXPECT_EQ(test::Count(log.Text(), "HBB_SYSTEM_IP is no IPv4 address : player.local -> "), 1);
+    EXPECT_EQ(test::Count(log.Text(), "HBB_BROWSER_IP is no IPv4 address :  -> "), 1);
+    EXPECT_EQ(test::Count(log.Text(), "255.255.255.255:56911 : "), 1);  // used as it is
+}
+
+TEST_F(HTML5VideoClientTest, OneReportIsOneUpdate)
+{
+    html5_video_client_init();
+    Logger::GetLogger(2)->SetLevel(Logger::kError + 1);
+    std::atomic<bool> done{false};
+    std::thread reports([&done] {
+        for (int number = 1; number <= 100000; ++number) {
+            IPCParam request;
+            for (int position = 0; position < 12; ++position) {
+                request.Add("", number);
+            }
+            delete SetStatus_IPC(&request);
+        }
+        done = true;
+    });
+    int mixed = 0;
+    while (!done) {
+        const PlayerStatus status = HTML5VideoClient::GetInstance()->GetStatus();
+        mixed += status.videoHeight == status.playTime ? 0 : 1;
+    }
+    reports.join();
+    EXPECT_EQ(mixed, 0);
 }
 
 TEST_F(HTML5VideoClientTest, CommandsStatusAndUpdatesFromManyThreads)

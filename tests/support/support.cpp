@@ -83,14 +83,29 @@ int FreePort()
     return bound ? ntohs(address.sin_port) : -1;
 }
 
-void UsePrivateNetwork()
+long long Milliseconds(const std::function<void()>& action)
+{
+    const auto start = std::chrono::steady_clock::now();
+    action();
+    return std::chrono::duration_cast<std::chrono::milliseconds>(std::chrono::steady_clock::now() -
+                                                                 start)
+        .count();
+}
+
+bool UsePrivateNetwork()
 {
     if (unshare(CLONE_NEWNET) != 0 && unshare(CLONE_NEWUSER | CLONE_NEWNET) != 0) {
-        return;
+        return false;
     }
+    SetLoopback(true);
+    return true;
+}
+
+void SetLoopback(bool up)
+{
     ifreq request = {};
     std::strcpy(request.ifr_name, "lo");
-    request.ifr_flags = IFF_UP | IFF_RUNNING;
+    request.ifr_flags = static_cast<short>(up ? IFF_UP | IFF_RUNNING : 0);
     const int descriptor = socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, 0);
     if (ioctl(descriptor, SIOCSIFFLAGS, &request) != 0) {
         std::perror("loopback");

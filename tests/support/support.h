@@ -27,9 +27,16 @@ std::string OutputOf(const std::string& command, int* status = nullptr);
 // A TCP port on the loopback address that was free a moment ago.
 int FreePort();
 
+// How long the action takes, in milliseconds.
+long long Milliseconds(const std::function<void()>& action);
+
 // Gives this process a loopback network of its own, so that fixed ports are free whatever else runs
-// on the machine. Where that is not permitted, nothing changes. Call it before any thread starts.
-void UsePrivateNetwork();
+// on the machine. Where that is not permitted, nothing changes and the result is false. Call it
+// before any thread starts.
+bool UsePrivateNetwork();
+
+// Takes the loopback network, or gives it back. REQUIRES: it is this process's own.
+void SetLoopback(bool up);
 
 // Open descriptors and threads of this process.
 int CountDescriptors();

@@ -50,8 +50,13 @@ public:
     // reply record unless that is null. Both records stay the caller's.
     virtual int Call(const char* method, IPCParam* request, IPCParam* reply) = 0;
 
-    // Bytes as they are, without a frame, on the calling side's connection.
-    virtual int SendRaw(const unsigned char* data, int length) = 0;
+    // Bytes as they are, without a frame, on the calling side's connection. What is sent is only
+    // read; SendRawBytes is the same for data that is const.
+    virtual int SendRaw(unsigned char* data, int length) = 0;
+    int SendRawBytes(const unsigned char* data, int length)
+    {
+        return SendRaw(const_cast<unsigned char*>(data), length);
+    }
     virtual int ReceiveRaw(unsigned char* buffer, int length);
 
     // Calls a method of the peer without waiting for its reply.

@@ -1,13 +1,15 @@
+// The life of a socket, until it is closed. The waits and transfers stand in IPCSocketTransfer.cpp.
 #include "util/ipc/IPCSocket.h"
 
+#include <arpa/inet.h>
 #include <netinet/in.h>
 #include <poll.h>
-#include <sys/time.h>
+#include <sys/stat.h>
+#include <sys/un.h>
 #include <unistd.h>
 
-#include <algorithm>
 #include <cerrno>
-#include <climits>
+#include <cstdio>
 #include <cstring>
 
 #include "util/os_linux/CancelGuard.h"
@@ -17,22 +19,29 @@
 static Logger* const _logger = Logger::GetLogger(2);
 
 namespace {
-// How far a wait may overshoot its deadline for the sake of one system call less.
-constexpr int kOvershootMilliseconds = 10;
-
-timeval ToTimeval(int milliseconds)
+union Address
 {
-    return {milliseconds / 1000, milliseconds % 1000 * 1000L};
+    sockaddr any;
+    sockaddr_in inet;
+    sockaddr_un local;
+};
+
+// The address that a socket is bound to; zeros behind the family when it is not.
+Address OwnAddress(int descriptor)
+{
+    Address own = {};
+    socklen_t size = sizeof(own);
+    getsockname(descriptor, &own.any, &size);
+    return own;
 }
 
-// Milliseconds left, at most INT_MAX; negative for no limit.
-int MillisecondsLeft(long long deadline)
+bool IdentifyFile(const char* path, unsigned long long (&file)[2])
 {
-    if (deadline == IPCSocket::kForever) {
-        return -1;
-    }
-    const long long left = deadline == IPCSocket::kNoWait ? 0 : deadline - MonotonicMilliseconds();
-    return static_cast<int>(std::clamp<long long>(left, 0, INT_MAX));
+    struct stat status = {};
+    const bool found = lstat(path, &status) == 0;
+    file[0] = status.st_dev;
+    file[1] = status.st_ino;
+    return found;
 }
 }  // namespace
 
@@ -42,6 +51,9 @@ IPCSocket::IPCSocket(int descriptor)
       mAddressLength(0),
       mStatus(descriptor >= 0 ? kConnected : kClosed),
       mReceiveTimeout(0),
+      mConnectDeadline(kForever),
+      mQuiet(false),
+      mFile(),
       mAheadBegin(0),
       mAheadEnd(0)
 {}
@@ -74,6 +86,7 @@ void IPCSocket::Opened(int descriptor, sockaddr* address, socklen_t length)
     mAddress = address;
     mAddressLength = length;
     mReceiveTimeout = 0;
+    mConnectDeadline = kForever;
     mAheadBegin = mAheadEnd = 0;
     mStatus = kOpen;
     mDescriptor = descriptor;
@@ -97,12 +110,66 @@ int IPCSocket::Close()
     return 0;
 }
 
+bool IPCSocket::IsBound() const
+{
+    const Address own = OwnAddress(mDescriptor);
+    return own.any.sa_family == AF_UNIX ? own.local.sun_path[0] != '\0' : own.inet.sin_port != 0;
+}
+
+bool IPCSocket::IsReachable() const
+{
+    Address own = OwnAddress(mDescriptor);
+    if (own.any.sa_family == AF_UNIX) {
+        // While this socket lives, no other file can have its file's number.
+        unsigned long long file[2];
+        return IdentifyFile(own.local.sun_path, file) && file[0] == mFile[0] && file[1] == mFile[1];
+    }
+    // Only an address of this machine can be bound.
+    own.inet.sin_port = 0;
+    const ScopedDescriptor probe(OpenSocket(AF_INET, SOCK_STREAM, 0));
+    return bind(probe.Get(), &own.any, sizeof(own.inet)) == 0;
+}
+
+void IPCSocket::WaitForInputOr(int event) const
+{
+    pollfd entries[] = {{mDescriptor, POLLIN, 0}, {event, POLLIN, 0}};
+    WaitForAny(entries, 2, -1);
+}
+
 void IPCSocket::Shutdown()
 {
     const StaticLockHold hold(mCloseLock);
     if (mDescriptor >= 0) {
         shutdown(mDescriptor, SHUT_RDWR);
     }
+}
+
+// "Socket Bind() Failed" and its like, and a line more with the address and the reason. Always -1,
+// with errno as it was.
+int IPCSocket::Fail(const char* operation) const
+{
+    const int reason = errno;
+    if (mQuiet) {
+        return -1;
+    }
+    _logger->Print(Logger::kError, 0, operation, __FILE__, __LINE__, "Socket %s() Failed",
+                   operation);
+    char text[INET_ADDRSTRLEN + sizeof(":65535")] = "";
+    const char* address = text;
+    if (mAddress != nullptr && mAddress->sa_family == AF_UNIX) {
+        address = reinterpret_cast<const sockaddr_un*>(mAddress)->sun_path;
+    } else if (mAddress != nullptr) {
+        const auto* const inet = reinterpret_cast<const sockaddr_in*>(mAddress);
+        inet_ntop(AF_INET, &inet->sin_addr, text, INET_ADDRSTRLEN);
+        const std::size_t length = std::strlen(text);
+        std::snprintf(text + length, sizeof(text) - length, ":%d", ntohs(inet->sin_port));
+    }
+    // A connect that ran out of time is still in progress for the system.
+    const bool late = reason == EINPROGRESS || reason == EALREADY;
+    _logger->Print(Logger::kInfo, 0, operation, __FILE__, __LINE__, "%.107s : %s", address,
+                   std::strerror(late ? ETIMEDOUT : reason));
+    errno = reason;
+    return -1;
 }
 
 bool IPCSocket::HasDescriptor(const char* operation) const
@@ -120,8 +187,10 @@ int IPCSocket::Bind()
         return -1;
     }
     if (bind(mDescriptor, mAddress, mAddressLength) < 0) {
-        TAVI_ERROR("Socket Bind() Failed");
-        return -1;
+        return Fail(__func__);
+    }
+    if (mAddress->sa_family == AF_UNIX) {
+        IdentifyFile(reinterpret_cast<const sockaddr_un*>(mAddress)->sun_path, mFile);
     }
     return 0;
 }
@@ -131,11 +200,7 @@ int IPCSocket::Listen(int backlog)
     if (!HasDescriptor(__func__)) {
         return -1;
     }
-    if (listen(mDescriptor, backlog) < 0) {
-        TAVI_ERROR("Socket Listen() Failed");
-        return -1;
-    }
-    return 0;
+    return listen(mDescriptor, backlog) < 0 ? Fail(__func__) : 0;
 }
 
 IPCSocket* IPCSocket::Accept()
@@ -156,15 +221,13 @@ int IPCSocket::Connect()
     if (!HasDescriptor(__func__)) {
         return -1;
     }
-    if (connect(mDescriptor, mAddress, mAddressLength) < 0 && !FinishConnect()) {
-        TAVI_ERROR("Socket Connect() Failed");
-        return -1;
+    if (!ConnectInTime()) {
+        return Fail(__func__);
     }
     if (IsConnectedToItself()) {
         Open();
-        TAVI_ERROR("Socket Connect() Failed");
         errno = ECONNREFUSED;
-        return -1;
+        return Fail(__func__);
     }
     mStatus = kConnected;
     return 0;
@@ -184,208 +247,23 @@ bool IPCSocket::IsConnectedToItself() const
            own.sin_port == peer.sin_port && own.sin_addr.s_addr == peer.sin_addr.s_addr;
 }
 
-// After a connect that failed: an interrupted one goes on in the background and is waited for; one
-// that had gone through before is a success. False leaves errno with the reason.
-bool IPCSocket::FinishConnect()
+// An interrupted connect goes on in the background; once that has ended, a second one says how.
+// False leaves errno with the reason.
+bool IPCSocket::ConnectInTime()
 {
-    if (errno == EISCONN) {
-        return true;
-    }
-    if (errno != EINTR) {
-        return false;
-    }
-    timeval limit = {};
-    socklen_t size = sizeof(limit);
-    getsockopt(mDescriptor, SOL_SOCKET, SO_SNDTIMEO, &limit, &size);
-    const long long milliseconds = limit.tv_sec * 1000LL + limit.tv_usec / 1000;
-    const int wait = milliseconds == 0 ? -1 : static_cast<int>(milliseconds);
-    if (WaitForEvents(mDescriptor, POLLOUT, wait) <= 0) {
-        errno = ETIMEDOUT;
-        return false;
-    }
-    int reason = 0;
-    size = sizeof(reason);
-    getsockopt(mDescriptor, SOL_SOCKET, SO_ERROR, &reason, &size);
-    errno = reason;
-    return reason == 0;
-}
-
-// On a connection the wait is a receive into the read-ahead buffer, which the following Peek and
-// Read use: one system call instead of two.
-int IPCSocket::Select(int seconds)
-{
-    if (!HasDescriptor(__func__)) {
-        return -1;
-    }
-    if (seconds < 0) {
-        errno = EINVAL;
-        return -1;
-    }
-    const int milliseconds = static_cast<int>(std::min(seconds * 1000LL, 1LL * INT_MAX));
-    if (mStatus != kConnected) {
-        return WaitForEvents(mDescriptor, POLLIN, milliseconds);
-    }
-    if (Buffered() > 0) {
-        return 1;
-    }
-    if (milliseconds > 0) {
-        SetReceiveTimeout(milliseconds);
-    }
-    const int result = Fill(milliseconds > 0 ? DeadlineAfter(milliseconds) : kNoWait);
-    if (result >= 0) {
-        return 1;
-    }
-    if (errno == EAGAIN) {
-        return 0;
-    }
-    return errno == EBADF || errno == ENOTSOCK ? -1 : 1;  // the next read meets the failure
-}
-
-int IPCSocket::Write(const void* data, int length)
-{
-    if (!HasDescriptor(__func__)) {
-        return -1;
-    }
-    return static_cast<int>(
-        SendBytes(mDescriptor, data, static_cast<std::size_t>(std::max(length, 0))));
-}
-
-int IPCSocket::Read(void* data, int length)
-{
-    if (!HasDescriptor(__func__)) {
-        return -1;
-    }
-    unsigned char* const bytes = static_cast<unsigned char*>(data);
-    int count = 0;
-    int received = 1;
-    while (count < length && received > 0) {
-        received = Receive(bytes + count, length - count, kForever);
-        count += std::max(received, 0);
-    }
-    if (count < length) {
-        const int reason = errno;
-        std::memset(bytes + count, 0, static_cast<std::size_t>(length - count));
-        errno = reason;
-    }
-    return count == 0 && received < 0 ? -1 : count;
-}
-
-int IPCSocket::Peek(void* data, int length)
-{
-    if (!HasDescriptor(__func__)) {
-        return 0;
-    }
-    if (length <= 0) {
-        return 0;
-    }
-    if (Buffered() == 0) {
-        const int filled = Fill(kForever);
-        if (filled <= 0) {
-            return filled;
+    int result = connect(mDescriptor, mAddress, mAddressLength);
+    while (result < 0 && errno == EINTR) {
+        if (WaitFor(POLLOUT, mConnectDeadline) == 0) {
+            errno = ETIMEDOUT;
+            return false;
         }
+        SetConnectDeadline(mConnectDeadline);
+        result = connect(mDescriptor, mAddress, mAddressLength);
     }
-    const int buffered = std::min(Buffered(), length);
-    std::memcpy(data, mAhead + mAheadBegin, static_cast<std::size_t>(buffered));
-    if (buffered == length) {
-        return length;
-    }
-    const ssize_t more = recv(mDescriptor, static_cast<unsigned char*>(data) + buffered,
-                              static_cast<std::size_t>(length - buffered), MSG_PEEK | MSG_DONTWAIT);
-    return buffered + static_cast<int>(std::max<ssize_t>(more, 0));
+    return result == 0;
 }
 
 int IPCSocket::GetStatus()
 {
     return mStatus;
-}
-
-int IPCSocket::Receive(void* data, int length, long long deadline)
-{
-    if (Buffered() == 0) {
-        if (length >= kChunk) {
-            return ReceiveInto(data, kChunk, deadline);
-        }
-        const int filled = Fill(deadline);
-        if (filled <= 0) {
-            return filled;
-        }
-    }
-    return TakeBuffered(data, length);
-}
-
-int IPCSocket::TakeBuffered(void* data, int length)
-{
-    const int taken = std::min(Buffered(), length);
-    std::memcpy(data, mAhead + mAheadBegin, static_cast<std::size_t>(taken));
-    mAheadBegin += taken;
-    return taken;
-}
-
-// Receives into the empty read-ahead buffer; results as Receive.
-int IPCSocket::Fill(long long deadline)
-{
-    const int received = ReceiveInto(mAhead, kChunk, deadline);
-    mAheadBegin = 0;
-    mAheadEnd = std::max(received, 0);
-    return received;
-}
-
-int IPCSocket::ReceiveInto(void* data, int length, long long deadline)
-{
-    for (;;) {
-        const int left = MillisecondsLeft(deadline);
-        const bool systemWaits =
-            left < 0 || (left > 0 && left + kOvershootMilliseconds >= mReceiveTimeout &&
-                         mReceiveTimeout > 0 && left <= mReceiveTimeout);
-        if (left > 0 && !systemWaits && WaitForEvents(mDescriptor, POLLIN, left) == 0) {
-            errno = EAGAIN;
-            return -1;
-        }
-        const ssize_t received = recv(mDescriptor, data, static_cast<std::size_t>(length),
-                                      systemWaits ? 0 : MSG_DONTWAIT);
-        const bool again = received < 0 && (errno == EINTR || (errno == EAGAIN && left != 0));
-        if (!again) {
-            return static_cast<int>(received);
-        }
-    }
-}
-
-int IPCSocket::SendNow(const void* data, int length)
-{
-    return static_cast<int>(
-        SendBytes(mDescriptor, data, static_cast<std::size_t>(length), MSG_DONTWAIT));
-}
-
-short IPCSocket::WaitFor(short events, long long deadline)
-{
-    for (;;) {
-        pollfd entry = {mDescriptor, events, 0};
-        const int result = poll(&entry, 1, MillisecondsLeft(deadline));
-        if (result >= 0 || errno != EINTR) {
-            return result > 0 ? entry.revents : static_cast<short>(0);
-        }
-    }
-}
-
-void IPCSocket::SetTimeouts(int milliseconds)
-{
-    const timeval limit = ToTimeval(milliseconds);
-    setsockopt(mDescriptor, SOL_SOCKET, SO_SNDTIMEO, &limit, sizeof(limit));
-    SetReceiveTimeout(milliseconds);
-}
-
-void IPCSocket::SetReceiveTimeout(int milliseconds)
-{
-    if (milliseconds == mReceiveTimeout) {
-        return;
-    }
-    const timeval limit = ToTimeval(milliseconds);
-    if (setsockopt(mDescriptor, SOL_SOCKET, SO_RCVTIMEO, &limit, sizeof(limit)) == 0) {
-        mReceiveTimeout = milliseconds;
-    }
-}
-
-long long IPCSocket::DeadlineAfter(int milliseconds)
-{
-    return MonotonicMilliseconds() + std::max(milliseconds, 0);
 }

@@ -63,13 +63,16 @@ public:
     // peer's address replaces this socket's own until the next Open.
     virtual IPCSocket* Accept();
 
+    // 0, or -1, also when the socket is connected already.
     virtual int Connect();
 
     // Waits until something can be read or the peer is gone: 1, 0 when the whole seconds ran out.
     virtual int Select(int seconds);
 
-    // One write; a short one is reported, not completed. The bytes written.
-    virtual int Write(const void* data, int length);
+    // One write; a short one is reported, not completed. The bytes written. The data is only read;
+    // WriteBytes is the same for data that is const.
+    virtual int Write(void* data, int length);
+    int WriteBytes(const void* data, int length) { return Write(const_cast<void*>(data), length); }
 
     // Fills the buffer, in receives of at most 1024 bytes, waiting as long as it takes. Returns
     // the length, or fewer when the connection ended before (the rest is zero), or -1 when it
@@ -97,9 +100,25 @@ public:
     // Waits for poll events until the deadline: the events that are there, 0 when it passed.
     short WaitFor(short events, long long deadline);
 
-    // Bounds the system's own waits, so that a receive with a deadline about this far away takes
-    // one system call, and a connect or a write gives up after that time.
-    void SetTimeouts(int milliseconds);
+    // Bounds the system's own wait, so that a receive with a deadline about this far away takes one
+    // system call.
+    HTML5_VIDEO_LOCAL void SetReceiveTimeout(int milliseconds);
+
+    // When the connects to come give up; kForever, as after Open, for never.
+    HTML5_VIDEO_LOCAL void SetConnectDeadline(long long deadline);
+
+    HTML5_VIDEO_LOCAL bool IsBound() const;
+
+    // Whether a connection to the address that this socket listens on arrives here: not when the
+    // address has left the machine, or the file was removed or is another socket's by now.
+    HTML5_VIDEO_LOCAL bool IsReachable() const;
+
+    // Waits without limit until a connection or data is there, or the event (OpenEvent) is raised.
+    HTML5_VIDEO_LOCAL void WaitForInputOr(int event) const;
+
+    // While quiet, SetServerOption, Bind and Listen log neither what they do nor that they failed:
+    // for attempts that are repeated.
+    void SetQuiet(bool quiet) { mQuiet = quiet; }
 
     // Milliseconds from now as a deadline.
     static long long DeadlineAfter(int milliseconds);
@@ -108,6 +127,8 @@ protected:
     // Called by a family's Open: takes over the descriptor and the address, which the family owns.
     void Opened(int descriptor, sockaddr* address, socklen_t length);
     int Descriptor() const { return mDescriptor; }
+
+    bool IsQuiet() const { return mQuiet; }
 
     // False, with "No Defined Socket" logged, when there is no descriptor.
     bool HasDescriptor(const char* operation) const;
@@ -119,8 +140,8 @@ private:
     HTML5_VIDEO_LOCAL int TakeBuffered(void* data, int length);
     HTML5_VIDEO_LOCAL int ReceiveInto(void* data, int length, long long deadline);
     HTML5_VIDEO_LOCAL int Fill(long long deadline);
-    HTML5_VIDEO_LOCAL void SetReceiveTimeout(int milliseconds);
-    HTML5_VIDEO_LOCAL bool FinishConnect();
+    HTML5_VIDEO_LOCAL int Fail(const char* operation) const;
+    HTML5_VIDEO_LOCAL bool ConnectInTime();
     HTML5_VIDEO_LOCAL bool IsConnectedToItself() const;
 
     std::atomic<int> mDescriptor;
@@ -130,6 +151,12 @@ private:
 
     StaticLock mCloseLock;  // Shutdown from another thread against Close
     int mReceiveTimeout;    // milliseconds, as the descriptor has it; 0 for none
+    long long mConnectDeadline;
+    bool mQuiet;
+
+    // The file of a bound UNIX-domain socket: its device and number, of types that do not depend
+    // on how a host is compiled.
+    unsigned long long mFile[2];
 
     // Bytes received ahead of what was asked for: a length word and the small frame behind it
     // arrive with one system call.

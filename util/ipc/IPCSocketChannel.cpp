@@ -1,6 +1,8 @@
-// Construction, opening, starting and stopping. The serving side stands in
-// IPCSocketChannelServing.cpp, the calling side in IPCSocketChannelCalls.cpp.
+// Construction and the two sockets. The serving thread's life stands in IPCSocketChannelThread.cpp,
+// what it serves in IPCSocketChannelServing.cpp, the calling side in IPCSocketChannelCalls.cpp.
 #include "util/ipc/IPCSocketChannel.h"
+
+#include <unistd.h>
 
 #include <cerrno>
 #include <cstdio>
@@ -18,9 +20,7 @@ static Logger* const _logger = Logger::GetLogger(2);
 
 namespace {
 constexpr char kLoopback[] = "127.0.0.1";
-constexpr int kWakeTimeout = 200;  // milliseconds for the connection that wakes an accept
-constexpr int kWakeWait = 500;     // milliseconds for the serving thread to see it
-constexpr int kPoll = 10;          // milliseconds
+constexpr int kPoll = 10;  // milliseconds
 
 // A null address means any.
 const char* Shown(const char* address)
@@ -43,6 +43,32 @@ Mutex* NewMutex(const char* channel)
 }
 }  // namespace
 
+// Holds the mutex of the calls, ending whatever call has it: again and again, since one that is
+// about to connect does not notice. Calls to come stand back meanwhile.
+class TAVI_SCOPED_CAPABILITY IPCSocketChannel::NoCalls
+{
+public:
+    explicit NoCalls(IPCSocketChannel& channel)
+        TAVI_ACQUIRE(channel.mMutex) TAVI_NO_THREAD_SAFETY_ANALYSIS : mChannel(channel)
+    {
+        ++mChannel.mReopening;
+        while (mChannel.mMutex->Trylock() != 0) {
+            mChannel.mSendSocket->Shutdown();
+            MSleep(kPoll);
+        }
+    }
+    NoCalls(const NoCalls&) = delete;
+    NoCalls& operator=(const NoCalls&) = delete;
+    ~NoCalls() TAVI_RELEASE()
+    {
+        --mChannel.mReopening;
+        mChannel.mMutex->Unlock();
+    }
+
+private:
+    IPCSocketChannel& mChannel;
+};
+
 IPCSocketChannel::IPCSocketChannel(const char* name, IPCSocket* sendSocket, IPCSocket* recvSocket,
                                    int priority)
     : IPCChannel(name),
@@ -51,9 +77,13 @@ IPCSocketChannel::IPCSocketChannel(const char* name, IPCSocket* sendSocket, IPCS
       mConnSocket(nullptr),
       mThread(NewThread(name, priority)),
       mMutex(NewMutex(name)),
-      mRun(false),
+      mRun(true),
       mZeroCount(0),
-      mReplyTimeout(kDefaultReplyTimeout)
+      mEvent(-1),
+      mListening(false),
+      mBindError(0),
+      mReplyTimeout(kDefaultReplyTimeout),
+      mReopening(0)
 {}
 
 IPCSocketChannel::IPCSocketChannel(const char* name, const char* sendPath, const char* receivePath)
@@ -98,6 +128,9 @@ IPCSocketChannel::~IPCSocketChannel()
     if (mThread->IsStarted()) {
         mThread->Join();  // it ended by itself when its peer left
     }
+    if (mEvent >= 0) {
+        close(mEvent);
+    }
     delete mSendSocket;
     delete mRecvSocket;
     delete mThread;
@@ -108,164 +141,104 @@ int IPCSocketChannel::Open()
 {
     TAVI_INFO("");
     const CancelGuard guard;
-    const MutexHold hold(*mMutex);
+    // A call may wait on a send socket that is open, with the mutex held; on a closed one none
+    // does.
+    if (!mOpened && mSendSocket->GetStatus() == IPCSocket::kClosed) {
+        const MutexHold hold(*mMutex);
+        if (mSendSocket->Open() < 0) {
+            TAVI_ERROR("SendSocket Open Failure");
+            return -1;
+        }
+    }
+    const StaticLockHold hold(mRecvLock);
     if (mOpened) {
         TAVI_ERROR("Socket Channel is Already Opened %s", mName);
-        return -1;
-    }
-    mReplies.Reset();
-    if (mSendSocket->Open() < 0) {
-        TAVI_ERROR("SendSocket Open Failure");
         return -1;
     }
     if (mRecvSocket->Open() < 0) {
         TAVI_ERROR("RecvSocket Open Failure");
         return -1;
     }
-    mOpened = true;
+    mListening = false;
+    mBindError = 0;
     mZeroCount = 0;
+    mOpened = true;
+    RaiseEvent();
     return 0;
 }
 
 int IPCSocketChannel::Close()
 {
     TAVI_INFO("");
-    if (!mOpened) {
-        TAVI_ERROR("Socket Channel is Already Closed");
-        return -1;
-    }
     const CancelGuard guard;
-    mSendSocket->Shutdown();  // a call that waits for its reply holds the mutex
-    const MutexHold hold(*mMutex);
+    if (mOpened) {
+        const NoCalls hold(*this);
+        if (mOpened) {  // nobody else closed it meanwhile
+            return CloseSockets();
+        }
+    }
+    TAVI_ERROR("Socket Channel is Already Closed");
+    return -1;
+}
+
+// Under mMutex.
+int IPCSocketChannel::CloseSockets()
+{
     if (mSendSocket->Close() < 0) {
         TAVI_ERROR("SendSocket Close Failure");
         return -1;
     }
-    mRecvSocket->Shutdown();  // the serving thread may wait in its accept
+    const StaticLockHold hold(mRecvLock);
+    // The serving thread's poll keeps a closed socket until it returns; no peer may connect to it.
+    mRecvSocket->Shutdown();
     if (mRecvSocket->Close() < 0) {
         TAVI_ERROR("RecvSocket Close Failure");
         return -1;
     }
+    mListening = false;
     mOpened = false;
+    RaiseEvent();
+    return 0;
+}
+
+int IPCSocketChannel::Reopen()
+{
+    const CancelGuard guard;
+    const NoCalls hold(*this);
+    mSendSocket->Close();
+    mSendSocket->Open();
+    mReplies.Reset();
     return 0;
 }
 
 void IPCSocketChannel::Bind()
 {
+    const StaticLockHold hold(mRecvLock);
+    Listen(false);
+}
+
+// Under mRecvLock. True when the receive socket listens. Trying again logs a reason only when it is
+// another one than before.
+bool IPCSocketChannel::Listen(bool again)
+{
+    mRecvSocket->SetQuiet(again);
     mRecvSocket->SetServerOption();
-    if (mRecvSocket->Bind() < 0) {
-        TAVI_ERROR("Bind Failed %s", std::strerror(errno));
-        return;
-    }
-    if (mRecvSocket->Listen(1) < 0) {
-        TAVI_ERROR("Listen Failed");
-        return;
-    }
-    mBound = true;
-}
-
-void IPCSocketChannel::Start()
-{
-    TAVI_INFO("");
-    if (mRunning) {
-        TAVI_WARNING("Start Failure");
-        return;
-    }
-    const StaticLockHold hold(mStartLock);
-    if (mRunning.exchange(true)) {
-        TAVI_WARNING("Start Failure");
-        return;
-    }
-    if (mThread->IsStarted()) {
-        mThread->Join();  // the thread of an earlier peer: unjoined it would keep its stack
-    }
-    Open();
-    Bind();
-    mRun = true;
-    if (mThread->Start(this) != 0) {
-        TAVI_ERROR("Serving thread of %s can not be started", mName);
-        mRunning = false;
-    }
-}
-
-void IPCSocketChannel::Run()
-{
-    if (!mOpened) {
-        TAVI_ERROR("Not Opened!!");
-        return;
-    }
-    if (!mBound) {
-        TAVI_ERROR("Not Binded!!");
-        return;
-    }
-    if (mRunning.exchange(true)) {
-        TAVI_WARNING("Start Failure");
-        return;
-    }
-    mRun = true;
-    ChannelThread(this);
-}
-
-void IPCSocketChannel::Quit()
-{
-    TAVI_INFO("");
-    const CancelGuard guard;
-    const StaticLockHold hold(mStartLock);
-    if (!mRunning) {
-        return;
-    }
-    mRun = false;
-    StopServing();
-    while (mRunning) {
-        TAVI_INFO("Waiting for exit ... ");
-        MSleep(kPoll);
-    }
-    mThread->Join();
-}
-
-// With mRun cleared: ends the wait of the serving thread, wherever it is.
-void IPCSocketChannel::StopServing()
-{
-    {
-        const StaticLockHold hold(mConnLock);
-        if (mConnSocket != nullptr) {
-            mConnSocket->Shutdown();
-            return;
+    const bool bound = (again && mRecvSocket->IsBound()) || mRecvSocket->Bind() == 0;
+    const bool listens = bound && mRecvSocket->Listen(1) == 0;
+    const int reason = listens ? 0 : errno;
+    mRecvSocket->SetQuiet(false);
+    if (listens) {
+        mListening = true;
+        mBound = true;
+    } else if (!again || reason != mBindError) {
+        if (bound) {
+            TAVI_ERROR("Listen Failed");
+        } else {
+            TAVI_ERROR("Bind Failed %s", std::strerror(reason));
         }
     }
-    if (mBound) {
-        WakeAccept();
-    }
-}
-
-// Connects to the channel's own receive endpoint. An endpoint that cannot be reached has no accept
-// waiting on it: the loop retries with a pause and sees mRun.
-void IPCSocketChannel::WakeAccept()
-{
-    IPCSocket* const copy = mRecvSocket->Duplicate();
-    if (copy->Open() >= 0) {
-        copy->SetTimeouts(kWakeTimeout);
-        copy->Connect();
-        for (int waited = 0; mRunning && waited < kWakeWait; waited += kPoll) {
-            MSleep(kPoll);
-        }
-        copy->Close();
-    }
-    delete copy;
-    DropPending();
-}
-
-// The serving thread may have left without taking the connection that was to wake it; the next
-// Start must not take it for its peer.
-void IPCSocketChannel::DropPending()
-{
-    while (!mRunning && mRecvSocket->Select(0) > 0) {
-        const IPCSocket* const pending = mRecvSocket->Accept();
-        if (pending == nullptr) {
-            return;
-        }
-        delete pending;
-    }
+    mBindError = reason;
+    return listens;
 }
 
 void IPCSocketChannel::SetReplyTimeout(int milliseconds)

@@ -25,7 +25,8 @@ class Thread;
 class HTML5_VIDEO_API IPCSocketChannel : public IPCChannel
 {
 public:
-    // How long a call waits for its reply, and a connect or a write for the peer.
+    // How long a call takes at most: waiting for other calls, connecting, writing and waiting for
+    // its reply together.
     static constexpr int kDefaultReplyTimeout = 30000;  // milliseconds
 
     // UNIX-domain sockets at the two paths.
@@ -47,8 +48,14 @@ public:
     // Stops serving when it does. REQUIRES: no call in progress.
     ~IPCSocketChannel() override;
 
+    // Both may be called while the channel serves: an accepted connection stays, and who waits for
+    // one waits on the new socket, which is bound for him.
     int Open() override;
-    int Close() override;
+    int Close() override;  // also ends a call that waits for its reply
+
+    // Returns at once, whatever a call waits for. A receive socket that can not be bound is bound
+    // by the serving thread later, as soon as it can be: it tries every 0.2 s, then less often, at
+    // last every 2 s.
     void Start() override;
     void Bind() override;
 
@@ -61,17 +68,19 @@ public:
     // second, or when the handler that runs has returned.
     void Quit() override;
 
-    // -1 also when the reply did not come in time. A late reply is dropped when it comes; when the
-    // stream can no longer be trusted, the connection is shut down and calls fail until Reopen. A
-    // request whose frame is above 2 MB is refused, since no peer would answer it.
+    // -1 also when the reply did not come in time: a call takes no longer than the reply time-out,
+    // connecting and waiting for other calls included. A late reply is dropped when it comes; when
+    // the stream can no longer be trusted, the connection is shut down and calls fail until Reopen.
+    // A request whose frame is above 2 MB is refused, since no peer would answer it.
     int Call(const char* method, IPCParam* request, IPCParam* reply) override;
     int CallWithoutReturn(const char* method, IPCParam* request) override;
 
     // -1 when not all bytes could be written.
-    int SendRaw(const unsigned char* data, int length) override;
+    int SendRaw(unsigned char* data, int length) override;
 
     // The bytes read: fewer than length when the connection ended or the reply time-out passed, -1
-    // when nothing came. Replies still owed by the peer come first.
+    // when nothing came; the rest of the buffer is then zero. Replies still owed by the peer come
+    // first, and those taken here count as received.
     int ReceiveRaw(unsigned char* buffer, int length) override;
 
     // Milliseconds, at least 1, for the calls from now on.
@@ -85,15 +94,26 @@ public:
     int HandleRequest();
 
 private:
+    class Exchange;
+    class NoCalls;
+
     HTML5_VIDEO_LOCAL IPCSocketChannel(const char* name, IPCSocket* sendSocket,
                                        IPCSocket* recvSocket, int priority);
 
+    HTML5_VIDEO_LOCAL int CloseSockets();
+    HTML5_VIDEO_LOCAL bool Listen(bool again);
+
+    HTML5_VIDEO_LOCAL void StartThread();
     HTML5_VIDEO_LOCAL void Serve();
     HTML5_VIDEO_LOCAL void AcceptConnection();
+    HTML5_VIDEO_LOCAL bool TryToAccept();
+    HTML5_VIDEO_LOCAL bool EnsureListening();
+    HTML5_VIDEO_LOCAL void DrainEvent();
     HTML5_VIDEO_LOCAL void ServeConnection();
     HTML5_VIDEO_LOCAL void DropConnection();
-    HTML5_VIDEO_LOCAL void StopServing();
-    HTML5_VIDEO_LOCAL void WakeAccept();
+    HTML5_VIDEO_LOCAL bool StopServing();
+    HTML5_VIDEO_LOCAL bool ConnectToItself();
+    HTML5_VIDEO_LOCAL void RaiseEvent();
     HTML5_VIDEO_LOCAL void DropPending();
 
     HTML5_VIDEO_LOCAL int HandleLength(int length);
@@ -102,23 +122,29 @@ private:
                                     int length);
     HTML5_VIDEO_LOCAL void Reply(IPCParam* result);
 
-    HTML5_VIDEO_LOCAL bool EnsureConnected(bool setOptions);
-    HTML5_VIDEO_LOCAL bool SendRequest(const char* method, IPCParam* request);
-    HTML5_VIDEO_LOCAL bool SendOrShutDown(const unsigned char* data, int length);
+    HTML5_VIDEO_LOCAL bool EnsureConnected(bool setOptions, long long deadline);
+    HTML5_VIDEO_LOCAL bool SendRequest(const char* method, IPCParam* request, long long deadline);
+    HTML5_VIDEO_LOCAL bool SendOrShutDown(const unsigned char* data, int length,
+                                          long long deadline);
     HTML5_VIDEO_LOCAL int ReceiveReply(IPCParam* reply, long long deadline);
 
     IPCSocket* const mSendSocket;  // used under mMutex; shut down from anywhere
-    IPCSocket* const mRecvSocket;
-    IPCSocket* mConnSocket;  // the serving thread's; changed under mConnLock
+    IPCSocket* const mRecvSocket;  // used under mRecvLock, but for the serving thread's wait
+    IPCSocket* mConnSocket;        // the serving thread's; changed under mConnLock
     Thread* const mThread;
-    Mutex* const mMutex;  // one outgoing exchange at a time
-    std::atomic<bool> mRun;
-    int mZeroCount;  // length words of 0 in a row
+    Mutex* const mMutex;          // one outgoing exchange at a time
+    std::atomic<bool> mRun;       // false while a Quit is in progress
+    std::atomic<int> mZeroCount;  // length words of 0 in a row
+    std::atomic<int> mEvent;      // ends the serving thread's wait; -1 until it first serves
+    bool mListening;              // the receive socket does
+    int mBindError;               // why it did not, at the last attempt; or 0
 
+    StaticLock mRecvLock;   // mRecvSocket and the two above; never held while waiting
     StaticLock mConnLock;   // mConnSocket against Quit
     StaticLock mStartLock;  // one Start or Quit at a time
     ReplyReader mReplies;   // under mMutex
     std::atomic<int> mReplyTimeout;
+    std::atomic<int> mReopening;  // Reopen and Close that want mMutex, before any call
 };
 
 #endif  // UTIL_IPC_IPCSOCKETCHANNEL_H

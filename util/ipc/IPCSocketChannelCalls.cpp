@@ -11,11 +11,52 @@
 #include "util/os_linux/CancelGuard.h"
 #include "util/os_linux/ModuleLog.h"
 #include "util/os_linux/Mutex.h"
+#include "util/os_linux/Sleep.h"
 
 static Logger* const _logger = Logger::GetLogger(2);
 
+namespace {
+constexpr int kPoll = 10;  // milliseconds
+}
+
+// One outgoing exchange: has the mutex while it lives, but lets a Reopen or Close go first. The
+// deadline is for the whole of it, the wait for other calls included.
+class TAVI_SCOPED_CAPABILITY IPCSocketChannel::Exchange
+{
+public:
+    Exchange(IPCSocketChannel& channel, bool setOptions)
+        TAVI_ACQUIRE(channel.mMutex) TAVI_NO_THREAD_SAFETY_ANALYSIS;
+    Exchange(const Exchange&) = delete;
+    Exchange& operator=(const Exchange&) = delete;
+    ~Exchange() TAVI_RELEASE();
+
+    bool IsConnected() const { return mConnected; }
+    long long Deadline() const { return mDeadline; }
+
+private:
+    const CancelGuard mGuard;
+    const long long mDeadline;
+    Mutex& mMutex;
+    bool mConnected;
+};
+
+IPCSocketChannel::Exchange::Exchange(IPCSocketChannel& channel, bool setOptions)
+    : mDeadline(IPCSocket::DeadlineAfter(channel.mReplyTimeout)), mMutex(*channel.mMutex)
+{
+    while (channel.mReopening > 0) {
+        MSleep(kPoll);
+    }
+    mMutex.Lock();
+    mConnected = channel.EnsureConnected(setOptions, mDeadline);
+}
+
+IPCSocketChannel::Exchange::~Exchange()
+{
+    mMutex.Unlock();
+}
+
 // Under mMutex. False, with the reason logged, when the peer cannot be reached.
-bool IPCSocketChannel::EnsureConnected(bool setOptions)
+bool IPCSocketChannel::EnsureConnected(bool setOptions, long long deadline)
 {
     if (mSendSocket->GetStatus() == IPCSocket::kConnected) {
         return true;
@@ -23,7 +64,8 @@ bool IPCSocketChannel::EnsureConnected(bool setOptions)
     if (setOptions) {
         mSendSocket->SetServerOption();
     }
-    mSendSocket->SetTimeouts(mReplyTimeout);
+    mSendSocket->SetReceiveTimeout(mReplyTimeout);
+    mSendSocket->SetConnectDeadline(deadline);
     if (mSendSocket->Connect() < 0) {
         TAVI_ERROR("Call Failure, IPCChannel is not activated %s", mName);
         return false;
@@ -34,9 +76,9 @@ bool IPCSocketChannel::EnsureConnected(bool setOptions)
 
 // Under mMutex. A frame that went out in part leaves the peer waiting for the rest: nothing sent
 // behind it would be understood.
-bool IPCSocketChannel::SendOrShutDown(const unsigned char* data, int length)
+bool IPCSocketChannel::SendOrShutDown(const unsigned char* data, int length, long long deadline)
 {
-    if (SendAll(*mSendSocket, data, length, IPCSocket::DeadlineAfter(mReplyTimeout), &mReplies)) {
+    if (SendAll(*mSendSocket, data, length, deadline, &mReplies)) {
         return true;
     }
     TAVI_ERROR("Write Failed");
@@ -45,7 +87,7 @@ bool IPCSocketChannel::SendOrShutDown(const unsigned char* data, int length)
 }
 
 // Under mMutex. Builds the whole frame and sends it with one system call.
-bool IPCSocketChannel::SendRequest(const char* method, IPCParam* request)
+bool IPCSocketChannel::SendRequest(const char* method, IPCParam* request, long long deadline)
 {
     const std::size_t nameLength = strnlen(method, sizeof(IPCMethod::mName) - 1);
     const int recordLength = request->GetSeiralizedLength();
@@ -69,7 +111,7 @@ bool IPCSocketChannel::SendRequest(const char* method, IPCParam* request)
         mSendSocket->Shutdown();  // the peer waits for a payload that does not come
         return false;
     }
-    if (!SendOrShutDown(frame.Data(), static_cast<int>(wire::kLengthSize + length))) {
+    if (!SendOrShutDown(frame.Data(), static_cast<int>(wire::kLengthSize + length), deadline)) {
         return false;
     }
     mReplies.Expect();
@@ -103,53 +145,39 @@ int IPCSocketChannel::ReceiveReply(IPCParam* reply, long long deadline)
 int IPCSocketChannel::Call(const char* method, IPCParam* request, IPCParam* reply)
 {
     TAVI_INFO("Call - %s", method);
-    const CancelGuard guard;
-    const MutexHold hold(*mMutex);
-    if (!EnsureConnected(true)) {
-        return -1;
-    }
-    const long long deadline = IPCSocket::DeadlineAfter(mReplyTimeout);
-    return SendRequest(method, request) ? ReceiveReply(reply, deadline) : -1;
+    const Exchange exchange(*this, true);
+    return exchange.IsConnected() && SendRequest(method, request, exchange.Deadline())
+               ? ReceiveReply(reply, exchange.Deadline())
+               : -1;
 }
 
 int IPCSocketChannel::CallWithoutReturn(const char* method, IPCParam* request)
 {
-    const CancelGuard guard;
-    const MutexHold hold(*mMutex);
-    return EnsureConnected(true) && SendRequest(method, request) ? 0 : -1;
+    const Exchange exchange(*this, true);
+    return exchange.IsConnected() && SendRequest(method, request, exchange.Deadline()) ? 0 : -1;
 }
 
-int IPCSocketChannel::SendRaw(const unsigned char* data, int length)
+int IPCSocketChannel::SendRaw(unsigned char* data, int length)
 {
-    const CancelGuard guard;
-    const MutexHold hold(*mMutex);
-    return EnsureConnected(false) && SendOrShutDown(data, length) ? 0 : -1;
+    const Exchange exchange(*this, false);
+    return exchange.IsConnected() && SendOrShutDown(data, length, exchange.Deadline()) ? 0 : -1;
 }
 
 int IPCSocketChannel::ReceiveRaw(unsigned char* buffer, int length)
 {
-    const CancelGuard guard;
-    const MutexHold hold(*mMutex);
-    if (!EnsureConnected(false)) {
+    const Exchange exchange(*this, false);
+    if (!exchange.IsConnected()) {
         return -1;
     }
-    const long long deadline = IPCSocket::DeadlineAfter(mReplyTimeout);
     int count = 0;
     int received = 1;
     while (count < length && received > 0) {
-        received = mSendSocket->Receive(buffer + count, length - count, deadline);
+        received = mSendSocket->Receive(buffer + count, length - count, exchange.Deadline());
         count += received > 0 ? received : 0;
     }
+    mReplies.Take(buffer, count);
+    if (count < length) {
+        std::memset(buffer + count, 0, static_cast<std::size_t>(length - count));
+    }
     return count == 0 && received < 0 ? -1 : count;
-}
-
-int IPCSocketChannel::Reopen()
-{
-    const CancelGuard guard;
-    mSendSocket->Shutdown();  // a call that waits for its reply holds the mutex
-    const MutexHold hold(*mMutex);
-    mSendSocket->Close();
-    mSendSocket->Open();
-    mReplies.Reset();
-    return 0;
 }

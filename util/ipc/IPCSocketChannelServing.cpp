@@ -1,5 +1,6 @@
 // The serving side of IPCSocketChannel: one connection of the peer, its requests and their replies.
 #include <cstring>
+#include <memory>
 
 #include "util/ipc/FrameBuffer.h"
 #include "util/ipc/FrameIO.h"
@@ -9,43 +10,13 @@
 #include "util/ipc/WireFormat.h"
 #include "util/os_linux/FixedText.h"
 #include "util/os_linux/ModuleLog.h"
-#include "util/os_linux/Sleep.h"
 
 static Logger* const _logger = Logger::GetLogger(2);
 
 namespace {
 constexpr int kSelectSeconds = 3;
 constexpr int kMaxZeroLengths = 100;
-constexpr int kAcceptPause = 200;  // milliseconds after a failed accept
 }  // namespace
-
-void* IPCSocketChannel::ChannelThread(void* channel)
-{
-    static_cast<IPCSocketChannel*>(channel)->Serve();
-    return channel;
-}
-
-void IPCSocketChannel::Serve()
-{
-    AcceptConnection();
-    ServeConnection();
-    DropConnection();
-    mRunning = false;
-}
-
-void IPCSocketChannel::AcceptConnection()
-{
-    while (mRun && mConnSocket == nullptr) {
-        TAVI_INFO("Waiting For Connection");
-        IPCSocket* const accepted = mRecvSocket->Accept();
-        if (accepted == nullptr) {
-            MSleep(kAcceptPause);
-            continue;
-        }
-        const StaticLockHold hold(mConnLock);
-        mConnSocket = accepted;
-    }
-}
 
 void IPCSocketChannel::ServeConnection()
 {
@@ -58,16 +29,6 @@ void IPCSocketChannel::ServeConnection()
         if (ready > 0 && HandleRequest() < 0) {
             return;
         }
-    }
-}
-
-void IPCSocketChannel::DropConnection()
-{
-    const StaticLockHold hold(mConnLock);
-    if (mConnSocket != nullptr) {
-        mConnSocket->Close();
-        delete mConnSocket;
-        mConnSocket = nullptr;
     }
 }
 
@@ -89,7 +50,7 @@ int IPCSocketChannel::HandleRequest()
 int IPCSocketChannel::HandleLength(int length)
 {
     if (length == 0) {
-        TAVI_ERROR("Zero Length Method !!! %s %d", mName, mZeroCount);
+        TAVI_ERROR("Zero Length Method !!! %s %d", mName, mZeroCount.load());
         if (++mZeroCount > kMaxZeroLengths) {
             TAVI_ERROR("Trigger Force Quit %s", mName);
             mZeroCount = 0;
@@ -149,25 +110,30 @@ void IPCSocketChannel::Dispatch(const char* method, const unsigned char* paramet
         Reply(nullptr);
         return;
     }
-    IPCParam* const result = found->mHandler(&request);
-    Reply(result);
-    delete result;
+    const std::unique_ptr<IPCParam> result(found->mHandler(&request));
+    Reply(result.get());
 }
 
-// Length word and record leave in one system call.
+// Length word and record leave in one system call. A record that the peer would not take is left
+// out: it gets its answer, and the connection stays in step.
 void IPCSocketChannel::Reply(IPCParam* result)
 {
-    const int length = result != nullptr ? result->GetSeiralizedLength() : 0;
-    const std::size_t size = wire::kLengthSize + static_cast<std::size_t>(length);
+    int length = result != nullptr ? result->GetSeiralizedLength() : 0;
+    if (length < 0 || length > wire::kMaxLength) {
+        TAVI_ERROR("Too big reply ( > 2 MB ): %d", length);
+        length = 0;
+    }
     FrameBuffer frame;
-    if (!frame.Reserve(size)) {
+    if (!frame.Reserve(wire::kLengthSize + static_cast<std::size_t>(length))) {
         TAVI_ERROR("No Memory for a reply of %d", length);
         mConnSocket->Shutdown();
         return;
     }
-    unsigned char* const body = wire::Store32(frame.Data(), length);
-    if (result != nullptr) {
-        result->Serialize(body);
+    if (length > 0 && result->Serialize(frame.Data() + wire::kLengthSize) != length) {
+        TAVI_ERROR("Serialization Failure");
+        length = 0;
     }
-    SendAll(*mConnSocket, frame.Data(), static_cast<int>(size), IPCSocket::kForever, nullptr);
+    wire::Store32(frame.Data(), length);
+    SendAll(*mConnSocket, frame.Data(), static_cast<int>(wire::kLengthSize) + length,
+            IPCSocket::kForever, nullptr);
 }

@@ -34,7 +34,9 @@ void IPCTCPSocket::SetServerOption()
     const int on = 1;
     const int reuse = setsockopt(descriptor, SOL_SOCKET, SO_REUSEADDR, &on, sizeof(on));
     const int noDelay = setsockopt(descriptor, IPPROTO_TCP, TCP_NODELAY, &on, sizeof(on));
-    TAVI_INFO("SetServerOption returns %d %d %d", descriptor, reuse, noDelay);
+    if (!IsQuiet()) {
+        TAVI_INFO("SetServerOption returns %d %d %d", descriptor, reuse, noDelay);
+    }
 }
 
 int IPCTCPSocket::Open()

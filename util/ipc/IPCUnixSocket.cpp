@@ -53,10 +53,12 @@ int IPCUnixSocket::Open()
 
 int IPCUnixSocket::Bind()
 {
-    if (!IsBound()) {
+    if (!IsBound()) {  // a bound socket's file is its own: callers would be cut off without it
         unlink(mPath);
     }
-    TAVI_INFO("Bind to %s", mPath);
+    if (!IsQuiet()) {
+        TAVI_INFO("Bind to %s", mPath);
+    }
     if (mFileMode != kEveryone && Descriptor() >= 0) {
         fchmod(Descriptor(), mFileMode);  // the file is born with the socket's bits less the umask
     }
@@ -65,14 +67,4 @@ int IPCUnixSocket::Bind()
         TAVI_ERROR("CHMOD failed");
     }
     return result;
-}
-
-// A bound socket's file is its own: removing it would cut the socket off from its callers.
-bool IPCUnixSocket::IsBound() const
-{
-    sockaddr_un name = {};
-    socklen_t length = sizeof(name);
-    return Descriptor() >= 0 &&
-           getsockname(Descriptor(), reinterpret_cast<sockaddr*>(&name), &length) == 0 &&
-           length > offsetof(sockaddr_un, sun_path);
 }

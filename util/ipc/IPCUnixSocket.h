@@ -30,8 +30,6 @@ public:
     int Bind() override;
 
 private:
-    HTML5_VIDEO_LOCAL bool IsBound() const;
-
     std::uint16_t mFamily;
     char mPath[108];  // empty when the path did not fit
     sockaddr_un mSocketAddress;

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <cstring>
 
 #include "util/ipc/FrameBuffer.h"
 #include "util/ipc/FrameIO.h"
@@ -13,57 +14,64 @@ static Logger* const _logger = Logger::GetLogger(2);
 
 namespace {
 constexpr int kLengthBytes = static_cast<int>(wire::kLengthSize);
-
-// What a receive that brought nothing means.
-ReplyReader::Result Nothing(int received)
-{
-    return received < 0 && errno == EAGAIN ? ReplyReader::kTimeout : ReplyReader::kBroken;
-}
 }  // namespace
 
-// Completes the length word; mBodyLeft is then what follows it.
-ReplyReader::Result ReplyReader::ReadLength(IPCSocket& socket, long long deadline)
+bool ReplyReader::IsTooBig() const
 {
-    while (mLengthBytes < kLengthBytes) {
-        const int received =
-            socket.Receive(mLength + mLengthBytes, kLengthBytes - mLengthBytes, deadline);
-        if (received <= 0) {
-            return Nothing(received);
-        }
-        mLengthBytes += received;
-        if (mLengthBytes == kLengthBytes) {
-            mBodyLeft = wire::Load32(mLength);
-        }
-    }
     if (mBodyLeft > wire::kMaxLength) {
         TAVI_ERROR("Too big reply length ( > 2 MB ): %d", mBodyLeft);
-        return kBroken;
+        return true;
     }
-    return kDone;
+    return false;
 }
 
-ReplyReader::Result ReplyReader::DropBody(IPCSocket& socket, long long deadline)
+// Of the length word while that is not whole, then of the body.
+int ReplyReader::Missing() const
 {
-    unsigned char dropped[1024];
-    while (mBodyLeft > 0) {
-        const int wanted = std::min(mBodyLeft, static_cast<int>(sizeof(dropped)));
-        const int received = socket.Receive(dropped, wanted, deadline);
-        if (received <= 0) {
-            return Nothing(received);
+    return mLengthBytes < kLengthBytes ? kLengthBytes - mLengthBytes : mBodyLeft;
+}
+
+void ReplyReader::Take(const unsigned char* bytes, int length)
+{
+    while (IsOwed() && length > 0) {
+        const int part = std::min(length, Missing());
+        if (mLengthBytes < kLengthBytes) {
+            std::memcpy(mLength + mLengthBytes, bytes, static_cast<std::size_t>(part));
+            mLengthBytes += part;
+            mBodyLeft = mLengthBytes == kLengthBytes ? wire::Load32(mLength) : 0;
+        } else {
+            mBodyLeft -= part;
         }
-        mBodyLeft -= received;
+        if (mLengthBytes == kLengthBytes && mBodyLeft <= 0) {
+            Finish();
+        }
+        bytes += part;
+        length -= part;
     }
+}
+
+// One receive of what is missing of the current reply.
+ReplyReader::Result ReplyReader::ReceivePart(IPCSocket& socket, long long deadline)
+{
+    if (IsTooBig()) {
+        return kBroken;
+    }
+    unsigned char part[1024];
+    const int received =
+        socket.Receive(part, std::min(Missing(), static_cast<int>(sizeof(part))), deadline);
+    if (received <= 0) {
+        return received < 0 && errno == EAGAIN ? kTimeout : kBroken;
+    }
+    Take(part, received);
     return kDone;
 }
 
 ReplyReader::Result ReplyReader::DropOne(IPCSocket& socket, long long deadline)
 {
-    Result result = ReadLength(socket, deadline);
-    if (result == kDone) {
-        result = DropBody(socket, deadline);
-    }
-    if (result == kDone) {
-        Finish();
+    const long long others = mOwed - 1;
+    Result result = kDone;
+    while (mOwed > others && result == kDone) {
+        result = ReceivePart(socket, deadline);
     }
     return result;
 }
@@ -87,19 +95,22 @@ bool ReplyReader::DropArrived(IPCSocket& socket)
 ReplyReader::Result ReplyReader::ReadLast(IPCSocket& socket, FrameBuffer& buffer, int& length,
                                           long long deadline)
 {
-    while (mOwed > 1) {
-        const Result dropped = DropOne(socket, deadline);
-        if (dropped != kDone) {
-            return dropped;
-        }
+    Result result = kDone;
+    while (mOwed > 1 && result == kDone) {
+        result = DropOne(socket, deadline);
     }
-    const Result result = ReadLength(socket, deadline);
-    if (result != kDone) {
-        return result;
+    while (IsOwed() && mLengthBytes < kLengthBytes && result == kDone) {
+        result = ReceivePart(socket, deadline);
     }
     length = mBodyLeft;
-    const int received = ReceiveAll(socket, buffer, mBodyLeft, deadline);
-    if (received < mBodyLeft) {
+    if (result != kDone || !IsOwed()) {
+        return result;
+    }
+    if (IsTooBig()) {
+        return kBroken;
+    }
+    const int received = ReceiveAll(socket, buffer, length, deadline);
+    if (received < length) {
         const bool late = errno == EAGAIN;
         mBodyLeft -= received;
         return late ? kTimeout : kBroken;

@@ -31,13 +31,18 @@ public:
     // Drops what has arrived of the owed replies, without waiting. False when broken.
     bool DropArrived(IPCSocket& socket);
 
+    // Counts bytes that somebody else received on the connection: what belongs to an owed reply has
+    // then come, in part or whole.
+    void Take(const unsigned char* bytes, int length);
+
     // Drops the owed replies but the last and reads that one's bytes into the buffer, length is
-    // their count (0 or less for a reply without a record).
+    // their count (0 for a reply without a record).
     Result ReadLast(IPCSocket& socket, FrameBuffer& buffer, int& length, long long deadline);
 
 private:
-    Result ReadLength(IPCSocket& socket, long long deadline);
-    Result DropBody(IPCSocket& socket, long long deadline);
+    bool IsTooBig() const;
+    int Missing() const;
+    Result ReceivePart(IPCSocket& socket, long long deadline);
     Result DropOne(IPCSocket& socket, long long deadline);
     void Finish();
 

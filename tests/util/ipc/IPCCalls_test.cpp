@@ -8,6 +8,7 @@
 #include <memory>
 #include <string>
 #include <thread>
+#include <vector>
 
 #include "tests/support/RawPeer.h"
 #include "tests/support/support.h"
@@ -105,6 +106,8 @@ TEST_F(IPCCalls, FailsWithoutAPeerAndConnectsWhenThereIsOne)
     EXPECT_EQ(channel.ReceiveRaw(&byte, 1), -1);
     EXPECT_EQ(channel.SendRaw(&byte, 1), -1);
     EXPECT_EQ(test::Count(log.Text(), "Call Failure, IPCChannel is not activated tv"), 3);
+    EXPECT_EQ(
+        test::Count(log.Text(), "127.0.0.1:" + std::to_string(port) + " : Connection refused"), 3);
     Answer(IntegerReply(5));
     EXPECT_EQ(Ask(), 5);
     peer.join();
@@ -211,13 +214,81 @@ TEST_F(IPCCalls, MovesRawBytes)
 {
     const RawListener listener(port);
     const unsigned char data[] = {1, 2, 3};
-    EXPECT_EQ(channel.SendRaw(data, 3), 0);
+    EXPECT_EQ(channel.SendRawBytes(data, 3), 0);
     const RawPeer connection = listener.Accept();
     EXPECT_EQ(connection.Receive(3), Hex("01 02 03"));
     connection.Send("abc");
     unsigned char buffer[3] = {};
     EXPECT_EQ(channel.ReceiveRaw(buffer, 3), 3);
     EXPECT_EQ(buffer[2], 'c');
+}
+
+TEST_F(IPCCalls, CountsTheRepliesThatRawReceivesTake)
+{
+    const int taken[] = {12, 2, 4, 6, 12 + 7, 0};
+    Serve([&taken](const RawPeer& connection) {
+        for (const int length : taken) {
+            connection.ReceiveFrame();
+            connection.Send(kEmptyReply + (length > 12 ? "raw too" : ""));
+            connection.ReceiveFrame();
+            connection.Send(IntegerReply(length));
+        }
+        connection.Send("x");
+    });
+    for (const int length : taken) {
+        IPCParam request;
+        ASSERT_EQ(channel.CallWithoutReturn("play", &request), 0);
+        unsigned char buffer[20];
+        ASSERT_EQ(channel.ReceiveRaw(buffer, length), length);
+        EXPECT_EQ(Ask(), length == 0 ? 0 : length);
+    }
+    unsigned char buffer[3] = {1, 2, 3};
+    EXPECT_EQ(channel.ReceiveRaw(buffer, 3), 1);
+    EXPECT_EQ(std::string(buffer, buffer + 3), std::string("x\0\0", 3));
+    peer.join();
+}
+
+TEST_F(IPCCalls, StartAndQuitDoNotWaitForACall)
+{
+    const RawListener listener(port);
+    std::thread caller([&] { EXPECT_EQ(Ask(), -1); });
+    const RawPeer connection = listener.Accept();
+    connection.ReceiveFrame();
+    EXPECT_LT(test::Milliseconds([&] {
+                  channel.Start();
+                  channel.Start();
+                  EXPECT_EQ(channel.Open(), -1);
+                  channel.Quit();
+              }),
+              2000);
+    EXPECT_EQ(test::Count(log.Text(), "Read Failed"), 0);  // it still waits
+    channel.Close();
+    caller.join();
+}
+
+TEST_F(IPCCalls, TakeNoLongerThanTheReplyTimeOutConnectIncluded)
+{
+    const RawListener listener("./busy");
+    std::vector<RawPeer> others;
+    for (int count = 0; count < 6; ++count) {  // the backlog of 5 and one more
+        others.push_back(RawPeer::Connect("./busy"));
+    }
+    IPCSocketChannel late("late", "./busy", "./receive");
+    late.Open();
+    late.SetReplyTimeout(2000);
+    std::thread makesRoom([&] {
+        std::this_thread::sleep_for(std::chrono::milliseconds(1500));
+        others.push_back(listener.Accept());
+    });
+    test::InThreads(2, [&](int) {  // the second one waits for the first
+        EXPECT_LT(test::Milliseconds([&] {
+                      IPCParam request;
+                      EXPECT_EQ(late.Call("play", &request, nullptr), -1);
+                  }),
+                  2900);
+    });
+    makesRoom.join();
+    EXPECT_EQ(test::Count(log.Text(), "Read Failed"), 2);
 }
 
 TEST_F(IPCCalls, ReopenEndsACallThatWaits)
@@ -228,6 +299,38 @@ TEST_F(IPCCalls, ReopenEndsACallThatWaits)
     connection.ReceiveFrame();
     EXPECT_EQ(channel.Reopen(), 0);
     caller.join();
+}
+
+TEST_F(IPCCalls, ReopenEndsTheCallThatConnectsAndThoseBehindIt)
+{
+    const RawListener listener(port);
+    std::vector<RawPeer> others;
+    for (int count = 0; count < 6; ++count) {  // the backlog of 5 and one more
+        others.push_back(RawPeer::Connect(port));
+    }
+    std::atomic<bool> done{false};
+    std::atomic<int> left{3};
+    std::vector<std::thread> callers;
+    for (int count = left; count > 0; --count) {
+        callers.emplace_back([&] {
+            while (!done) {
+                Ask();
+            }
+            --left;
+        });
+    }
+    ASSERT_TRUE(log.WaitFor("Call - play"));
+    EXPECT_LT(test::Milliseconds([&] {
+                  for (int round = 0; round < 3; ++round) {
+                      channel.Reopen();
+                  }
+                  done = true;
+                  test::WaitUntil([&] { return channel.Reopen() == 0 && left == 0; });
+              }),
+              10000);
+    for (std::thread& caller : callers) {
+        caller.join();
+    }
 }
 
 // A pair of channels whose server answers with the number it was asked for.

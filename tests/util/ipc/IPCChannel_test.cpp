@@ -36,7 +36,7 @@ public:
     void Run() override {}
     void Quit() override {}
     int Call(const char*, IPCParam*, IPCParam*) override { return -1; }
-    int SendRaw(const unsigned char*, int) override { return -1; }
+    int SendRaw(unsigned char*, int length) override { return length; }
     int CallWithoutReturn(const char*, IPCParam*) override { return -1; }
 };
 
@@ -66,6 +66,8 @@ TEST(IPCChannel, FindsTheFirstOfTwoMethodsByExactNameCutTo63Characters)
     EXPECT_NE(channel.FindMethod(std::string(63, 'n').c_str()), nullptr);
     EXPECT_EQ(channel.Reopen(), 0);
     EXPECT_EQ(channel.ReceiveRaw(nullptr, 0), 0);
+    const unsigned char data[3] = {};
+    EXPECT_EQ(channel.SendRawBytes(data, 3), 3);
 }
 
 TEST(IPCChannel, RegistrationsDoNotDisturbLookups)

@@ -1,10 +1,10 @@
 // The serving side of a channel against a peer made of plain system calls.
 #include <gtest/gtest.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
 #include <atomic>
 #include <chrono>
-#include <functional>
 #include <memory>
 #include <string>
 #include <thread>
@@ -14,12 +14,15 @@
 #include "util/ipc/IPCParam.h"
 #include "util/ipc/IPCSocketChannel.h"
 #include "util/os_linux/Logger.h"
+#include "util/os_linux/Thread.h"
 
 namespace {
 using test::EmptyRecord;
 using test::Frame;
 using test::Hex;
+using test::Milliseconds;
 using test::Number;
+using test::RawListener;
 using test::RawPeer;
 
 std::atomic<int> gHandled{0};
@@ -42,6 +45,24 @@ IPCParam* Nothing(IPCParam*)
     return nullptr;
 }
 
+// More than a peer takes for a reply.
+IPCParam* Huge(IPCParam*)
+{
+    static const std::string block(2097152, 'b');
+    IPCParam* const reply = new IPCParam;
+    reply->Add("d", block.data(), static_cast<int>(block.size()));
+    return reply;
+}
+
+// A record that contradicts itself: its length and its bytes do not agree.
+IPCParam* Wrong(IPCParam*)
+{
+    IPCParam* const reply = new IPCParam;
+    reply->Add("a", 1);
+    reply->GetArg(0)->mType = '?';
+    return reply;
+}
+
 IPCParam* Hold(IPCParam*)
 {
     gHold = true;
@@ -53,15 +74,6 @@ const std::string kRecord = Hex("00 00 00 48 69 00 00 00 | 61 00 00 00 | 2A 00 0
 const std::string kEchoed = Hex("10 00 00 00") + kRecord;
 const std::string kNoRecord = Hex("00 00 00 00");
 
-long long Milliseconds(const std::function<void()>& action)
-{
-    const auto start = std::chrono::steady_clock::now();
-    action();
-    return std::chrono::duration_cast<std::chrono::milliseconds>(std::chrono::steady_clock::now() -
-                                                                 start)
-        .count();
-}
-
 class IPCServing : public testing::Test
 {
 protected:
@@ -71,6 +83,8 @@ protected:
         channel->Register("echo", Echo);
         channel->Register("nothing", Nothing);
         channel->Register("hold", Hold);
+        channel->Register("huge", Huge);
+        channel->Register("wrong", Wrong);
         gHandled = 0;
         channel->Start();
     }
@@ -108,6 +122,8 @@ TEST_F(IPCServing, AnswersEveryKindOfRequestToTheByte)
         {Frame("echo", kRecord), kEchoed},
         {Frame("nothing", kRecord), kNoRecord},
         {Frame("unknown", kRecord), kNoRecord},
+        {Frame("huge", kRecord), kNoRecord},
+        {Frame("wrong", kRecord), kNoRecord},
         {Frame(std::string(80, 'u'), kRecord), kNoRecord},
         {Frame("echo", "no record"), Hex("08 00 00 00") + EmptyRecord()},  // the call goes ahead
         {Frame("echo", ""), Hex("08 00 00 00") + EmptyRecord()},
@@ -117,7 +133,8 @@ TEST_F(IPCServing, AnswersEveryKindOfRequestToTheByte)
         EXPECT_EQ(peer.ReceiveFrame(), reply);
     }
     EXPECT_EQ(test::Count(log.Text(), "Method [unknown] is Not Registered"), 1);
-    EXPECT_EQ(test::Count(log.Text(), "length = 28 length2 = 28"), 3);
+    EXPECT_EQ(test::Count(log.Text(), "Too big reply ( > 2 MB ): 2097168"), 1);
+    EXPECT_EQ(test::Count(log.Text(), "length = 28 length2 = 28"), 5);
 }
 
 TEST_F(IPCServing, SurvivesAPeerThatDiesAtEveryOffset)
@@ -258,13 +275,40 @@ TEST_F(IPCServing, QuitsWithinASecondInEveryState)
     ExpectServed();
 }
 
-TEST_F(IPCServing, QuitsWhenItsPortBelongsToAnother)
+TEST_F(IPCServing, ServesAsSoonAsItsPortIsFree)
 {
     IPCSocketChannel second("second", test::FreePort(), port);
+    second.Register("echo", Echo);
     second.Start();
-    EXPECT_TRUE(log.WaitFor("Bind Failed Address already in use"));
-    EXPECT_TRUE(log.WaitFor("Socket Accept() Failed"));
+    std::this_thread::sleep_for(std::chrono::milliseconds(700));  // three attempts, one report
+    EXPECT_EQ(test::Count(log.Text(), "Bind Failed Address already in use"), 1);
+    EXPECT_EQ(test::Count(log.Text(), "Socket Bind() Failed"), 1);
+    EXPECT_EQ(
+        test::Count(log.Text(), "127.0.0.1:" + std::to_string(port) + " : Address already in use"),
+        1);
     EXPECT_LT(Milliseconds([&] { second.Quit(); }), 1000);
+    ExpectEcho(RawPeer::Connect(port));  // by the first, undisturbed
+    second.Start();
+    channel.reset();
+    ASSERT_TRUE(
+        test::WaitUntil([this] { return test::Count(log.Text(), "Waiting For Connection") == 2; }));
+    ExpectEcho(RawPeer::Connect(port));
+}
+
+TEST_F(IPCServing, IsClosedAndOpenedWhileItServes)
+{
+    test::InThreads(2, [this](int id) {
+        for (int round = 0; round < 50; ++round) {
+            channel->Close();
+            channel->Open();
+            if (id == 0) {
+                channel->Bind();
+            }
+        }
+    });
+    channel->Close();
+    channel->Open();
+    ExpectEcho(RawPeer::Connect(port));
 }
 
 TEST_F(IPCServing, StartsAndRunsOnlyOnce)
@@ -300,6 +344,70 @@ TEST(IPCSocketChannel, RunNeedsAnOpenAndBoundChannel)
     caller.join();  // when the peer has gone
     EXPECT_EQ(channel.Close(), 0);
     EXPECT_EQ(test::Count(log.Text(), "Socket is Closed"), 3);
+}
+
+// Quit's and the destructor's usual way, a connection to the own address, does not lead here.
+TEST(IPCSocketChannel, QuitsWhateverBecameOfItsAddress)
+{
+    const test::CapturedLog log;
+    auto channel = std::make_unique<IPCSocketChannel>("tv", "./send", "./receive");
+    channel->Start();
+    ASSERT_TRUE(log.WaitFor("Waiting For Connection"));
+    unlink("./receive");
+    EXPECT_LT(Milliseconds([&] { channel->Quit(); }), 1000);
+    channel = std::make_unique<IPCSocketChannel>("tv", "./send", "./receive");
+    channel->Start();
+    const RawListener other("./receive");
+    EXPECT_LT(Milliseconds([&] { channel.reset(); }), 1000);
+    EXPECT_FALSE(other.SomebodyConnected());
+}
+
+TEST(IPCSocketChannel, QuitsWithoutANetwork)
+{
+    if (!test::UsePrivateNetwork()) {
+        GTEST_SKIP() << "no network of its own";
+    }
+    const test::CapturedLog log;
+    IPCSocketChannel channel("tv", test::FreePort(), test::FreePort());
+    channel.Start();
+    ASSERT_TRUE(log.WaitFor("Waiting For Connection"));
+    test::SetLoopback(false);
+    EXPECT_LT(Milliseconds([&] { channel.Quit(); }), 1000);
+}
+
+TEST(IPCSocketChannel, ServesAgainAfterItsThreadWasCancelled)
+{
+    const test::CapturedLog log;
+    const int port = test::FreePort();
+    IPCSocketChannel channel("tv", test::FreePort(), port);
+    channel.Register("echo", Echo);
+    channel.Open();
+    channel.Bind();
+    for (const bool connected : {false, true}) {
+        Thread runner(
+            "runner",
+            [](void* served) -> void* {
+                static_cast<IPCSocketChannel*>(served)->Run();
+                return nullptr;
+            },
+            false, 0);
+        ASSERT_EQ(runner.Start(&channel), 0);
+        ASSERT_TRUE(test::WaitUntil([&] { return channel.IsRunning(); }));
+        RawPeer peer(-1);
+        if (connected) {
+            peer = RawPeer::Connect(port);
+            ASSERT_TRUE(peer.Send(Frame("echo", kRecord)));
+            EXPECT_EQ(peer.ReceiveFrame(), kEchoed);
+        }
+        ASSERT_TRUE(test::WaitUntil([&] { return runner.Kill() == 0; }));
+        EXPECT_EQ(runner.Join(), 0);
+        EXPECT_FALSE(channel.IsRunning());
+        EXPECT_LT(Milliseconds([&] { channel.Quit(); }), 1000);
+    }
+    channel.Start();
+    const RawPeer peer = RawPeer::Connect(port);
+    ASSERT_TRUE(peer.Send(Frame("echo", kRecord)));
+    EXPECT_EQ(peer.ReceiveFrame(), kEchoed);
 }
 
 TEST(IPCSocketChannel, AUnixChannelLetsInWhomItsFileModeNames)

@@ -34,6 +34,32 @@ struct Unix
     static SocketPtr Make() { return SocketPtr(new IPCUnixSocket("./socket")); }
 };
 
+// Every operation that may be overridden, with its types.
+class Overriding : public IPCSocket
+{
+public:
+    Overriding() : IPCSocket(-1) {}
+    IPCSocket* Duplicate() override { return nullptr; }
+    void SetServerOption() override {}
+    int Open() override { return -1; }
+    int Close() override { return -1; }
+    int Bind() override { return -1; }
+    int Listen(int) override { return -1; }
+    IPCSocket* Accept() override { return nullptr; }
+    int Connect() override { return -1; }
+    int Select(int) override { return -1; }
+    int Write(void*, int length) override { return length; }
+    int Read(void*, int) override { return -1; }
+    int Peek(void*, int) override { return -1; }
+    int GetStatus() override { return 7; }
+};
+
+TEST(IPCSocket, ConstDataIsWrittenByTheOverride)
+{
+    Overriding socket;
+    EXPECT_EQ(socket.WriteBytes("abc", 3), 3);
+}
+
 // One suite for both families: a listener, a caller and the accepted connection.
 template <typename Family>
 class IPCSocketTest : public testing::Test
@@ -69,7 +95,7 @@ TYPED_TEST(IPCSocketTest, PeekSeesWhatReadReturns)
 {
     IPCSocket& reader = *this->accepted;
     EXPECT_EQ(reader.Select(0), 0);
-    ASSERT_EQ(this->caller->Write("abcdefgh", 8), 8);
+    ASSERT_EQ(this->caller->WriteBytes("abcdefgh", 8), 8);
     EXPECT_EQ(reader.Select(3), 1);
     char bytes[9] = "--------";
     EXPECT_EQ(reader.Peek(bytes, 3), 3);
@@ -82,6 +108,15 @@ TYPED_TEST(IPCSocketTest, PeekSeesWhatReadReturns)
     EXPECT_EQ(reader.Read(bytes, 3), 3);
     EXPECT_EQ(std::string(bytes, 3), "fgh");
     EXPECT_EQ(reader.Select(0), 0);
+}
+
+TYPED_TEST(IPCSocketTest, ConnectsOnlyOnce)
+{
+    const test::CapturedLog log;
+    EXPECT_EQ(this->caller->Connect(), -1);
+    EXPECT_EQ(errno, EISCONN);
+    EXPECT_EQ(test::Count(log.Text(), "Socket Connect() Failed"), 1);
+    EXPECT_EQ(this->caller->GetStatus(), 1);
 }
 
 TYPED_TEST(IPCSocketTest, ReadFillsTheWholeLengthHoweverItArrives)
@@ -111,7 +146,7 @@ TYPED_TEST(IPCSocketTest, ReadFillsTheWholeLengthHoweverItArrives)
 
 TYPED_TEST(IPCSocketTest, ReportsAPeerThatIsGone)
 {
-    this->caller->Write("ab", 2);
+    this->caller->WriteBytes("ab", 2);
     this->caller.reset();
     char bytes[4] = {'x', 'x', 'x', 'x'};
     EXPECT_EQ(this->accepted->Select(3), 1);
@@ -122,7 +157,7 @@ TYPED_TEST(IPCSocketTest, ReportsAPeerThatIsGone)
     EXPECT_EQ(this->accepted->Peek(bytes, 4), 0);
     int result = 0;
     for (int round = 0; round < 3; ++round) {
-        result = this->accepted->Write("late", 4);  // and no SIGPIPE
+        result = this->accepted->WriteBytes("late", 4);  // and no SIGPIPE
     }
     EXPECT_EQ(result, -1);
 }
@@ -154,7 +189,7 @@ TYPED_TEST(IPCSocketTest, SignalsDoNotEndAWait)
         pthread_kill(waiter.native_handle(), SIGUSR1);
         std::this_thread::sleep_for(std::chrono::milliseconds(1));
     }
-    this->caller->Write("abcd", 4);
+    this->caller->WriteBytes("abcd", 4);
     waiter.join();
     EXPECT_EQ(selected, 1);
     EXPECT_EQ(read, 4);
@@ -216,7 +251,7 @@ TEST(IPCSocket, DescriptorsAreCloseOnExecAndMayLieAbove1023)
     EXPECT_EQ(caller->Connect(), 0);
     EXPECT_EQ(listener.Select(3), 1);
     const SocketPtr accepted(listener.Accept());
-    EXPECT_EQ(accepted->Write("x", 1), 1);
+    EXPECT_EQ(accepted->WriteBytes("x", 1), 1);
     EXPECT_EQ(caller->Select(3), 1);
     for (const int filler : fillers) {
         close(filler);
@@ -262,6 +297,10 @@ TEST(IPCUnixSocket, RefusesAPathThatDoesNotFit)
     IPCUnixSocket tooLong(std::string(108, 'p').c_str());
     EXPECT_EQ(tooLong.Open(), -1);
     EXPECT_EQ(test::Count(log.Text(), "Unix Socket Open() Failed"), 1);
+    IPCUnixSocket nobody("./nobody");
+    nobody.Open();
+    EXPECT_EQ(nobody.Connect(), -1);
+    EXPECT_EQ(test::Count(log.Text(), "./nobody : No such file or directory -> Connect in"), 1);
 }
 
 TEST(IPCTCPSocket, NeverConnectsToItself)
