@@ -18,20 +18,9 @@ import time
 import unittest
 
 from stand import Browser, Player
+from wire import request
 
 PROGRAMS = pathlib.Path(sys.argv.pop(1)).resolve()
-
-def request(method, *arguments):
-    """The frame of a call with these names and values."""
-    def text(value):
-        return value.encode() + bytes(4 - len(value) % 4)
-
-    record = text("".join("i" if isinstance(value, int) else "s" for _, value in arguments))
-    for name, value in arguments:
-        number = isinstance(value, int)
-        record += text(name) + (value.to_bytes(4, "little", signed=True) if number else text(value))
-    payload = b"\0\0\0G" + text(method) + b"\0\0\0H" + record
-    return len(payload).to_bytes(4, "little") + payload
 
 class ToolsTest(unittest.TestCase):
     def setUp(self):
