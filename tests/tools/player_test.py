@@ -1,7 +1,7 @@
 """What docs/protocol.md says of a player, held against the reference player and examples/player.py.
 
-Usage: player_test.py PROGRAMS EXAMPLES [unittest's arguments]. The folder scripts/lib must be on the
-path.
+Usage: player_test.py PROGRAMS EXAMPLES [unittest's arguments]. The folder scripts/lib must be on
+the path.
 """
 
 import pathlib
@@ -181,7 +181,7 @@ class SamplePlayer(Contract, PlayerTest):
         player = self.start_player()
         with socket.create_server(("127.0.0.1", wire.STATE_PORT)) as listener:
             listener.settimeout(20)
-            for answer in (struct.pack("<i", -1), struct.pack("<i", 2097153), b"\x08\0\0\0short", b""):
+            for answer in (wire.number(-1), wire.number(2097153), wire.number(8) + b"short", b""):
                 with listener.accept()[0] as state:
                     wire.Report.of(wire.receive_frame(state))
                     state.sendall(answer)
