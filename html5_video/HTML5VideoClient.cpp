@@ -211,8 +211,9 @@ IPCParam* SetStatus_IPC(IPCParam* request)
     TAVI_INFO("%d %d %d %d %d inSeek %d %lld %lld", values[3], values[0], values[1], values[2],
               values[4], inSeek ? 1 : 0, static_cast<long long>(totalBytes),
               static_cast<long long>(currentOffset));
+    HTML5VideoClient::GetInstance();
     // One update: a reader never sees the size of another report than the rest.
-    HTML5VideoClient::GetInstance()->mStatus.Update([&](PlayerStatus& status) {
+    StatusBoard::sPlayer.Update([&](PlayerStatus& status) {
         status = {values[0], values[1], values[3], values[2],  values[4],
                   values[5], values[6], inSeek,    totalBytes, currentOffset};
     });

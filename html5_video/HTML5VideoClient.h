@@ -57,8 +57,6 @@ public:
     unsigned long long GetCurrentOffset() const { return GetStatus().currentOffset; }
 
 private:
-    friend IPCParam* SetStatus_IPC(IPCParam* request);
-
     HTML5_VIDEO_LOCAL static HTML5VideoClient* MakeInstance();
     HTML5_VIDEO_LOCAL int Send(const char* method, IPCParam& arguments);
 

@@ -15,18 +15,8 @@ import tempfile
 import unittest
 
 from tools_case import PROGRAMS, ToolsTest
+from wire import request
 
-def request(method, *arguments):
-    """The frame of a call with these names and values."""
-    def text(value):
-        return value.encode() + bytes(4 - len(value) % 4)
-
-    record = text("".join("i" if isinstance(value, int) else "s" for _, value in arguments))
-    for name, value in arguments:
-        number = isinstance(value, int)
-        record += text(name) + (value.to_bytes(4, "little", signed=True) if number else text(value))
-    payload = b"\0\0\0G" + text(method) + b"\0\0\0H" + record
-    return len(payload).to_bytes(4, "little") + payload
 
 class Commands(ToolsTest):
     """Each command's effect, as the status tells it."""
