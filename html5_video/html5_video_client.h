@@ -6,7 +6,8 @@
  * are read once, at the first call of any function here, and default to 127.0.0.1.
  *
  * Threads: the functions may be called from any thread. Commands wait for one another and for the
- * player's answer, at most 30 seconds; the status functions never wait.
+ * player's answer, at most 30 seconds in all; the initialisation and the status functions never
+ * wait. The library is never unloaded, since its serving thread runs until the process ends.
  *
  * Results: every function returns 0, whatever happens. Without a player a command has no effect; it
  * fails at once on the same machine. Failures are reported in the log, which the first call

@@ -32,7 +32,7 @@ require_test_packages() {
     require_packages g++ cmake ninja-build binutils libgtest-dev libgmock-dev python3 pkg-config \
         libcli11-dev nlohmann-json3-dev libgstreamer1.0-dev gstreamer1.0-tools \
         gstreamer1.0-plugins-base gstreamer1.0-plugins-good gstreamer1.0-plugins-bad \
-        libedit-dev libncurses-dev tmux
+        libedit-dev libncurses-dev tmux tshark
 }
 
 # quietly COMMAND...: runs it in the repository; prints only what went wrong.

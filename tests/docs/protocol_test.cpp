@@ -101,4 +101,117 @@ TEST(Protocol, EveryBlockOfThePageIsWhatTheLibraryDoes)
     EXPECT_EQ(endTime, 60000);
     EXPECT_EQ(offset, 2500u);
 }
+
+// A line of the session, with its continuations: a word, an arrow or none, and what follows.
+struct Step
+{
+    std::string who;
+    char arrow;
+    std::string text;
+};
+
+std::vector<Step> StepsOf(const std::string& page)
+{
+    std::smatch session;
+    std::regex_search(page, session, std::regex("```session\n([^`]*)```"));
+    std::vector<Step> steps;
+    const std::regex start("^(\\w+) *([<>]?) *(.*)$");
+    std::istringstream lines(session[1]);
+    for (std::string line; std::getline(lines, line);) {
+        std::smatch part;
+        if (std::regex_match(line, part, start)) {
+            steps.push_back({part[1], part[2].length() == 1 ? *part[2].first : ' ', part[3]});
+        } else {
+            steps.back().text += line;
+        }
+    }
+    return steps;
+}
+
+// The player of the session: sends what the page has it send, and compares what the library does.
+class SessionPlayer
+{
+public:
+    ~SessionPlayer() { Finish(); }
+
+    void Play(const Step& step)
+    {
+        SCOPED_TRACE(step.who + ' ' + step.arrow + ' ' + step.text);
+        if (step.who == "call") {
+            Finish();
+            ASSERT_EQ(mCalls.count(step.text), 1u);
+            mCall = std::thread(mCalls.at(step.text));
+        } else if (step.who == "status") {
+            EXPECT_TRUE(test::WaitUntil([&] { return Status() == step.text; })) << Status();
+        } else {
+            Serve(step, step.who == "state" ? mState : mCommands);
+        }
+    }
+
+private:
+    static std::string Status()
+    {
+        int playTime = 0, endTime = 0, speed = 0, mediaStatus = 0, inSeek = 0;
+        unsigned long long total = 0, offset = 0;
+        html5_video_get_status(&playTime, &endTime, &speed, &mediaStatus, &inSeek, &total, &offset);
+        return std::to_string(playTime) + " of " + std::to_string(endTime) + " ms, media status " +
+               std::to_string(mediaStatus);
+    }
+
+    static void Reconnect()
+    {
+        IPCChannel* const channel =
+            IPCChannelMgr::GetInstance()->GetIPCChannel("HTML5 Video Socket");
+        test::WaitUntil([channel] { return !channel->IsRunning(); });
+        html5_video_client_init();
+        channel->Reopen();
+    }
+
+    // The player asks over the state connection and is asked over the other one.
+    void Serve(const Step& step, RawPeer& connection)
+    {
+        const bool isState = step.who == "state";
+        const std::string bytes = test::Hex(step.text);
+        if (step.text == "open") {
+            connection = isState ? RawPeer::Connect(56910) : mListener.Accept();
+        } else if (step.text == "close") {
+            connection.Close();
+        } else if (isState == (step.arrow == '>')) {
+            EXPECT_TRUE(connection.Send(bytes));
+        } else {
+            EXPECT_EQ(connection.Receive(bytes.size()), bytes);
+        }
+    }
+
+    // Waits for the call that is under way.
+    void Finish()
+    {
+        if (mCall.joinable()) {
+            mCall.join();
+        }
+    }
+
+    const std::map<std::string, std::function<void()>> mCalls = {
+        {"html5_video_client_init()", [] { html5_video_client_init(); }},
+        {"html5_video_client_load(\"clock:1\")", [] { html5_video_client_load("clock:1"); }},
+        {"html5_video_client_play()", [] { html5_video_client_play(); }},
+        {"reconnect", Reconnect},
+    };
+    const RawListener mListener{56911};
+    RawPeer mState{-1};
+    RawPeer mCommands{-1};
+    std::thread mCall;
+};
+
+TEST(Protocol, TheSessionOfThePageIsHowTheLibraryBehaves)
+{
+    test::UsePrivateNetwork();
+    const test::CapturedStderr log;
+    const std::vector<Step> steps = StepsOf(test::ReadFile(TEST_SOURCE_DIR "/docs/protocol.md"));
+    ASSERT_GT(steps.size(), 30u);
+    SessionPlayer player;
+    for (const Step& step : steps) {
+        player.Play(step);
+    }
+}
 }  // namespace

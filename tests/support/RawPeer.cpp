@@ -12,6 +12,7 @@
 #include <cctype>
 #include <cerrno>
 #include <cstdio>
+#include <cstring>
 
 #include "tests/support/support.h"
 
@@ -98,7 +99,13 @@ std::string EmptyRecord()
 RawPeer RawPeer::TryToConnect(int descriptor, const sockaddr* address, socklen_t length)
 {
     RawPeer peer(descriptor);
-    if (connect(descriptor, address, length) != 0) {
+    sockaddr_storage own = {};
+    socklen_t size = sizeof(own);
+    // Where nobody listens, TCP may join a socket to itself.
+    if (connect(descriptor, address, length) != 0 ||
+        (address->sa_family == AF_INET &&
+         getsockname(descriptor, reinterpret_cast<sockaddr*>(&own), &size) == 0 &&
+         std::memcmp(&own, address, length) == 0)) {
         peer.Close();
     }
     return peer;

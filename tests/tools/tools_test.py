@@ -6,54 +6,17 @@ Usage: tools_test.py PROGRAMS [unittest's arguments]. The folder scripts/lib mus
 import json
 import os
 import pathlib
+import pty
 import re
-import shlex
 import signal
 import socket
 import subprocess
-import sys
 import tempfile
-import termios
-import time
 import unittest
 
-from stand import Browser, Player
+from tools_case import PROGRAMS, ToolsTest
+from wire import request
 
-PROGRAMS = pathlib.Path(sys.argv.pop(1)).resolve()
-
-def request(method, *arguments):
-    """The frame of a call with these names and values."""
-    def text(value):
-        return value.encode() + bytes(4 - len(value) % 4)
-
-    record = text("".join("i" if isinstance(value, int) else "s" for _, value in arguments))
-    for name, value in arguments:
-        number = isinstance(value, int)
-        record += text(name) + (value.to_bytes(4, "little", signed=True) if number else text(value))
-    payload = b"\0\0\0G" + text(method) + b"\0\0\0H" + record
-    return len(payload).to_bytes(4, "little") + payload
-
-class ToolsTest(unittest.TestCase):
-    def setUp(self):
-        self.directory = self.enterContext(tempfile.TemporaryDirectory())
-
-    def start_player(self, *options, **named):
-        return self.enterContext(Player(PROGRAMS, self.directory, *options, **named))
-
-    def wait_until_listening(self, player):
-        end = time.monotonic() + 20
-        while "engine listens" not in player.log_text():
-            self.assertLess(time.monotonic(), end)
-            time.sleep(0.01)
-
-    def start_browser(self, **named):
-        return self.enterContext(Browser(PROGRAMS, self.directory, **named))
-
-    def load(self, browser, address="clock:60"):
-        browser.ask("wait-player 10")
-        browser.tell(f"load {address}")
-        browser.until("loading", lambda status: status["duration"] > 0)
-        return browser.ask("wait-status paused 10")
 
 class Commands(ToolsTest):
     """Each command's effect, as the status tells it."""
@@ -253,11 +216,15 @@ class Consoles(ToolsTest):
         browser.ask("wait-status paused 10")
         self.console("video_status")
         self.assertRegex(browser.log_text(), r"media status 3 at 2\d+ of 60000 ms, speed 100")
+        self.console("PRINT hello", "help")  # on standard output they would be no JSON
+        browser.status()
+        self.assertIn("hello\nYou can find available command", browser.log_text())
 
 class Endings(ToolsTest):
-    def run_program(self, name, *arguments, **named):
-        return subprocess.run([PROGRAMS / name, *arguments], cwd=self.directory, timeout=60,
-                              capture_output=True, text=True, check=False, **named)
+    def run_program(self, name, *arguments, directory=None, stdout=subprocess.PIPE, **named):
+        return subprocess.run([PROGRAMS / name, *arguments], cwd=directory or self.directory,
+                              timeout=60, stdout=stdout, stderr=subprocess.PIPE, text=True,
+                              stdin=subprocess.DEVNULL, check=False, **named)
 
     def test_signals_end_the_player_cleanly(self):
         for how in (signal.SIGTERM, signal.SIGINT):
@@ -276,18 +243,54 @@ class Endings(ToolsTest):
                 ("player", "--engine", "magic"), ("player", "--listen", "nobody"),
                 ("player", "--listen-port", "0"), ("player", "--browser-port", "65536"),
                 ("player", "surplus"), ("browser", "--script", "missing file"),
-                ("browser", "--exec", "play", "--script", "x"), ("browser", "--log", "no/where")):
+                ("browser", "--exec", "play", "--script", "x"),
+                ("browser", "--log-file", "no/where"), ("browser", "--log", "5"),
+                ("browser", "--log", "-1"), ("browser", "--console", "x"),
+                ("boxinfo", "--log", "loud"), ("boxinfo", "surplus")):
             done = self.run_program(name, *arguments)
             self.assertEqual(done.returncode, 2, (name, arguments, done))
             self.assertNotEqual(done.stderr, "")
         bad_address = self.run_program("player", env={**os.environ, "HBB_SYSTEM_IP": "x"})
         self.assertEqual(bad_address.returncode, 2)
 
-    def test_help_names_every_exit_status(self):
-        for name in ("player", "browser"):
-            done = self.run_program(name, "--help")
-            self.assertEqual(done.returncode, 0)
-            self.assertIn("Exit status: 0", done.stdout)
+    def at_a_terminal(self, name, *arguments):
+        """What the program writes to a terminal."""
+        master, terminal = pty.openpty()
+        done = self.run_program(name, *arguments, stdout=terminal)
+        os.close(terminal)
+        written = b""
+        try:
+            while part := os.read(master, 65536):
+                written += part
+        except OSError:  # the end of a terminal
+            pass
+        os.close(master)
+        self.assertEqual(done.returncode, 0, done)
+        return written.decode().replace("\r\n", "\n")
+
+    def test_help_and_version_stand_alone(self):
+        for name, start in (("browser", "A stand-in"), ("boxinfo", "Shows what")):
+            helped = self.at_a_terminal(name, "--help")
+            self.assertEqual(helped[:10], start, "nothing of the library's stands before")
+            self.assertIn("Exit status: 0", helped)
+            version = self.at_a_terminal(name, "--version")
+            self.assertRegex(version, rf"\A{name} \d+\.\d+\.\d+\n\Z")
+        self.assertIn("Exit status: 0", self.at_a_terminal("player", "--help"))
+
+    def test_the_log_goes_where_logger_conf_and_the_option_say(self):
+        for text, options, errors, in_file in (
+                (None, [], True, False), (None, ["--log", "none"], False, False),
+                ("mode=0", [], False, False), ("mode=2\noutpath=log", [], False, True),
+                ("mode=2\noutpath=log", ["--log", "1"], True, False),
+                ("mode=0\noutpath=log", ["--log", "FILE"], False, True)):
+            with self.subTest(text, options=options), tempfile.TemporaryDirectory() as place:
+                if text is not None:
+                    (pathlib.Path(place) / "logger.conf").write_text(text)
+                done = self.run_program("browser", "--exec", "play", *options, directory=place)
+                self.assertEqual((done.returncode, done.stdout), (0, ""))
+                log = pathlib.Path(place) / "log"
+                self.assertEqual("play" in done.stderr, errors, done.stderr)
+                self.assertEqual(log.exists() and "play" in log.read_text(), in_file)
 
     def test_a_taken_port_is_told(self):
         with socket.socket() as other:
@@ -314,12 +317,36 @@ class Endings(ToolsTest):
         self.assertEqual(json.loads(timed_out.stdout.splitlines()[-1])["event"], "timeout")
 
     def test_a_wrong_command_stops_a_script_before_it_begins(self):
-        for wrong in ("jump 3", "seek", "seek fast", "seek 1 2", "seek nan", "mute maybe",
-                      "size 1", "wait-status playing", "play now"):
+        for wrong, reason in (
+                ("jump 3", "jump"), ("seek", "usage"), ("seek fast", "usage"),
+                ("seek 1 2", "usage"), ("seek nan", "usage"), ("seek -1", "0 to"),
+                ("mute maybe", "usage"), ("size 1", "usage"), ("wait-status playing", "usage"), ("play now", "usage"),
+                ("load a b", "usage"), ('load "a', "usage"), ("rate 16.5", "-16 to 16"),
+                ("rate -17", "-16 to 16"), ("wait 1e9", "0 to 86400"),
+                ("wait-status plaing 1", "idle, loading, paused, playing"),
+                ("wait-status ? 1", "unknown state: ?")):
             done = self.run_program("browser", "--exec", f"status; {wrong}")
             self.assertEqual(done.returncode, 2, wrong)
-            events = [json.loads(line)["event"] for line in done.stdout.splitlines()]
-            self.assertEqual(events, ["error"], wrong)
+            events = [json.loads(line) for line in done.stdout.splitlines()]
+            self.assertEqual([event["event"] for event in events], ["error"], wrong)
+            self.assertIn(reason, events[0]["reason"])
+        self.assertIn("not-found", self.run_program("browser", "--help").stdout)
+
+    def test_a_url_without_a_terminal_is_played_to_its_end(self):
+        player = self.start_player("--clock-duration", "500")
+        (pathlib.Path(self.directory) / "a; film.webm").touch()
+        for _ in range(2):  # the former end is not taken for the second one
+            done = self.run_program("browser", "clock:0.5")
+            self.assertEqual(done.returncode, 0, done)
+            states = [json.loads(line).get("state") for line in done.stdout.splitlines()]
+            self.assertIn("playing", states)
+            self.assertEqual(states[-1], "ended")
+        missing = self.run_program("browser", "/nowhere")
+        self.assertEqual(missing.returncode, 4)
+        self.assertEqual(json.loads(missing.stdout.splitlines()[-1])["state"], "not-found")
+        quoted = 'wait-player 10; load "a; film.webm"; play; wait-status ended 10'
+        self.assertEqual(self.run_program("browser", "--exec", quoted).returncode, 0)
+        self.assertEqual(player.end(), 0)
 
     def test_a_library_that_can_not_be_used_is_told(self):
         for library in ("missing.so", "libc.so.6"):
@@ -332,72 +359,6 @@ class Endings(ToolsTest):
         self.assertEqual(self.run_program("example_browser", "clock:1").returncode, 0)
         self.assertEqual(self.run_program("example_browser", "/nowhere").returncode, 1)
         self.assertEqual(self.run_program("example_browser").returncode, 2)
-
-class Screen(ToolsTest):
-    """The live screen, in a terminal of tmux that the test looks at."""
-
-    def setUp(self):
-        super().setUp()
-        self.player = self.start_player()
-        # Else the server would leave with its last session, perhaps just when the next one asks.
-        self.tmux("start-server", ";", "set", "-s", "exit-empty", "off")
-        self.addCleanup(self.tmux, "kill-server")
-        self.open_screen()
-
-    def open_screen(self):
-        browser = shlex.quote(str(PROGRAMS / "browser"))
-        command = f"read go; sh -c 'echo $$ >pid; exec {browser} clock:60'; echo status=$?; read go"
-        self.tmux("new-session", "-d", "-x", "80", "-y", "24", command)
-        self.tty = self.enterContext(open(self.tmux("display", "-p", "#{pane_tty}").strip(), "rb"))
-        self.settings = termios.tcgetattr(self.tty)
-        self.press("Enter")
-        self.wait_for("playing")
-        self.assertNotEqual(termios.tcgetattr(self.tty), self.settings)
-
-    def tmux(self, *arguments):
-        return subprocess.run(["tmux", "-S", "terminal", "-f", "/dev/null", *arguments], check=True,
-                              cwd=self.directory, capture_output=True, text=True).stdout
-
-    def press(self, *keys):
-        self.tmux("send-keys", *keys)
-
-    def wait_for(self, text):
-        end = time.monotonic() + 20
-        while text not in (shown := self.tmux("capture-pane", "-p")):
-            self.assertLess(time.monotonic(), end, f"no {text} in\n{shown}")
-            time.sleep(0.02)
-
-    def wait_for_the_end(self, status):
-        self.wait_for(f"status={status}")
-        self.assertEqual(termios.tcgetattr(self.tty), self.settings)
-
-    def test_keys_drive_the_video(self):
-        for keys, shown in ((["Space"], "paused"), (["+"], "rate 1.25"), (["1"], "rate 1.00"),
-                            (["Right"], "0:1"), (["m"], "muted"), (["Down"], "volume 90 %"),
-                            (["s"], "window 640 x 360"), (["c"], "idle"),
-                            (["l", "/nowhere", "Enter"], "not-found")):
-            self.press(*keys)
-            self.wait_for(shown)
-        self.press("q")
-        self.wait_for_the_end(0)
-
-    def test_a_dead_player_is_told_and_the_next_one_found(self):
-        self.player.kill()
-        self.wait_for("The player has gone")
-        self.start_player(name="second")
-        self.wait_for("The player is there")
-        self.wait_for("playing")
-        self.press("q")
-        self.wait_for_the_end(0)
-
-    def test_signals_and_a_crash_restore_the_terminal(self):
-        for how, status in ((signal.SIGTERM, 0), (signal.SIGINT, 0), (signal.SIGHUP, 0),
-                            (signal.SIGABRT, 128 + signal.SIGABRT)):
-            with self.subTest(how):
-                os.kill(int((pathlib.Path(self.directory) / "pid").read_text()), how)
-                self.wait_for_the_end(status)
-                self.tmux("kill-session")
-                self.open_screen()
 
 if __name__ == "__main__":
     unittest.main()

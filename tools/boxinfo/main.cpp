@@ -1,17 +1,17 @@
 // boxinfo: what the platform layer knows about this box, and an example of how to ask it.
-#include <stdio_ext.h>
-
 #include <CLI/CLI.hpp>
 #include <iostream>
 
 #include "tools/boxinfo/BoxInfo.h"
 #include "tools/boxinfo/Report.h"
+#include "tools/support/CommandLine.h"
+#include "tools/support/HeldOutput.h"
+#include "tools/support/LogMode.h"
 #include "util/os_linux/Logger.h"
 
 namespace {
 constexpr int kComplete = 0;
 constexpr int kIncomplete = 1;
-constexpr int kUsage = 2;
 
 constexpr char kDescription[] =
     "Shows what the platform layer of libhtml5_video.so knows about this box.\n"
@@ -33,7 +33,7 @@ struct Options
 {
     Questions questions;
     bool json = false;
-    bool log = false;
+    int logMode = kLogAsConfigured;
 };
 
 void Describe(CLI::App& app, Options& options)
@@ -57,7 +57,7 @@ void Describe(CLI::App& app, Options& options)
                    "Show the SHA-1 digest and the CRC-32/MPEG-2 of a file")
         ->type_name("FILE");
     app.add_flag("-j,--json", options.json, "Write one JSON object instead of text");
-    app.add_flag("-l,--log", options.log, "Show the library's log on standard error");
+    AddLogOption(app, options.logMode);
 }
 
 void AskTheUsual(Questions& questions)
@@ -72,20 +72,16 @@ void AskTheUsual(Questions& questions)
 
 int main(int count, char** arguments)
 {
-    // The library writes its log settings to standard output while it is loaded. Where another
-    // program reads, they still stand in the stream's buffer: they are no part of the answer.
-    __fpurge(stdout);
-
     Options options;
     CLI::App app(kDescription, "boxinfo");
     Describe(app, options);
-    try {
-        app.parse(count, arguments);
-    } catch (const CLI::ParseError& error) {
-        return app.exit(error) == 0 ? kComplete : kUsage;
+    int exitStatus = kComplete;
+    if (!ParseCommandLine(app, count, arguments, exitStatus)) {
+        return exitStatus;
     }
-    if (options.log) {
-        Logger::ChangeMode(1);
+    DropHeldOutput();  // the library's log settings are no part of the answer
+    if (options.logMode != kLogAsConfigured) {
+        Logger::ChangeMode(options.logMode);
     }
     AskTheUsual(options.questions);
     const BoxInfo info = FindOut(options.questions);

@@ -33,13 +33,17 @@ struct Command
     std::vector<double> numbers;  // the numbers, in order
 
     // False with the reason when the line is no command.
+    // An address with blanks stands in double quotes.
     static bool Parse(const std::string& line, Command& command, std::string& reason);
 
     // A table of the commands for people.
     static std::string Help();
 };
 
-// Cuts the text into lines at semicolons and line ends.
+// The lines of a script.
+std::vector<std::string> SplitLines(const std::string& text);
+
+// Its commands, when a semicolon ends one, too; but not one within double quotes.
 std::vector<std::string> SplitCommands(const std::string& text);
 
 #endif  // TOOLS_BROWSER_COMMAND_H

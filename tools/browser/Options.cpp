@@ -5,12 +5,15 @@
 #include <system_error>
 
 #include "tools/browser/Command.h"
+#include "tools/support/CommandLine.h"
 
 namespace {
 constexpr const char* kDescription =
     "A stand-in for the browser: loads libhtml5_video.so, drives the player through it and shows\n"
-    "what happens. In a terminal it is a live screen with keys; with --script or --exec, or when\n"
-    "standard input or output is no terminal, it runs commands and prints JSON lines.";
+    "what happens. In a terminal it is a live screen with keys; with --script or --exec it runs\n"
+    "commands and prints JSON lines. Where there is no terminal, or one of a type (TERM) that can\n"
+    "not be a screen, it plays the URL to its end, or without one runs the commands of standard\n"
+    "input.";
 
 std::string Footer()
 {
@@ -19,8 +22,14 @@ std::string Footer()
            "Environment: HBB_SYSTEM_IP is the player's IPv4 address, HBB_BROWSER_IP the one to\n"
            "listen on; both are 127.0.0.1 by default. The ports are 56911 and 56910.\n"
            "\n"
-           "Exit status: 0 all done, 1 a wait timed out, 2 wrong usage or a wrong command, 3 the\n"
-           "library can not be used.";
+           "The log goes where ./logger.conf says, without one to standard error. What else the\n"
+           "library and its console print goes to standard error in any case. Under a screen on\n"
+           "the same terminal standard error is dropped, unless --log-file keeps it.\n"
+           "\n"
+           "Exit status: 0 all done, or the URL played to its end; 1 a wait timed out, or there "
+           "was\n"
+           "no player for 30 s; 2 wrong usage or a wrong command; 3 the library can not be used;\n"
+           "4 the URL could not be played to its end.";
 }
 
 // The library in the folder lib beside the program's own folder, else the one that the system
@@ -37,27 +46,32 @@ std::string DefaultLibrary()
 
 bool ParseOptions(int argc, const char* const* argv, Options& options, int& exitStatus)
 {
-    CLI::App app(kDescription);
+    CLI::App app(kDescription, "browser");
     app.footer(Footer);
     std::string exec;
     options.library = DefaultLibrary();
-    app.add_option("url", options.url, "What to load and play at the start");
-    app.add_option("--library", options.library, "The library to load")->capture_default_str();
-    app.add_option("--log", options.log,
-                   "Append standard error, and with it the library's log, to this file");
+    app.add_option("URL", options.url, "What to load and play at the start");
+    app.add_option("--library", options.library, "The library to load")
+        ->type_name("FILE")
+        ->capture_default_str();
+    AddLogOption(app, options.logMode);
+    app.add_option("--log-file", options.logFile,
+                   "Append standard error, and the log of mode 1 with it, to this file")
+        ->type_name("FILE");
     app.add_option("--console", options.consolePort,
                    "Start the debugging console on 127.0.0.1, on this port or 28282; what it "
                    "answers goes to standard error")
         ->expected(0, 1)
-        ->check(CLI::Range(1, 65535));
+        ->check(CLI::Range(1, 65535).description(""))
+        ->type_name("PORT");
     CLI::Option* const script = app.add_option("--script", options.script,
-                                               "Run the commands of this file, - is standard "
-                                               "input");
-    app.add_option("--exec", exec, "Run these commands, separated by semicolons")->excludes(script);
-    try {
-        app.parse(argc, argv);
-    } catch (const CLI::ParseError& error) {
-        exitStatus = app.exit(error) == 0 ? 0 : kExitUsage;
+                                               "Run the commands of this file, one a line; - is "
+                                               "standard input")
+                                    ->type_name("FILE");
+    app.add_option("--exec", exec, "Run these commands, separated by semicolons")
+        ->type_name("COMMANDS")
+        ->excludes(script);
+    if (!ParseCommandLine(app, argc, argv, exitStatus)) {
         return false;
     }
     options.console = app.count("--console") > 0;

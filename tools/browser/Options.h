@@ -5,19 +5,21 @@
 #include <string>
 #include <vector>
 
+#include "tools/support/LogMode.h"
+
 struct Options
 {
     std::string library;
     std::string url;
-    std::string log;
+    int logMode = kLogAsConfigured;
+    std::string logFile;
     bool console = false;
     int consolePort = 28282;
     std::string script;             // "-" is standard input
     std::vector<std::string> exec;  // commands, of --exec
 };
 
-// Exit statuses beside those of ScriptRunner.
-constexpr int kExitUsage = 2;
+// An exit status beside those of ScriptRunner and of a wrong command line.
 constexpr int kExitNoLibrary = 3;
 
 // False, with the status to exit with, when there is nothing to run.

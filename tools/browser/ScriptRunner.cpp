@@ -1,21 +1,29 @@
 #include "tools/browser/ScriptRunner.h"
 
 #include <algorithm>
-#include <cstdio>
 #include <nlohmann/json.hpp>
 #include <thread>
 
 #include "tools/browser/LineReader.h"
-#include "tools/browser/Session.h"
 
 namespace {
 constexpr std::chrono::milliseconds kTurn{10};
 constexpr int kLineWait = 50;  // milliseconds
 
+// How long to be without a player, and how long an end counts as that of the former media when
+// nothing else of this one was seen: a player tells its last state first.
+constexpr std::chrono::seconds kPlayerWait{30};
+constexpr std::chrono::milliseconds kFormerEnd{500};
+
+// For numbers that the command's range bounds.
 int ToInt(double value)
 {
-    constexpr double kLimit = 1000000;
-    return static_cast<int>(std::max(-kLimit, std::min(value, kLimit)));
+    return static_cast<int>(value);
+}
+
+bool IsOver(MediaStatus media)
+{
+    return media == MediaStatus::kEnded || media == MediaStatus::kIdle || IsError(media);
 }
 
 bool IsAt(const Status& status, double position)
@@ -29,7 +37,8 @@ bool IsState(const Status& status, const std::string& wanted)
 }
 }  // namespace
 
-ScriptRunner::ScriptRunner(Session& session) : mSession(session), mStart(Clock::now()), mQuit(false)
+ScriptRunner::ScriptRunner(Session& session, std::FILE* output)
+    : mSession(session), mOutput(output), mStart(Clock::now()), mQuit(false)
 {}
 
 ScriptRunner::Result ScriptRunner::RunAll(const std::vector<std::string>& lines)
@@ -67,6 +76,31 @@ ScriptRunner::Result ScriptRunner::RunFrom(int descriptor)
         }
     }
     return kDone;
+}
+
+ScriptRunner::Result ScriptRunner::PlayToEnd()
+{
+    MediaStatus shown = MediaStatus::kUnknown;
+    bool begun = false;
+    Clock::time_point changed = Clock::now();
+    Clock::time_point hadPlayer = changed;
+    for (Poll(); Clock::now() - hadPlayer < kPlayerWait; Poll()) {
+        const Status status = mSession.GetStatus();
+        const Clock::time_point now = Clock::now();
+        hadPlayer = mSession.HasPlayer() ? now : hadPlayer;
+        if (mSession.HasPlayer() && status.media != shown) {
+            PrintStatus("status", status);
+            shown = status.media;
+            changed = now;
+        }
+        begun = begun || (shown != MediaStatus::kUnknown && !IsOver(shown));
+        if (IsOver(shown) && (begun || now - changed >= kFormerEnd)) {
+            return shown == MediaStatus::kEnded ? kDone : kNotPlayed;
+        }
+        std::this_thread::sleep_for(kTurn);
+    }
+    PrintStatus("timeout");
+    return kTimedOut;
 }
 
 bool ScriptRunner::Parse(const std::string& line, Command& command)
@@ -176,9 +210,8 @@ void ScriptRunner::Poll()
     }
 }
 
-void ScriptRunner::PrintStatus(const char* event)
+void ScriptRunner::PrintStatus(const char* event, const Status& status)
 {
-    const Status status = mSession.GetStatus();
     Print({{"event", event},
            {"player", mSession.HasPlayer()},
            {"state", Name(status.media)},
@@ -200,6 +233,6 @@ void ScriptRunner::Print(nlohmann::ordered_json line)
     // A line of a script may hold any bytes; what is no text is replaced.
     const std::string text =
         line.dump(-1, ' ', false, nlohmann::ordered_json::error_handler_t::replace) + "\n";
-    std::fwrite(text.data(), 1, text.size(), stdout);
-    std::fflush(stdout);
+    std::fwrite(text.data(), 1, text.size(), mOutput);
+    std::fflush(mOutput);
 }

@@ -1,6 +1,8 @@
-// Runs commands one after the other and prints what happens as JSON lines on standard output:
+// Runs commands one after the other, or plays what is loaded, and prints what happens as JSON
+// lines:
 //
-//     {"event":"status", ...}         after status and after each wait that was fulfilled
+//     {"event":"status", ...}         after status and after each wait that was fulfilled; at each
+//                                     new state while it plays to the end
 //     {"event":"player-found"}        the player reports its state, for the first time or again
 //     {"event":"player-gone"}
 //     {"event":"timeout", ...}        a wait was not: the state at its end, as a status
@@ -11,14 +13,14 @@
 #define TOOLS_BROWSER_SCRIPTRUNNER_H
 
 #include <chrono>
+#include <cstdio>
 #include <functional>
 #include <nlohmann/json_fwd.hpp>
 #include <string>
 #include <vector>
 
 #include "tools/browser/Command.h"
-
-class Session;
+#include "tools/browser/Session.h"
 
 class ScriptRunner
 {
@@ -28,17 +30,22 @@ public:
     {
         kDone = 0,
         kTimedOut = 1,
-        kWrongCommand = 2
+        kWrongCommand = 2,
+        kNotPlayed = 4
     };
 
-    // The session must be started.
-    explicit ScriptRunner(Session& session);
+    // The session must be started. The stream is flushed after each line.
+    ScriptRunner(Session& session, std::FILE* output);
 
     // Looks at all the lines before it runs the first. Stops at quit and at the first failure.
     Result RunAll(const std::vector<std::string>& lines);
 
     // Runs lines as they come on the descriptor, until its end.
     Result RunFrom(int descriptor);
+
+    // Waits until the media that was loaded and played has come to its end: kDone, or kNotPlayed
+    // when it failed or was unloaded by somebody else. Without a player for 30 s: kTimedOut.
+    Result PlayToEnd();
 
 private:
     using Clock = std::chrono::steady_clock;
@@ -48,10 +55,12 @@ private:
     Result RunWait(const Command& command);
     Result WaitUntil(double seconds, const std::function<bool()>& condition);
     void Poll();
-    void PrintStatus(const char* event);
+    void PrintStatus(const char* event) { PrintStatus(event, mSession.GetStatus()); }
+    void PrintStatus(const char* event, const Status& status);
     void Print(nlohmann::ordered_json line);
 
     Session& mSession;
+    std::FILE* const mOutput;
     const Clock::time_point mStart;
     bool mQuit;
 };

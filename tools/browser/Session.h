@@ -25,6 +25,9 @@ public:
         kPlayerGone
     };
 
+    // The reference player takes rates from -16 to 16.
+    static constexpr double kMaxRate = 16;
+
     // What was asked for last. The rest of the state is the player's to tell.
     struct Wishes
     {

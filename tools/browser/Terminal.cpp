@@ -1,23 +1,29 @@
 #include "tools/browser/Terminal.h"
 
 #include <curses.h>
+#include <term.h>
 #include <termios.h>
 #include <unistd.h>
 
 #include <clocale>
 #include <csignal>
-#include <cstdio>
+#include <cstdlib>
 #include <initializer_list>
 
 namespace {
-termios sSettings;  // as they were before
-volatile std::sig_atomic_t sEnding;
+// Milliseconds after which an Escape is that key, and no longer the beginning of another one's
+// code. ncurses would wait for a second; the variable of this name goes before.
+constexpr int kEscapeDelay = 100;
+
+termios sSettings;                   // as they were before
+int sOutput;                         // the terminal's descriptor
+volatile std::sig_atomic_t sEnding;  // the signal that asked for it
 
 // In a signal handler: only what is allowed there. Leaves the second screen and shows the cursor.
 void RestoreAndDie(int signal)
 {
     constexpr char kLeave[] = "\033[?1049l\033[?25h\033[0m";
-    static_cast<void>(!write(STDOUT_FILENO, kLeave, sizeof(kLeave) - 1));
+    static_cast<void>(!write(sOutput, kLeave, sizeof(kLeave) - 1));
     tcsetattr(STDIN_FILENO, TCSANOW, &sSettings);
     std::signal(signal, SIG_DFL);
     raise(signal);
@@ -28,7 +34,7 @@ void OnEnd(int signal)
     if (sEnding != 0) {
         RestoreAndDie(signal);
     }
-    sEnding = 1;
+    sEnding = signal;
 }
 
 void Handle(int signal, void (*handler)(int))
@@ -39,11 +45,12 @@ void Handle(int signal, void (*handler)(int))
     sigaction(signal, &action, nullptr);
 }
 
-void* OpenScreen()
+void* OpenScreen(std::FILE* output)
 {
     tcgetattr(STDIN_FILENO, &sSettings);
-    std::setlocale(LC_ALL, "");
-    SCREEN* const screen = newterm(nullptr, stdout, stdin);
+    sOutput = fileno(output);
+    std::setlocale(LC_CTYPE, "");  // the encoding alone: numbers keep their point
+    SCREEN* const screen = newterm(nullptr, output, stdin);
     if (screen == nullptr) {
         return nullptr;
     }
@@ -56,12 +63,25 @@ void* OpenScreen()
     cbreak();
     noecho();
     keypad(stdscr, TRUE);
-    curs_set(0);
+    if (std::getenv("ESCDELAY") == nullptr) {
+        set_escdelay(kEscapeDelay);
+    }
     return screen;
 }
 }  // namespace
 
-Terminal::Terminal() : mScreen(OpenScreen()) {}
+bool Terminal::CanBeScreen()
+{
+    int error = 0;
+    if (setupterm(nullptr, STDIN_FILENO, &error) != OK) {
+        return false;
+    }
+    const bool can = cursor_address != nullptr;
+    del_curterm(cur_term);
+    return can;
+}
+
+Terminal::Terminal(std::FILE* output) : mScreen(OpenScreen(output)) {}
 
 Terminal::~Terminal()
 {
@@ -74,4 +94,13 @@ Terminal::~Terminal()
 bool Terminal::IsEnding()
 {
     return sEnding != 0;
+}
+
+bool Terminal::TakeInterrupt()
+{
+    const bool interrupted = sEnding == SIGINT;
+    if (interrupted) {
+        sEnding = 0;
+    }
+    return interrupted;
 }

@@ -5,18 +5,28 @@
 #ifndef TOOLS_BROWSER_TERMINAL_H
 #define TOOLS_BROWSER_TERMINAL_H
 
+#include <cstdio>
+
 class Terminal
 {
 public:
-    Terminal();
+    // Whether a terminal of this process's TERM can be a screen: its type is known, and the cursor
+    // can be moved.
+    static bool CanBeScreen();
+
+    // Draws on this stream and reads keys from standard input, both the terminal's.
+    explicit Terminal(std::FILE* output);
     Terminal(const Terminal&) = delete;
     Terminal& operator=(const Terminal&) = delete;
     ~Terminal();
 
-    // False when the terminal can not be a screen: its type, TERM, is not known.
+    // False when curses does not take the terminal.
     bool IsOpen() const { return mScreen != nullptr; }
 
     static bool IsEnding();
+
+    // Takes back a SIGINT, so that IsEnding is false again: true when there was one.
+    static bool TakeInterrupt();
 
 private:
     void* const mScreen;  // of ncurses

@@ -2,8 +2,6 @@
 
 #include <dlfcn.h>
 
-#include "tools/browser/OutputToError.h"
-
 namespace {
 template <typename Function>
 bool Find(void* handle, const char* name, Function& function, std::string& reason)
@@ -18,7 +16,6 @@ bool Find(void* handle, const char* name, Function& function, std::string& reaso
 
 bool VideoLibrary::Open(const std::string& path, std::string& reason)
 {
-    const OutputToError redirected;
     handle = dlopen(path.c_str(), RTLD_NOW);
     if (handle == nullptr) {
         const char* const error = dlerror();

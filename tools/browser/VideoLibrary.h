@@ -25,7 +25,7 @@ struct VideoLibrary
     decltype(&html5_video_get_video_dimension) getVideoDimension = nullptr;
 
     // False with the reason when the file or one of the functions is missing. The library tells its
-    // log settings on standard output while it is loaded; they are sent to standard error.
+    // log settings on standard output while it is loaded.
     bool Open(const std::string& path, std::string& reason);
 };
 

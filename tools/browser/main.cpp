@@ -11,26 +11,48 @@
 #include <iterator>
 #include <string>
 
+#include "tools/browser/LogAccess.h"
 #include "tools/browser/Options.h"
-#include "tools/browser/OutputToError.h"
+#include "tools/browser/OwnOutput.h"
 #include "tools/browser/Screen.h"
 #include "tools/browser/ScriptRunner.h"
 #include "tools/browser/Session.h"
 #include "tools/browser/Terminal.h"
 #include "tools/browser/VideoLibrary.h"
+#include "tools/support/CommandLine.h"
+#include "tools/support/LogMode.h"
 
 namespace {
-bool WantsScreen(const Options& options)
+// Descriptors 0 to 2 that are closed would become sockets of the library.
+void OpenStandardDescriptors()
 {
-    return options.script.empty() && options.exec.empty() && isatty(STDIN_FILENO) == 1 &&
-           isatty(STDOUT_FILENO) == 1;
+    int descriptor = 0;
+    do {
+        descriptor = open("/dev/null", O_RDWR | O_CLOEXEC);
+    } while (descriptor >= 0 && descriptor <= STDERR_FILENO);
+    close(descriptor);
 }
 
-// A log on the terminal would run through the screen.
-bool RedirectLog(const Options& options)
+bool WantsScreen(const Options& options)
 {
-    const bool hide = options.log.empty() && WantsScreen(options) && isatty(STDERR_FILENO) == 1;
-    const char* const path = hide ? "/dev/null" : options.log.c_str();
+    if (!options.script.empty() || !options.exec.empty() || isatty(STDIN_FILENO) != 1 ||
+        isatty(STDOUT_FILENO) != 1) {
+        return false;
+    }
+    const bool can = Terminal::CanBeScreen();
+    if (!can) {
+        std::fprintf(
+            stderr, "No screen on this terminal, whose type (TERM) can not be one: %s\n",
+            options.url.empty() ? "type commands, --help lists them" : "playing to the end");
+    }
+    return can;
+}
+
+// What goes to standard error would run through a screen on the same terminal.
+bool RedirectError(const Options& options, bool screen)
+{
+    const bool hide = options.logFile.empty() && screen && isatty(STDERR_FILENO) == 1;
+    const char* const path = hide ? "/dev/null" : options.logFile.c_str();
     if (*path == '\0') {
         return true;
     }
@@ -55,24 +77,26 @@ bool ReadScript(const std::string& path, std::string& text)
     return true;
 }
 
-int RunScript(const Options& options, Session& session)
+int RunLines(const Options& options, Session& session, std::FILE* output)
 {
-    ScriptRunner runner(session);
+    ScriptRunner runner(session, output);
     if (!options.exec.empty()) {
         return runner.RunAll(options.exec);
+    }
+    if (options.script.empty() && !options.url.empty()) {
+        return runner.PlayToEnd();
     }
     if (options.script.empty() || options.script == "-") {
         return runner.RunFrom(STDIN_FILENO);
     }
     std::string text;
-    return ReadScript(options.script, text) ? runner.RunAll(SplitCommands(text)) : kExitUsage;
+    return ReadScript(options.script, text) ? runner.RunAll(SplitLines(text)) : kExitUsage;
 }
 
-int RunScreen(Session& session)
+int RunScreen(Session& session, std::FILE* output)
 {
-    const Terminal terminal;
+    const Terminal terminal(output);
     if (!terminal.IsOpen()) {
-        std::fprintf(stderr, "This terminal can not be a screen: check TERM, or use --exec\n");
         return kExitUsage;
     }
     Screen(session).Run();
@@ -92,7 +116,6 @@ std::string FolderOf(const VideoLibrary& library)
 
 bool StartConsole(const VideoLibrary& library, int port)
 {
-    const OutputToError redirected;
     void* const module =
         dlopen((FolderOf(library) + BROWSER_CONSOLE).c_str(), RTLD_NOW | RTLD_LOCAL);
     using Starter = int (*)(int);
@@ -109,20 +132,25 @@ bool StartConsole(const VideoLibrary& library, int port)
 int Run(const Options& options)
 {
     std::signal(SIGPIPE, SIG_IGN);
-    if (!RedirectLog(options)) {
+    OpenStandardDescriptors();
+    const bool screen = WantsScreen(options);
+    if (!RedirectError(options, screen)) {
         return kExitUsage;
     }
+    std::FILE* const output = TakeStandardOutput();
     VideoLibrary library;
     std::string reason;
-    if (!library.Open(options.library, reason)) {
+    if (output == nullptr || !library.Open(options.library, reason)) {
         std::fprintf(stderr, "%s\n", reason.c_str());
         return kExitNoLibrary;
     }
+    const LogAccess log(library.handle);
     Session session(library);
     if (!session.Start()) {
         std::fprintf(stderr, "The library gives no access to its channel\n");
         return kExitNoLibrary;
     }
+    log.SetMode(ChooseLogMode(options.logMode));
     if (options.console && !StartConsole(library, options.consolePort)) {
         std::fprintf(stderr, "The console can not be started\n");
         return kExitNoLibrary;
@@ -131,7 +159,7 @@ int Run(const Options& options)
         session.Load(options.url);
         session.Play();
     }
-    return WantsScreen(options) ? RunScreen(session) : RunScript(options, session);
+    return screen ? RunScreen(session, output) : RunLines(options, session, output);
 }
 }  // namespace
 

@@ -10,11 +10,13 @@
 
 #include "tools/player/Player.h"
 #include "tools/player/PlayerLog.h"
+#include "tools/player/StatusPusher.h"
 #include "util/ipc/IPCChannel.h"
 #include "util/ipc/IPCParam.h"
 
 namespace {
-Player* sPlayer;  // set before the channel is started
+Player* sPlayer;  // both set before the channel is started
+StatusPusher* sPusher;
 
 std::mutex sDelayMutex;
 std::condition_variable sDelayChanged;
@@ -69,10 +71,25 @@ bool Url(IPCParam& request, std::string& url)
     return true;
 }
 
-void Post(const char* method, Player::Command command)
+bool Post(const char* method, Player::Command command)
 {
-    if (!sPlayer->Post(std::move(command))) {
+    const bool posted = sPlayer->Post(std::move(command));
+    if (!posted) {
         PLAYER_ERROR("%s dropped: too many commands wait", method);
+    }
+    return posted;
+}
+
+// A command that ends the medium of before.
+void PostChange(const char* method, const Player::Command& command)
+{
+    sPusher->Hold();
+    const auto change = [command](Engine& engine) {
+        command(engine);
+        sPusher->Release();
+    };
+    if (!Post(method, change)) {
+        sPusher->Release();
     }
 }
 
@@ -101,14 +118,15 @@ IPCParam* OnLoad(IPCParam* request)
         return Answer();
     }
     PLAYER_INFO("load %s", url.c_str());
-    Post("load", [url](Engine& engine) { url.empty() ? engine.CancelLoad() : engine.Load(url); });
+    PostChange("load",
+               [url](Engine& engine) { url.empty() ? engine.CancelLoad() : engine.Load(url); });
     return Answer();
 }
 
 IPCParam* OnCancelLoad(IPCParam*)
 {
     PLAYER_INFO("cancelLoad");
-    Post("cancelLoad", [](Engine& engine) { engine.CancelLoad(); });
+    PostChange("cancelLoad", [](Engine& engine) { engine.CancelLoad(); });
     return Answer();
 }
 
@@ -182,9 +200,10 @@ IPCParam* OnSetMuted(IPCParam* request)
 }
 }  // namespace
 
-void RegisterCommands(IPCChannel& channel, Player& player)
+void RegisterCommands(IPCChannel& channel, Player& player, StatusPusher& pusher)
 {
     sPlayer = &player;
+    sPusher = &pusher;
     channel.Register("load", OnLoad);
     channel.Register("cancelLoad", OnCancelLoad);
     channel.Register("play", OnPlay);

@@ -236,7 +236,26 @@ void GstEngine::End()
 {
     mEnded = true;
     mPlayWanted = false;
-    mPosition = mPipelineSpeed < 0 ? 0 : std::max(mPosition, mDuration);
+    if (mPipelineSpeed < 0) {
+        mPosition = 0;
+        return;
+    }
+    if (mDuration == 0 && !mPipeline->QueryDuration(mDuration)) {
+        mDuration = mPosition;  // known only now
+    }
+    mPosition = mDuration;
+}
+
+// The duration is what the container says, the position how far the sinks have come: a little
+// beyond it at times, and far when the container is wrong.
+void GstEngine::LimitPosition()
+{
+    if (mDuration == 0 || mPosition > mDuration) {
+        mPipeline->QueryDuration(mDuration);  // known only now, or better
+    }
+    if (mDuration > 0) {
+        mPosition = std::min(mPosition, mDuration);
+    }
 }
 
 // Starts what is due, when the pipeline has settled.
@@ -245,11 +264,10 @@ void GstEngine::Settle()
     if (mPipeline == nullptr || !mPipeline->IsSettled()) {
         return;
     }
-    if (!std::exchange(mLoaded, true)) {
-        mPipeline->QueryDuration(mDuration);
-    }
+    mLoaded = true;
     if (!mEnded) {
         mPipeline->QueryPosition(mPosition);
+        LimitPosition();
     }
     const bool speedDue = mSpeed != 0 && mSpeed != mPipelineSpeed && !mEnded;
     if (mTarget != kNowhere || speedDue) {
@@ -288,9 +306,6 @@ void GstEngine::SetPlaying()
 // What the pipeline itself tells: the state holds nothing that was only asked for.
 void GstEngine::Observe(PlaybackState& state)
 {
-    if (mLoaded && mDuration == 0) {
-        mPipeline->QueryDuration(mDuration);
-    }
     state.position = mPosition;
     state.duration = mDuration;
     state.speed = mSpeed;

@@ -41,6 +41,7 @@ private:
     void StartSeek();
     void SetPlaying();
     void Observe(PlaybackState& state);
+    void LimitPosition();
     MediaStatus Status() const;
 
     const bool mHeadless;

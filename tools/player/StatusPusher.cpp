@@ -42,7 +42,12 @@ void Fill(IPCParam& request, const PlaybackState& state)
 }  // namespace
 
 StatusPusher::StatusPusher(IPCSocketChannel& channel)
-    : mChannel(channel), mReached(false), mStop(false)
+    : mChannel(channel),
+      mLatest(PlaybackState()),
+      mHolds(0),
+      mPushing(false),
+      mReached(false),
+      mStop(false)
 {
     mChannel.SetReplyTimeout(static_cast<int>(kAnswer.count()));
 }
@@ -75,6 +80,9 @@ void StatusPusher::Update(const PlaybackState& state)
 {
     {
         const std::lock_guard<std::mutex> hold(mMutex);
+        if (mHolds > 0) {
+            return;
+        }
         mLatest = state;
         if (!IsUrgent()) {
             return;
@@ -83,11 +91,35 @@ void StatusPusher::Update(const PlaybackState& state)
     mNews.notify_one();
 }
 
-// Under mMutex. While playing, the position alone can wait for its turn.
+void StatusPusher::Hold()
+{
+    std::unique_lock<std::mutex> lock(mMutex);
+    ++mHolds;
+    mLatest.reset();
+    mPushed.reset();
+    mPushEnded.wait(lock, [this] { return !mPushing; });
+}
+
+void StatusPusher::Release()
+{
+    const std::lock_guard<std::mutex> hold(mMutex);
+    --mHolds;
+}
+
+// Under mMutex, with a state to tell. While playing, the position alone can wait for its turn.
 bool StatusPusher::IsUrgent() const
 {
-    return mLatest.status == MediaStatus::kPlaying ? !SameButProgress(mLatest, mPushed)
-                                                   : !(mLatest == mPushed);
+    if (!mPushed) {
+        return true;
+    }
+    return mLatest->status == MediaStatus::kPlaying ? !SameButProgress(*mLatest, *mPushed)
+                                                    : !(*mLatest == *mPushed);
+}
+
+// Under mMutex.
+bool StatusPusher::IsDue(Time now) const
+{
+    return mLatest && (IsUrgent() || now >= NextPush());
 }
 
 // Under mMutex.
@@ -118,13 +150,14 @@ bool StatusPusher::WaitForPush(PlaybackState& state)
             mChannel.Start();
         }
         const Time now = std::chrono::steady_clock::now();
-        if (IsUrgent() || now >= NextPush()) {
-            state = mLatest;
+        if (IsDue(now)) {
+            state = *mLatest;
             mPushed = mLatest;
             mPushedAt = now;
+            mPushing = true;
             return true;
         }
-        mNews.wait_until(lock, std::min(NextPush(), now + kProgress));
+        mNews.wait_until(lock, mLatest ? std::min(NextPush(), now + kProgress) : now + kProgress);
     }
     return false;
 }
@@ -143,9 +176,13 @@ bool StatusPusher::Push(const PlaybackState& state)
 
 void StatusPusher::Report(bool reached)
 {
-    const std::lock_guard<std::mutex> hold(mMutex);
-    if (reached != mReached && !mStop) {
-        PLAYER_INFO("%s", reached ? "The browser takes the state" : "The browser has gone");
+    {
+        const std::lock_guard<std::mutex> hold(mMutex);
+        if (reached != mReached && !mStop) {
+            PLAYER_INFO("%s", reached ? "The browser takes the state" : "The browser has gone");
+        }
+        mReached = reached;
+        mPushing = false;
     }
-    mReached = reached;
+    mPushEnded.notify_all();
 }

@@ -6,12 +6,16 @@
 // for the browser's answer, at most kAnswer: only so a browser that has gone is noticed with the
 // first push, and the state that it missed is sent again to the next one. When pushes come faster
 // than the browser answers, the newest state goes out and those in between are left out.
+//
+// A load makes what was told so far untrue, and a browser can not see which medium a report is
+// about. So nothing is told between Hold and Release; what is told afterwards is of the new medium.
 #ifndef TOOLS_PLAYER_STATUSPUSHER_H
 #define TOOLS_PLAYER_STATUSPUSHER_H
 
 #include <chrono>
 #include <condition_variable>
 #include <mutex>
+#include <optional>
 #include <thread>
 
 #include "tools/player/PlaybackState.h"
@@ -38,8 +42,14 @@ public:
     // Ends the thread, also when it waits for an answer. The channel is left as it is.
     void Stop();
 
-    // The state to tell. From any thread and at any time; does not wait.
+    // The state to tell. From any thread and at any time; does not wait. Passed over while held.
     void Update(const PlaybackState& state);
+
+    // Drops what was not told yet and waits until a push in flight was answered or given up: from
+    // here on the browser gets no report of before. A Release ends it, on any thread; holds may
+    // overlap. The first state after the last Release is pushed at once, whatever it is.
+    void Hold();
+    void Release();
 
 private:
     using Time = std::chrono::steady_clock::time_point;
@@ -47,6 +57,7 @@ private:
     void Run();
     bool WaitForPush(PlaybackState& state);
     bool IsUrgent() const;
+    bool IsDue(Time now) const;
     Time NextPush() const;
     bool Push(const PlaybackState& state);
     void Report(bool reached);
@@ -55,9 +66,12 @@ private:
 
     std::mutex mMutex;
     std::condition_variable mNews;
-    PlaybackState mLatest;  // under mMutex, as all of these
-    PlaybackState mPushed;  // what the browser knows, or was tried to tell
+    std::condition_variable mPushEnded;
+    std::optional<PlaybackState> mLatest;  // under mMutex, as all of these
+    std::optional<PlaybackState> mPushed;  // what the browser knows, or was tried to tell
     Time mPushedAt;
+    int mHolds;  // not yet released
+    bool mPushing;
     bool mReached;  // the last push was answered
     bool mStop;
 

@@ -71,7 +71,7 @@ int Run(const Options& options)
     PlayerConsole console(options.consolePort);
     Player player([&](std::function<void()> wake) { return MakeEngine(options, std::move(wake)); },
                   [&](const PlaybackState& state) { pusher.Update(console.Filter(state)); });
-    RegisterCommands(channel, player);
+    RegisterCommands(channel, player, pusher);
     if (options.console && !console.Start()) {
         PLAYER_ERROR("The console's thread can not be started");
         return kExitFailed;

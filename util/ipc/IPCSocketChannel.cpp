@@ -1,6 +1,7 @@
 // Construction and the two sockets. The serving thread's life stands in IPCSocketChannelThread.cpp,
 // what it serves in IPCSocketChannelServing.cpp, the calling side in IPCSocketChannelCalls.cpp.
 #include "util/ipc/IPCSocketChannel.h"
+#include "util/ipc/ReplyReader.h"
 
 #include <unistd.h>
 
@@ -86,6 +87,7 @@ IPCSocketChannel::IPCSocketChannel(const char* name, IPCSocket* sendSocket, IPCS
       mEvent(-1),
       mListening(false),
       mBindError(0),
+      mReplies(std::make_unique<ReplyReader>()),
       mReplyTimeout(kDefaultReplyTimeout),
       mReopening(0)
 {}
@@ -193,6 +195,8 @@ int IPCSocketChannel::CloseSockets()
         return -1;
     }
     const StaticLockHold hold(mRecvLock);
+    // The serving thread's poll keeps a closed socket until it returns; no peer may connect to it.
+    mRecvSocket->Shutdown();
     if (mRecvSocket->Close() < 0) {
         TAVI_ERROR("RecvSocket Close Failure");
         return -1;
@@ -209,7 +213,7 @@ int IPCSocketChannel::Reopen()
     const NoCalls hold(*this);
     mSendSocket->Close();
     mSendSocket->Open();
-    mReplies.Reset();
+    mReplies->Reset();
     return 0;
 }
 

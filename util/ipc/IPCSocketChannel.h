@@ -11,15 +11,16 @@
 #define UTIL_IPC_IPCSOCKETCHANNEL_H
 
 #include <atomic>
+#include <memory>
 
 #include "util/Export.h"
 #include "util/ipc/IPCChannel.h"
-#include "util/ipc/ReplyReader.h"
 #include "util/os_linux/StaticLock.h"
 
 class FrameBuffer;
 class IPCSocket;
 class Mutex;
+class ReplyReader;
 class Thread;
 
 class HTML5_VIDEO_API IPCSocketChannel : public IPCChannel
@@ -164,7 +165,7 @@ private:
     StaticLock mRecvLock;   // mRecvSocket and the two above; never held while waiting
     StaticLock mConnLock;   // mConnSocket against Quit
     StaticLock mStartLock;  // one Start or Quit at a time
-    ReplyReader mReplies;   // under mMutex
+    const std::unique_ptr<ReplyReader> mReplies;  // under mMutex
     std::atomic<int> mReplyTimeout;
     std::atomic<int> mReopening;  // Reopen and Close that want mMutex, before any call
 };

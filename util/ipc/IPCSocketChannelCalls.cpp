@@ -8,6 +8,7 @@
 #include "util/ipc/IPCParam.h"
 #include "util/ipc/IPCSocket.h"
 #include "util/ipc/IPCSocketChannel.h"
+#include "util/ipc/ReplyReader.h"
 #include "util/ipc/WireFormat.h"
 #include "util/os_linux/CancelGuard.h"
 #include "util/os_linux/ModuleLog.h"
@@ -83,7 +84,7 @@ bool IPCSocketChannel::EnsureConnected(bool setOptions, long long deadline)
         TAVI_ERROR("Call Failure, IPCChannel is not activated %s", mName);
         return false;
     }
-    mReplies.Reset();
+    mReplies->Reset();
     return true;
 }
 
@@ -91,7 +92,7 @@ bool IPCSocketChannel::EnsureConnected(bool setOptions, long long deadline)
 // behind it would be understood.
 bool IPCSocketChannel::SendOrShutDown(const unsigned char* data, int length, long long deadline)
 {
-    if (SendAll(*mSendSocket, data, length, deadline, &mReplies)) {
+    if (SendAll(*mSendSocket, data, length, deadline, mReplies.get())) {
         return true;
     }
     TAVI_ERROR("Write Failed");
@@ -127,7 +128,7 @@ bool IPCSocketChannel::SendRequest(const char* method, IPCParam* request, long l
     if (!SendOrShutDown(frame.Data(), static_cast<int>(wire::kLengthSize + length), deadline)) {
         return false;
     }
-    mReplies.Expect();
+    mReplies->Expect();
     return true;
 }
 
@@ -136,7 +137,7 @@ int IPCSocketChannel::ReceiveReply(IPCParam* reply, long long deadline)
 {
     FrameBuffer body;
     int length = 0;
-    const ReplyReader::Result result = mReplies.ReadLast(*mSendSocket, body, length, deadline);
+    const ReplyReader::Result result = mReplies->ReadLast(*mSendSocket, body, length, deadline);
     if (result != ReplyReader::kDone) {
         TAVI_ERROR("Read Failed");
         if (result == ReplyReader::kBroken) {
@@ -188,7 +189,7 @@ int IPCSocketChannel::ReceiveRaw(unsigned char* buffer, int length)
         received = mSendSocket->Receive(buffer + count, length - count, exchange.Deadline());
         count += received > 0 ? received : 0;
     }
-    mReplies.Take(buffer, count);
+    mReplies->Take(buffer, count);
     if (count < length) {
         std::memset(buffer + count, 0, static_cast<std::size_t>(length - count));
     }

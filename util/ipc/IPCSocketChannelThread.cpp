@@ -249,7 +249,8 @@ bool IPCSocketChannel::TryToAccept()
     mRecvSocket->WaitForInputOr(mEvent);
     DrainEvent();
     const StaticLockHold hold(mRecvLock);
-    const int ready = mRecvSocket->Select(0);  // the socket may be another one by now
+    // The socket may be another one by now, or none.
+    const int ready = mListening ? mRecvSocket->Select(0) : 0;
     if (ready <= 0) {
         return ready == 0;
     }

@@ -290,6 +290,8 @@ TEST_F(IPCServing, ServesAsSoonAsItsPortIsFree)
     ExpectEcho(RawPeer::Connect(port));  // by the first, undisturbed
     second.Start();
     channel.reset();
+    ASSERT_TRUE(
+        test::WaitUntil([this] { return test::Count(log.Text(), "Waiting For Connection") == 2; }));
     ExpectEcho(RawPeer::Connect(port));
 }
 

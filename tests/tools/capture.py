@@ -1,0 +1,99 @@
+"""Captures for tshark: written from the bytes, or taken on the loopback interface."""
+
+import pathlib
+import signal
+import socket
+import struct
+import subprocess
+import time
+
+RAW_IPV4 = 228  # the link type whose packets begin with the IPv4 header
+FIN, SYN, PSH, ACK = 1, 2, 8, 16
+LARGEST_PIECE = 65000
+
+
+class Capture:
+    """A capture file in the making; each connection's packets come in the order of the calls."""
+
+    def __init__(self, path):
+        self.path = pathlib.Path(path)
+        self.packets = []
+
+    def connect(self, server_port, client_port=40000):
+        return Connection(self, client_port, server_port)
+
+    def add(self, packet):
+        self.packets.append(packet)
+
+    def write(self):
+        """One packet a millisecond."""
+        with self.path.open("wb") as file:
+            file.write(struct.pack("<IHHiIII", 0xA1B2C3D4, 2, 4, 0, 0, 1 << 18, RAW_IPV4))
+            for index, packet in enumerate(self.packets):
+                file.write(struct.pack("<IIII", 0, index * 1000, len(packet), len(packet)) + packet)
+        return self.path
+
+
+class Connection:
+    """A TCP connection from 127.0.0.1 to 127.0.0.1."""
+
+    def __init__(self, capture, client_port, server_port):
+        self.capture = capture
+        self.ports = client_port, server_port
+        self.sequence = [1000, 5000]
+        self._segment(0, SYN)
+        self._segment(1, SYN | ACK)
+
+    def _segment(self, sender, flags, data=b""):
+        ports = self.ports if sender == 0 else self.ports[::-1]
+        acknowledged = self.sequence[1 - sender] if flags & ACK else 0
+        tcp = struct.pack(">HHIIBBHHH", *ports, self.sequence[sender], acknowledged, 5 << 4, flags,
+                          65535, 0, 0)
+        loopback = socket.inet_aton("127.0.0.1")
+        ip = struct.pack(">BBHHHBBH4s4s", 0x45, 0, 40 + len(data), 0, 0, 64, socket.IPPROTO_TCP, 0,
+                         loopback, loopback)
+        self.capture.add(ip + tcp + data)
+        self.sequence[sender] += len(data) + (1 if flags & (SYN | FIN) else 0)
+
+    def _send(self, sender, data, piece):
+        for at in range(0, len(data), piece):
+            self._segment(sender, PSH | ACK, data[at:at + piece])
+
+    def request(self, data, piece=LARGEST_PIECE):
+        """From the side that connected; in segments of that many bytes."""
+        self._send(0, data, piece)
+
+    def reply(self, data, piece=LARGEST_PIECE):
+        self._send(1, data, piece)
+
+    def close(self, sender=0):
+        self._segment(sender, FIN | ACK)
+
+
+class Sniffer:
+    """dumpcap on the loopback interface. is_running is false where that is not permitted."""
+
+    END = b"the end of this capture"
+
+    def __init__(self, path):
+        self.path = pathlib.Path(path)
+        self.child = subprocess.Popen(["dumpcap", "-q", "-i", "lo", "-w", self.path], text=True,
+                                      stderr=subprocess.PIPE)
+        self.said = ""
+        for line in self.child.stderr:
+            self.said += line
+            if line.startswith("File:"):
+                break
+        self.is_running = self.child.poll() is None and "File:" in self.said
+
+    def stop(self, seconds=20):
+        """Ends it when it has written all that came before."""
+        end = time.monotonic() + seconds
+        with socket.socket(socket.AF_INET, socket.SOCK_DGRAM) as last:
+            while self.END not in self.path.read_bytes():
+                assert time.monotonic() < end, self.said
+                last.sendto(self.END, ("127.0.0.1", 9))
+                time.sleep(0.1)
+        self.child.send_signal(signal.SIGINT)
+        self.child.communicate(timeout=seconds)
+        return self.path

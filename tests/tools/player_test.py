@@ -1,0 +1,222 @@
+"""What docs/protocol.md says of a player, held against the reference player and examples/player.py.
+
+Usage: player_test.py PROGRAMS EXAMPLES [unittest's arguments]. The folder scripts/lib must be on
+the path.
+"""
+
+import pathlib
+import socket
+import struct
+import subprocess
+import sys
+import tempfile
+import time
+import unittest
+
+import stand
+import wire
+
+PROGRAMS = pathlib.Path(sys.argv.pop(1)).resolve()
+EXAMPLES = pathlib.Path(sys.argv.pop(1)).resolve()
+IDLE, PAUSED, PLAYING, ENDED, UNSUPPORTED = 1, 3, 4, 6, 101
+
+
+class PlayerTest(unittest.TestCase):
+    def setUp(self):
+        self.directory = self.enterContext(tempfile.TemporaryDirectory())
+        self.browsers = []
+
+    def start_browser(self, **named):
+        browser = self.enterContext(wire.Browser(**named))
+        self.browsers.append(browser)
+        return browser
+
+    def tearDown(self):
+        for browser in self.browsers:
+            for report in browser.reports:
+                self.assertLessEqual(report.play_time, report.end_time, report)
+
+
+class Contract:
+    """The same for every player; start_player is the subclass's."""
+
+    def test_nothing_of_the_medium_before_follows_the_answer_to_a_load(self):
+        self.start_player()
+        browser = self.start_browser(pause=0.001)
+        browser.connect()
+        media = []  # how many reports were taken before the answer, length in milliseconds
+        for turn in range(1000):
+            length = 5 + turn % 3
+            media.append((browser.call("load", ("url", f"clock:0.00{length}")), length))
+            browser.wait(lambda report: report.end_time == length, media[-1][0])
+            browser.call("play")
+            time.sleep(turn % 8 * 0.0015)  # the next load comes before, at or after the end
+        media.append((len(browser.reports), 0))
+        for (start, length), (end, next_length) in zip(media, media[1:]):
+            for report in browser.reports[start:end]:
+                self.assertIn(report.end_time, (length, next_length), (length, report))
+
+    def test_commands_at_odd_moments_and_with_odd_values(self):
+        self.start_player()
+        browser = self.start_browser()
+
+        def see(method, value, **wanted):
+            """Sends the command and waits for a report that tells all that is wanted."""
+            argument = {"load": "url", "seek": "ms", "setRate": "speed"}.get(method)
+            before = browser.call(method, *([(argument, value)] if argument else []))
+            return browser.wait(lambda report: all(getattr(report, name) == what
+                                                   for name, what in wanted.items()), before)
+
+        nothing = {"media": IDLE, "play_time": 0, "end_time": 0, "speed": 100}
+        browser.connect()
+        for method in ("play", "seek", "pause", "cancelLoad"):
+            see(method, 500, **nothing)
+        see("load", "clock:0.4", end_time=400)
+        see("play", None, media=PLAYING)  # asked for before or after the load is done
+        see("pause", None, media=PAUSED)
+        see("seek", 2147483647, media=PAUSED, play_time=400)
+        see("seek", -2147483648, media=PAUSED, play_time=0)
+        see("setRate", 99999, speed=1600)
+        see("setRate", -99999, speed=-1600)
+        see("setRate", 0, speed=0)
+        see("play", None, media=PLAYING, play_time=0)
+        see("setRate", 100, media=ENDED, play_time=400, speed=100)
+        see("seek", 100, media=PAUSED, play_time=100)
+        see("play", None, media=ENDED, play_time=400)
+        self.assertLess(see("play", None, media=PLAYING).play_time, 400)
+        see("load", None, **nothing)
+        see("load", "clock:1", media=PAUSED)
+        see("load", "", **nothing)
+        see("load", "clock:x", media=UNSUPPORTED, play_time=0, end_time=0)
+        see("load", b"http://a/\xc3\xa9\xff", end_time=60000)
+        see("cancelLoad", None, **nothing)
+
+    def test_an_unchanged_state_is_told_once_a_second(self):
+        self.start_player()
+        browser = self.start_browser()
+        browser.connect()
+        browser.wait(lambda _: True, browser.call("load", ("url", "clock:9")))
+        browser.wait(lambda report: report.media == PAUSED)
+        first = len(browser.reports)
+        browser.wait(lambda _: len(browser.reports) >= first + 3)
+        beats = browser.reports[first:first + 3]
+        for earlier, later in zip(beats, beats[1:]):
+            self.assertEqual(earlier[1:], later[1:])
+            self.assertGreater(later.time - earlier.time, 0.9)
+
+    def test_a_browser_that_restarts_and_one_too_many(self):
+        self.start_player()
+        with wire.Browser() as first:
+            first.connect()
+            first.call("load", ("url", "clock:60"))
+            first.call("play")
+            first.wait(lambda report: report.play_time > 0)
+            with socket.create_connection(("127.0.0.1", wire.COMMAND_PORT), 10) as second:
+                second.sendall(wire.request("pause"))
+                second.settimeout(0.5)
+                self.assertRaises(TimeoutError, second.recv, 1)  # until the first one leaves
+        browser = self.start_browser()
+        browser.wait(lambda report: report.media == PAUSED and report.play_time > 0)
+        browser.call("play")
+        browser.wait(lambda report: report.media == PLAYING)
+
+
+class ReferencePlayer(Contract, PlayerTest):
+    def start_player(self):
+        return self.enterContext(stand.Player(PROGRAMS, self.directory, "--clock-load-time", "0",
+                                              "--clock-seek-time", "0"))
+
+
+class SamplePlayer(Contract, PlayerTest):
+    def start_player(self):
+        return self.enterContext(stand.Process([sys.executable, EXAMPLES / "player.py"],
+                                               self.directory, "player"))
+
+    def test_the_stand_in_drives_it(self):
+        player = self.start_player()
+        browser = self.enterContext(stand.Browser(PROGRAMS, self.directory))
+        browser.ask("wait-player 10")
+        browser.tell("load clock:4")
+        loaded = browser.ask("wait-status paused 10")
+        self.assertEqual((loaded["position"], loaded["duration"]), (0, 4000))
+        browser.tell("play")
+        first = browser.ask("wait-position 1 10")
+        last = browser.ask(f"wait-position {first['position'] + 1000} 10")
+        pace = (last["position"] - first["position"]) / (last["time"] - first["time"])
+        self.assertAlmostEqual(pace, 1, delta=0.3)
+        browser.tell("pause")
+        paused = browser.ask("wait-status paused 10")
+        browser.tell("wait 0.5")
+        self.assertEqual(browser.status()["position"], paused["position"])
+        browser.tell("seek 3.5")
+        browser.until("the seek", lambda status: status["position"] == 3500)
+        browser.tell("play")
+        self.assertEqual(browser.ask("wait-status ended 10")["position"], 4000)
+        for line in "volume 0.5", "mute on", "size 640 360", "cancel-load":
+            browser.tell(line)
+        browser.ask("wait-status idle 10")
+        self.assertEqual(browser.quit(), 0)
+        self.assertIsNone(player.child.poll())
+
+    def test_frames_that_are_none_cost_their_sender_the_connection(self):
+        player = self.start_player()
+        browser = self.start_browser()
+        seek = wire.request("seek", ("ms", 1))
+        for bad in (wire.number(0), wire.number(-1), wire.number(2097153), wire.number(-2147483648),
+                    wire.framed(b"\0\0\0F" + seek[8:]), wire.framed(b"\0\0\0Gplay"),
+                    wire.framed(seek[4:-4]), wire.framed(seek[4:-5]), wire.framed(b"\0\0\0G"),
+                    seek.replace(b"i\0\0\0", b"x\0\0\0"), seek.replace(b"i\0\0\0", b"iiii"),
+                    seek.replace(b"i\0\0\0", b"b\0\0\0"), seek.replace(b"\0\0\0H", b"\0\0\0I"),
+                    wire.request("seek"), wire.request("seek", ("ms", "1")),
+                    wire.request("load", ("url", 7)), bytes(range(256)) * 256, seek[:20]):
+            with self.subTest(bad[:40]):
+                lines = player.log_text().count("\n")
+                self.assertIsNone(browser.send(bad))
+                self.assertGreater(player.log_text().count("\n"), lines)
+                self.assertEqual(browser.send(wire.request("play")), b"")
+        self.assertEqual(browser.send(wire.request("unknown", ("a", None))), b"")
+        self.assertNotIn("Traceback", player.log_text())
+
+    def test_a_browser_whose_answers_are_none_is_left_and_found_again(self):
+        player = self.start_player()
+        with socket.create_server(("127.0.0.1", wire.STATE_PORT)) as listener:
+            listener.settimeout(20)
+            for answer in (wire.number(-1), wire.number(2097153), wire.number(8) + b"short", b""):
+                with listener.accept()[0] as state:
+                    wire.Report.of(wire.receive_frame(state))
+                    state.sendall(answer)
+                    state.shutdown(socket.SHUT_WR)
+                    self.assertRaises(ConnectionError, wire.receive, state, 1000000)
+        self.assertGreaterEqual(player.log_text().count("the state connection is closed"), 3)
+        self.start_browser().wait(lambda report: report.media == IDLE)
+
+
+class MediaEnds(PlayerTest):
+    """The reference player's GStreamer engine, and a file that is longer than it says."""
+
+    def make_audio(self):
+        path = pathlib.Path(self.directory) / "long.webm"
+        subprocess.run(["gst-launch-1.0", "-q", *(
+            "audiotestsrc samplesperbuffer=1764 num-buffers=40 ! audio/x-raw,rate=44100 ! "
+            f"audioconvert ! vorbisenc ! webmmux ! filesink location={path}").split()],
+            check=True, timeout=60)
+        data = bytearray(path.read_bytes())
+        at = data.index(b"\x44\x89\x88") + 3  # its duration
+        self.assertAlmostEqual(struct.unpack_from(">d", data, at)[0], 1600, delta=50)
+        struct.pack_into(">d", data, at, 800.0)
+        path.write_bytes(data)
+        return path
+
+    def test_the_position_stays_within_the_duration(self):
+        self.enterContext(stand.Player(PROGRAMS, self.directory, engine="gstreamer"))
+        browser = self.start_browser()
+        browser.connect()
+        browser.call("load", ("url", str(self.make_audio())))
+        browser.wait(lambda report: report.media == PAUSED and report.end_time == 800)
+        browser.call("play")
+        ended = browser.wait(lambda report: report.media == ENDED)
+        self.assertEqual(ended.play_time, ended.end_time)
+
+
+if __name__ == "__main__":
+    unittest.main()

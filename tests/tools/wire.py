@@ -1,0 +1,161 @@
+"""The frames between browser and player, made and read by code that shares nothing with either."""
+
+import socket
+import struct
+import threading
+import time
+from typing import NamedTuple
+
+COMMAND_PORT = 56911
+STATE_PORT = 56910
+EMPTY_RECORD = b"\0\0\0H" + bytes(4)
+
+
+def text(value):
+    """Bytes or text with the zeros behind it."""
+    value = value.encode() if isinstance(value, str) else value
+    return value + bytes(4 - len(value) % 4)
+
+
+def number(value):
+    return struct.pack("<i", value)
+
+
+def framed(payload):
+    return number(len(payload)) + payload
+
+
+def request(method, *arguments):
+    """The frame of a call with these names and values: an int, a text, or None for a null text."""
+    kinds = {int: "i", str: "s", bytes: "s", type(None): "n"}
+    record = text("".join(kinds[type(value)] for _, value in arguments))
+    for name, value in arguments:
+        record += text(name)
+        if value is not None:
+            record += number(value) if isinstance(value, int) else text(value)
+    return framed(b"\0\0\0G" + text(method) + b"\0\0\0H" + record)
+
+
+def receive(connection, count):
+    data = b""
+    while len(data) < count:
+        part = connection.recv(count - len(data))
+        if not part:
+            raise ConnectionError("the connection has ended")
+        data += part
+    return data
+
+
+def receive_frame(connection):
+    """What follows the length word."""
+    return receive(connection, struct.unpack("<i", receive(connection, 4))[0])
+
+
+class Report(NamedTuple):
+    """What a SetStatus tells, and when it came."""
+    time: float
+    play_time: int
+    end_time: int
+    speed: int
+    volume: int
+    media: int
+    width: int
+    height: int
+    in_seek: int
+    total_high: int
+    total_low: int
+    offset_high: int
+    offset_low: int
+
+    @classmethod
+    def of(cls, payload):
+        start = b"\0\0\0G" + text("SetStatus") + b"\0\0\0H" + text("i" * 12)
+        assert payload.startswith(start), payload
+        at = len(start)
+        values = []
+        for _ in range(12):
+            at += len(text(payload[at:payload.index(b"\0", at)]))
+            values.append(struct.unpack_from("<i", payload, at)[0])
+            at += 4
+        assert at == len(payload), payload
+        return cls(time.monotonic(), *values)
+
+
+class Browser:
+    """A browser made of sockets: sends commands and collects the reports, with a pause before each
+    is answered, so that one is nearly always under way."""
+
+    def __init__(self, pause=0.0):
+        self.pause = pause
+        self.reports = []
+        self.listener = socket.create_server(("127.0.0.1", STATE_PORT))
+        self.serving = None
+        self.commands = None
+        self.ending = False
+        self.server = threading.Thread(target=self._serve)
+        self.server.start()
+
+    def _serve(self):
+        while not self.ending:
+            try:
+                self.serving, _ = self.listener.accept()
+                with self.serving:
+                    self._take_reports()
+            except OSError:
+                pass  # the player has gone, or this browser ends
+
+    def _take_reports(self):
+        while True:
+            report = Report.of(receive_frame(self.serving))
+            time.sleep(self.pause)
+            self.reports.append(report)
+            self.serving.sendall(framed(EMPTY_RECORD))
+
+    def connect(self, seconds=20):
+        """To the player's commands, when it listens."""
+        end = time.monotonic() + seconds
+        while self.commands is None:
+            try:
+                self.commands = socket.create_connection(("127.0.0.1", COMMAND_PORT), seconds)
+            except ConnectionRefusedError:
+                assert time.monotonic() < end, "no player listens"
+                time.sleep(0.02)
+
+    def send(self, data):
+        """Sends bytes and takes one answer; None when the player closes instead."""
+        try:
+            self.connect()
+            self.commands.sendall(data)
+            return receive_frame(self.commands)
+        except ConnectionError:
+            self.commands.close()
+            self.commands = None
+            return None
+
+    def call(self, method, *arguments):
+        """The number of reports that were taken before the answer came."""
+        assert self.send(request(method, *arguments)) is not None, method
+        return len(self.reports)
+
+    def wait(self, condition, after=0, seconds=20):
+        """The first report behind that many that fulfils the condition."""
+        end = time.monotonic() + seconds
+        while True:
+            for report in self.reports[after:]:
+                if condition(report):
+                    return report
+            assert time.monotonic() < end, f"not among {self.reports[after:]}"
+            time.sleep(0.002)
+
+    def __enter__(self):
+        return self
+
+    def __exit__(self, *_):
+        self.ending = True
+        for connection in (self.listener, self.serving):
+            if connection is not None and connection.fileno() >= 0:
+                connection.shutdown(socket.SHUT_RDWR)
+        self.server.join()
+        self.listener.close()
+        if self.commands is not None:
+            self.commands.close()
