@@ -71,9 +71,6 @@ public:
     // Whether the receive side listens.
     bool IsBound() const { return mBound; }
 
-    // Whether the receive side listens.
-    bool IsBound() const { return mBound; }
-
     // Offers a method to the peer, also while the channel serves. The name is copied and cut to 63
     // characters. A name registered twice keeps both entries; the first one is called.
     void Register(const char* method, IPCHandler handler);
