@@ -18,14 +18,14 @@ constexpr std::size_t kNameLimit = 256;
 void ReplaceText(SymbolRecords& records, SymInfo& info, const char* text)
     TAVI_REQUIRES(records.lock)
 {
+    auto retired = records.IsHeld() ? std::make_unique<SymInfo>() : nullptr;
     char* const former = std::exchange(info.mStringValue, NewText(text));
-    if (!records.IsHeld()) {
+    if (retired == nullptr) {
         delete[] former;
         return;
     }
-    auto* const retired = new SymInfo;
     retired->mStringValue = former;
-    records.Retire(retired);
+    records.Retire(retired.release());
     records.Changed();
 }
 }  // namespace
