@@ -143,6 +143,8 @@ CmdInfo* CmdListMgr::GetMatch(const CmdParser* line)
 void CmdListMgr::Dispatch(CmdParser* line, char* result)
 {
     const RegistryHold<CommandRecords> hold(mRecords.get());
+    // The lock is not held while a handler runs, so each may have removed those that follow. Under
+    // the hold no record's address is used again.
     for (CmdInfo* info : mRecords->FindAll(line->GetCommand())) {
         if (mRecords->IsRegistered(info)) {
             info->mHandler(line, info, result);

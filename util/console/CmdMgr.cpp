@@ -12,7 +12,6 @@
 #include "util/console/language/BlockReader.h"
 #include "util/console/language/BlockTree.h"
 #include "util/console/language/IntegerOperation.h"
-#include "util/console/language/Print.h"
 #include "util/os_linux/Singleton.h"
 
 std::atomic<CmdMgr*> CmdMgr::sCmdMgr{nullptr};

@@ -65,7 +65,9 @@ private:
     StaticLock mStartLock;  // one Start at a time
     std::unique_ptr<Thread> mThread TAVI_GUARDED_BY(mStartLock);
 
-    StaticLock mStateLock;  // held to change the two together
+    // Held to change the two together: a Stop beside the loop's end would otherwise raise the
+    // signal for the next loop.
+    StaticLock mStateLock;
     std::atomic<bool> mStop;
     std::atomic<bool> mServing;  // from Start, or Run, until the loop has ended
 

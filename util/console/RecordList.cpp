@@ -84,6 +84,7 @@ void RecordList::Release()
     }
 }
 
+// Whoever held the list at the beginning has let go once it was idle; others may have come since.
 void RecordList::WaitUntilReleased()
 {
     bool first = true;

@@ -12,8 +12,8 @@
 #include "util/console/CmdListMgr.h"
 #include "util/console/CmdMgr.h"
 #include "util/console/CmdParser.h"
-#include "util/console/language/IntegerOperation.h"
 #include "util/console/SymListMgr.h"
+#include "util/console/language/IntegerOperation.h"
 
 namespace {
 CmdMgr& Console()

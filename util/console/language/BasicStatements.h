@@ -1,5 +1,5 @@
-// Internal. What the built-in words do, one function a word; PRINT has a file of its own. Each is a
-// StatementFunction.
+// Internal. What the built-in words do, one function a word; PRINT has a source of its own. Each is
+// a StatementFunction.
 #ifndef UTIL_CONSOLE_LANGUAGE_BASICSTATEMENTS_H
 #define UTIL_CONSOLE_LANGUAGE_BASICSTATEMENTS_H
 
@@ -17,6 +17,7 @@ int String(StatementContext& context, CmdParser& line, char* result);
 int Float(StatementContext& context, CmdParser& line, char* result);
 int Pointer(StatementContext& context, CmdParser& line, char* result);
 int Free(StatementContext& context, CmdParser& line, char* result);
+int Print(StatementContext& context, CmdParser& line, char* result);
 int Sleep(StatementContext& context, CmdParser& line, char* result);
 
 // a op b, with the operation that stands in the line, or with another.

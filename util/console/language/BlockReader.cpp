@@ -35,7 +35,9 @@ bool BlockReader::IsFull() const
     return mLines > CmdLanguage::kMaxBlockLines || mText > CmdLanguage::kMaxBlockText;
 }
 
-// False when the lines end before the block's END.
+// False when the lines end before the block's END. What is beyond a limit is read all the same,
+// since its lines would otherwise run as statements of their own. A block that is nested too deep
+// keeps its first line only, so that running it fails where it stands.
 bool BlockReader::ReadBody(CmdBlock* block, CmdParser* line, CmdBlock* parent)
 {
     block->mCommand = line;

@@ -137,7 +137,7 @@ bool BlockRunner::IsCommandWord(BlockStep& step)
 
 int BlockRunner::RunPlain(BlockStep& step, char* result)
 {
-    mHold.reset();
+    mHold.reset();  // a statement may last, and what is removed meanwhile would gather
     const int code = RunStatement(*step.statement, mContext, *step.line, result);
     if (step.lineGeneration != step.line->GetGeneration()) {
         step.PrepareLine();

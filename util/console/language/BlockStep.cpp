@@ -53,7 +53,7 @@ BlockStep::BlockStep(const CmdBlock& entry, int depth) : line(entry.mCommand)
 void BlockStep::PrepareLine()
 {
     kind = Kind::kPlain;
-    generation = 0;
+    generation = 0;  // of no table: what was resolved for the former line is not used
     commandGeneration = 0;
     lineGeneration = line->GetGeneration();
     isElse = BlockWordOf(*line) == BlockWord::kElse;

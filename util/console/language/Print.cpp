@@ -1,11 +1,11 @@
-#include "util/console/language/Print.h"
-
+// The statement PRINT.
 #include <cstdio>
 
 #include "util/console/CmdLanguage.h"
 #include "util/console/CmdParser.h"
 #include "util/console/SymListMgr.h"
 #include "util/console/SymbolRecords.h"
+#include "util/console/language/BasicStatements.h"
 #include "util/console/language/ResultText.h"
 
 namespace {

@@ -11,7 +11,6 @@
 #include "util/console/SymListMgr.h"
 #include "util/console/language/BasicStatements.h"
 #include "util/console/language/IntegerOperation.h"
-#include "util/console/language/Print.h"
 
 namespace {
 int DoNothing(StatementContext& /*context*/, CmdParser& /*line*/, char* /*result*/)

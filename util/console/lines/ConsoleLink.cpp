@@ -126,6 +126,7 @@ int ConsoleLink::AcceptClient()
             return 0;
         }
         DropClient();
+        // Who says nothing at all is no reason to end: the next one may.
         if (mStop.IsRaised() || (outcome == Read::kShort && !mSettings.tolerant)) {
             break;
         }
@@ -140,7 +141,7 @@ int ConsoleLink::Accept()
     while (mStop.Wait(mListener, POLLIN, kNoLimit) != StopSignal::kStopped) {
         const int client = AcceptSocket(mListener, nullptr, nullptr);
         if (client >= 0) {
-            const int on = 1;
+            const int on = 1;  // a prompt is all there is to send: it waits for nothing
             setsockopt(client, IPPROTO_TCP, TCP_NODELAY, &on, sizeof(on));
             return client;
         }

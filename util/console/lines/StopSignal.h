@@ -22,6 +22,7 @@ public:
     // Raising wakes the waiter, and every later wait returns at once until the signal is cleared.
     void Raise();
     void Clear();
+    // Relaxed, since nothing is handed over with it: a loop only has to see it soon.
     bool IsRaised() const { return mRaised.load(std::memory_order_relaxed); }
 
     // Waits for one of the poll events on the descriptor, at most the milliseconds (negative: no
