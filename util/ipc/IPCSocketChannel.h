@@ -49,8 +49,8 @@ public:
     // Stops serving when it does. REQUIRES: no call in progress.
     ~IPCSocketChannel() override;
 
-    // Both may be called while the channel serves: an accepted connection stays, and who waits for
-    // one waits on the new socket, which is bound for him.
+    // Both may be called while the channel serves: an accepted connection stays, and a serving
+    // thread that waits for one binds the new socket and goes on waiting.
     int Open() override;
     int Close() override;  // also ends a call that waits for its reply
 
@@ -70,9 +70,10 @@ public:
     void Quit() override;
 
     // -1 also when the reply did not come in time: a call takes no longer than the reply time-out,
-    // connecting and waiting for other calls included. A late reply is dropped when it comes; when
-    // the stream can no longer be trusted, the connection is shut down and calls fail until Reopen.
-    // A request whose frame is above 2 MB is refused, since no peer would answer it.
+    // connecting and waiting for other calls included. (One whose time ran out behind others still
+    // sends its request.) A late reply is dropped when it comes; when the stream can no longer be
+    // trusted, the connection is shut down and calls fail until Reopen. A request whose frame is
+    // above 2 MB is refused, since no peer would answer it.
     int Call(const char* method, IPCParam* request, IPCParam* reply) override;
     int CallWithoutReturn(const char* method, IPCParam* request) override;
 
