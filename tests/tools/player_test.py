@@ -50,6 +50,8 @@ class Contract:
             media.append((browser.call("load", ("url", f"clock:0.00{length}")), length))
             browser.wait(lambda report: report.end_time == length, media[-1][0])
             browser.call("play")
+            if turn % 10 == 0:
+                browser.wait(lambda report: report.media == ENDED, media[-1][0])
             time.sleep(turn % 8 * 0.0015)  # the next load comes before, at or after the end
         media.append((len(browser.reports), 0))
         for (start, length), (end, next_length) in zip(media, media[1:]):
