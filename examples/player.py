@@ -14,8 +14,7 @@ import struct
 import threading
 import time
 
-PATIENCE = 2  # seconds for the rest of a frame, and for the browser's answer
-PROGRESS, HEARTBEAT, RETRY = 0.25, 1, 0.25  # seconds
+PATIENCE, PROGRESS, HEARTBEAT, RETRY = 2, 0.25, 1, 0.25  # seconds; the first for whole frames
 IDLE, PAUSED, PLAYING, ENDED, UNSUPPORTED = 1, 3, 4, 6, 101  # media status codes
 
 
@@ -46,8 +45,7 @@ def parse(payload):
     method, at = text(4)
     if payload[:4] != b"\0\0\0G" or payload[at:at + 4] != b"\0\0\0H":
         raise ValueError("a wrong method code or start code")
-    types, at = text(at + 4)
-    arguments = {}
+    (types, at), arguments = text(at + 4), {}
     for code in types.decode("latin-1"):
         (name, at), value = text(at), None
         if code == "s":
@@ -106,13 +104,15 @@ class Player:
         payload += b"".join(padded(b"a") + struct.pack("<i", value) for value in values)
         return struct.pack("<i", len(payload)) + payload
 
-    def push(self, browser):
-        replies = browser.makefile("rb")
+    def push(self, browser, replies):
         while True:
             with self.changed:  # a command waits, so that its answer comes after that of the report
                 browser.sendall(self.report())
                 read_frame(replies)
-                self.changed.wait(PROGRESS if self.status == PLAYING else HEARTBEAT)
+                moving = self.status == PLAYING and self.speed
+                rest = self.duration - self.position if self.speed > 0 else self.position
+                to_the_end = rest / abs(10 * self.speed or 1) + 0.001
+                self.changed.wait(min(PROGRESS, to_the_end) if moving else HEARTBEAT)
 
 
 class Commands(socketserver.StreamRequestHandler):
@@ -141,7 +141,7 @@ if __name__ == "__main__":
         while True:
             try:
                 with socket.create_connection((browser, 56910), PATIENCE) as connection:
-                    server.player.push(connection)
+                    server.player.push(connection, connection.makefile("rb"))
             except ConnectionRefusedError:
                 pass  # no browser yet
             except (OSError, ValueError) as error:

@@ -50,6 +50,8 @@ class Contract:
             media.append((browser.call("load", ("url", f"clock:0.00{length}")), length))
             browser.wait(lambda report: report.end_time == length, media[-1][0])
             browser.call("play")
+            if turn % 10 == 0:
+                browser.wait(lambda report: report.media == ENDED, media[-1][0])
             time.sleep(turn % 8 * 0.0015)  # the next load comes before, at or after the end
         media.append((len(browser.reports), 0))
         for (start, length), (end, next_length) in zip(media, media[1:]):
@@ -123,8 +125,10 @@ class Contract:
 
 class ReferencePlayer(Contract, PlayerTest):
     def start_player(self):
-        return self.enterContext(stand.Player(PROGRAMS, self.directory, "--clock-load-time", "0",
-                                              "--clock-seek-time", "0"))
+        player = self.enterContext(stand.Player(PROGRAMS, self.directory, "--clock-load-time", "0",
+                                                "--clock-seek-time", "0"))
+        self.addCleanup(lambda: self.assertEqual(player.end(), 0))
+        return player
 
 
 class SamplePlayer(Contract, PlayerTest):
@@ -212,7 +216,8 @@ class MediaEnds(PlayerTest):
         browser = self.start_browser()
         browser.connect()
         browser.call("load", ("url", str(self.make_audio())))
-        browser.wait(lambda report: report.media == PAUSED and report.end_time == 800)
+        # A demuxer that reads ahead may know a little better by now.
+        browser.wait(lambda report: report.media == PAUSED and report.end_time >= 800)
         browser.call("play")
         ended = browser.wait(lambda report: report.media == ENDED)
         self.assertEqual(ended.play_time, ended.end_time)

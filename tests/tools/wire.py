@@ -144,7 +144,7 @@ class Browser:
             for report in self.reports[after:]:
                 if condition(report):
                     return report
-            assert time.monotonic() < end, f"not among {self.reports[after:]}"
+            assert time.monotonic() < end, f"not among {self.reports[after:][-5:]}"
             time.sleep(0.002)
 
     def __enter__(self):
