@@ -21,7 +21,8 @@ TEST(Exports, OnlyThePublicInterfaceIsVisible)
         "|CmdHistory|CmdBlock|SHA1Calculator|MCrc32|HTML5VideoClient|tavi::Allocator"
         "|tavi::HashFunction<char const\\*>)(::.*)?"
         "|html5_video_(client_(init|load|cancel_load|play|pause|seek|setRate|setVolume|setSize"
-        "|setMuted)|get_(status|video_dimension))"
+        "|setMuted|is_connected|reconnect|get_event_fd|get_last_result|set_reply_timeout|set_log)"
+        "|get_(status|video_dimension)|media_status_text)"
         "|Logger_Print|NanoSleep|Sleep|MSleep|USleep|SetStatus_IPC\\(IPCParam\\*\\)"
         "|SHA1(Init|Update|Final|Transform)\\(.*\\)|crc_table"
         "|(typeinfo (name )?for |vtable for )?CmdClient<ThreadList>(::.*)?");

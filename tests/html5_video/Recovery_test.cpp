@@ -182,6 +182,7 @@ TEST_F(RecoveryTest, ManyThreadsLookWhilePlayersComeAndGo)
         RawPeer peer = RawPeer::Connect(kStatusPort);
         Push(peer, life);
         EXPECT_TRUE(IsConnected());
+        html5_video_client_reconnect();  // for nothing
         peer.Close();
         ASSERT_TRUE(WaitUntil([] { return !IsConnected(); }));
         html5_video_client_reconnect();

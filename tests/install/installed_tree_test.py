@@ -69,7 +69,7 @@ class InstalledTree(unittest.TestCase):
             text = header.read_text()
             name = header.relative_to(root)
             self.assertRegex(text.splitlines()[0], r"^(//|/\*) Public\. ", name)
-            line = f'#include "{name}"\n'
+            line = f'#include "{name}"\nextern int unit;\n'
             run(CXX, "-std=c++17", *STRICT, "-fsyntax-only", "-x", "c++", "-", f"-I{root}",
                 input=line)
             if "Plain C" in text:

@@ -161,19 +161,23 @@ void* IPCSocketChannel::ChannelThread(void* channel)
 
 void IPCSocketChannel::Serve()
 {
-    // However the serving ends: a thread of the host's that is cancelled inside Run unwinds here.
+    // A thread of the host's that is cancelled inside Run unwinds here. Once serving has ended by
+    // itself another thread may have been started, whose state this one must not touch.
     struct End
     {
         IPCSocketChannel& channel;
+        bool pending;
         ~End()
         {
-            const CancelGuard guard;
-            channel.DropConnection();
-            channel.mRunning = false;
-            channel.SetConnected(false);
+            if (pending) {
+                const CancelGuard guard;
+                channel.DropConnection();
+                channel.mRunning = false;
+                channel.SetConnected(false);
+            }
         }
     };
-    const End end = {*this};
+    End end = {*this, true};
     if (mEvent < 0) {
         mEvent = OpenEvent();
     }
@@ -182,12 +186,11 @@ void IPCSocketChannel::Serve()
         return;
     }
     DrainEvent();
-    bool next = true;
-    while (next) {
+    while (end.pending) {
         AcceptConnection();
         ServeConnection();
         DropConnection();
-        next = ServesNext();
+        end.pending = ServesNext();
         SetConnected(false);
     }
 }
