@@ -2,51 +2,30 @@
 // prescribes for it. Nothing here touches messages or the document: what the page asked for comes
 // as calls, what the player did comes as reports, and events are dispatched at the element.
 
-const NETWORK_EMPTY = 0;
-const NETWORK_IDLE = 1;
-const NETWORK_LOADING = 2;
-const NETWORK_NO_SOURCE = 3;
-
-const HAVE_NOTHING = 0;
-const HAVE_METADATA = 1;
-const HAVE_CURRENT_DATA = 2;
-const HAVE_FUTURE_DATA = 3;
-const HAVE_ENOUGH_DATA = 4;
-
 const MAX_RATE = 16;              // the player's
 const TIMEUPDATE_INTERVAL = 200;  // ms, at least
 const PROGRESS_INTERVAL = 350;    // ms, at least
 const LENGTH_WAIT = 1000;         // ms until media without a length has none
-const MAX_AHEAD = 2000;           // ms that the position runs on without a report
-const SEEK_NEAR = 0.5;            // seconds from its target, where a seek has surely arrived
+const PAUSE_LIMIT = 500;          // ms after which a player that is paused should have heard of it
+const SEEK_NEAR = 0.05;           // seconds from its target, where a seek has surely arrived
 const SEEK_LIMIT = 1000;          // ms after which any position is where it arrived
 
-class MediaState {
+class MediaState extends MediaLoading {
     constructor(element, player, tasks) {
-        Object.assign(this, {element, player, tasks});
-        this.networkState = NETWORK_EMPTY;
-        this.readyState = HAVE_NOTHING;
-        this.error = null;
-        this.currentSrc = '';
-        this.url = '';        // of the media resource, for the player
-        this.selection = 0;   // counts resource selections: an older one has been aborted
-        this.candidate = null;         // the source element that is tried
-        this.waitsForSource = false;   // all were tried
-        this.isStandingBy = false;     // nothing is loaded until it must be
-        this.paused = true;
-        this.canAutoplay = true;
+        super(element, player, tasks);
         this.promises = [];  // of play, pending
+        this.pausedAt = 0;   // ms
         this.playbackRate = 1;
         this.defaultPlaybackRate = 1;
         this.volume = 1;
         this.muted = element.hasAttribute('muted');
         this.width = 0;  // of the element on the page, pixels
         this.height = 0;
+        this.defaultStart = 0;  // seconds: where to begin, asked for before there is a media
         this.forgetMedia();
     }
 
-    // ---- Loading ----
-
+    // Nothing of the media that was loaded counts any more.
     forgetMedia() {
         this.duration = NaN;
         this.videoWidth = 0;
@@ -58,154 +37,11 @@ class MediaState {
         this.isAway = false;      // known, but not in the player at the moment
         this.isBuffering = false;
         this.hasEnded = false;
-        this.defaultStart = 0;
-        this.position = {time: 0, at: 0, speed: 0};  // seconds; at, in ms; per second
-        this.official = null;     // the position that the running script sees
-        this.playedRanges = new Ranges();
-        this.playedFrom = null;
-        this.heldAt = null;       // where it was paused
+        this.position = new Position();
         this.bufferedFrom = 0;
         this.offset = this.total = 0;  // bytes
         this.lastTimeupdate = this.lastProgress = 0;
         this.loadedAt = 0;
-    }
-
-    load() {
-        this.selection++;
-        this.tasks.cancel(this);
-        if (this.networkState === NETWORK_LOADING || this.networkState === NETWORK_IDLE) {
-            this.queueEvent('abort');
-        }
-        if (this.networkState !== NETWORK_EMPTY) {
-            this.unload();
-        }
-        this.setPlaybackRate(this.defaultPlaybackRate);
-        this.error = null;
-        this.canAutoplay = true;
-        this.selectResource();
-    }
-
-    unload() {
-        this.queueEvent('emptied');
-        const moved = this.currentTime !== 0;
-        this.player.release(this);
-        this.readyState = HAVE_NOTHING;
-        if (!this.paused) {
-            this.paused = true;
-            this.rejectPlay(this.takePromises(), 'AbortError', 'The media was replaced');
-        }
-        this.forgetMedia();
-        if (moved) {
-            this.queueEvent('timeupdate');
-        }
-    }
-
-    selectResource() {
-        const selection = ++this.selection;
-        this.networkState = NETWORK_NO_SOURCE;
-        this.candidate = null;
-        this.waitsForSource = false;
-        this.isStandingBy = false;
-        queueMicrotask(() => selection === this.selection && this.chooseResource());
-    }
-
-    chooseResource() {
-        const source = nextSource(this.element.firstElementChild);
-        if (!this.element.hasAttribute('src') && !source) {
-            this.networkState = NETWORK_EMPTY;
-            return;
-        }
-        this.networkState = NETWORK_LOADING;
-        this.queueEvent('loadstart');
-        if (!this.element.hasAttribute('src')) {
-            this.tryCandidate(source);
-            return;
-        }
-        const url = resolve(this.element.getAttribute('src'));
-        if (url) {
-            this.fetch(url);
-        } else {
-            this.fail();
-        }
-    }
-
-    tryCandidate(source) {
-        this.candidate = source;
-        const url = resolve(source.getAttribute('src'));
-        const type = source.getAttribute('type');
-        if (url && (!type || canPlay(type))) {
-            this.fetch(url);
-        } else {
-            this.failCandidate();
-        }
-    }
-
-    failCandidate() {
-        const {candidate, selection} = this;
-        this.tasks.post(this, () => candidate.dispatchEvent(new Event('error')));
-        queueMicrotask(() => {
-            if (selection === this.selection) {
-                this.waitsForSource = true;
-                this.networkState = NETWORK_NO_SOURCE;
-                this.tryNextCandidate();
-            }
-        });
-    }
-
-    tryNextCandidate() {
-        const next = nextSource(this.candidate.nextElementSibling);
-        if (next) {
-            this.waitsForSource = false;
-            this.networkState = NETWORK_LOADING;
-            this.tryCandidate(next);
-        }
-    }
-
-    // A source element has become a child of this element.
-    onSource() {
-        if (this.waitsForSource) {
-            this.tryNextCandidate();
-        } else if (this.networkState === NETWORK_EMPTY && !this.element.hasAttribute('src')) {
-            this.selectResource();
-        }
-    }
-
-    fetch(url) {
-        this.currentSrc = url;
-        this.url = url.replace(/#.*/, '');
-        if (this.element.preload === 'none' && this.paused && !this.isEligibleForAutoplay()) {
-            this.standBy();
-        } else {
-            this.player.request(this);
-        }
-    }
-
-    standBy() {
-        this.isStandingBy = true;
-        this.networkState = NETWORK_IDLE;
-        this.queueEvent('suspend');
-    }
-
-    // What it waited for has come.
-    wake() {
-        if (this.isStandingBy) {
-            this.isStandingBy = false;
-            this.networkState = NETWORK_LOADING;
-            this.player.take(this);
-        }
-    }
-
-    // Nothing that could be played was found.
-    fail() {
-        const promises = this.takePromises();
-        const reject = () => this.rejectPlay(promises, 'NotSupportedError', 'No playable source');
-        this.tasks.post(this, () => {
-            this.error = new PlaybackError(MediaError.MEDIA_ERR_SRC_NOT_SUPPORTED,
-                'The media is missing, or of an unknown format');
-            this.networkState = NETWORK_NO_SOURCE;
-            this.dispatch('error');
-            reject();
-        }, reject);
     }
 
     // ---- What the player tells ----
@@ -219,33 +55,32 @@ class MediaState {
 
     // Another element plays now.
     onTaken() {
+        this.position.stop();
+        this.pause();
         if (this.readyState === HAVE_NOTHING) {
             this.standBy();
             return;
         }
-        this.stopRunning();
-        this.pause();
-        this.leave();
         this.networkState = NETWORK_IDLE;
+        this.leave();
+        this.finishSeekSoon();
     }
 
     // The player has died; there will be another.
     onLost() {
-        this.stopRunning();
+        this.position.stop();
         this.leave();
     }
 
+    // The media is known, but not in the player at the moment.
     leave() {
         this.isAway = this.readyState !== HAVE_NOTHING;
-        if (this.seek) {
-            this.seek = null;
-            this.finishSeekSoon();
-        }
+        this.seek = null;
         this.updateReadyState();
     }
 
     onFailure(status) {
-        this.stopRunning();
+        this.position.stop();
         this.player.release(this);
         if (this.readyState !== HAVE_NOTHING) {
             this.failFatally(status);
@@ -262,6 +97,7 @@ class MediaState {
             decode ? MediaError.MEDIA_ERR_DECODE : MediaError.MEDIA_ERR_NETWORK,
             decode ? 'The media is damaged' : 'The player or its source is gone');
         this.networkState = NETWORK_IDLE;
+        this.readyState = HAVE_METADATA;
         this.queueEvent('error');
     }
 
@@ -344,7 +180,8 @@ class MediaState {
         if (report.mediaStatus === STATUS_ENDED) {
             this.setPosition(report.speed < 0 ? 0 : this.duration);
             this.onEnd();
-        } else if (!isPlaying || !this.paused) {  // else, the pause is still on its way
+        } else if (!isPlaying || !this.paused || performance.now() - this.pausedAt > PAUSE_LIMIT) {
+            // Else, the pause is still on its way.
             this.setPosition(report.playTime / 1000, isPlaying ? report.speed / 100 : 0);
             this.noteTime(isPlaying);
         }
@@ -422,10 +259,6 @@ class MediaState {
         }
     }
 
-    isEligibleForAutoplay() {
-        return this.canAutoplay && this.paused && this.element.autoplay;
-    }
-
     isPotentiallyPlaying() {
         return !this.paused && !this.hasEnded && !this.error &&
             this.readyState >= HAVE_FUTURE_DATA;
@@ -484,8 +317,9 @@ class MediaState {
         if (this.paused) {
             return;
         }
-        this.stopRunning();
+        this.position.stop();
         this.paused = true;
+        this.pausedAt = performance.now();
         const promises = this.takePromises();
         const reject = () => this.rejectPlay(promises, 'AbortError', 'The media was paused');
         this.tasks.post(this, () => {
@@ -520,8 +354,7 @@ class MediaState {
             return;
         }
         const target = Math.min(Math.max(time, 0), this.duration);
-        this.stopRunning();
-        this.heldAt = null;
+        this.position.leap();
         this.seeking = true;
         this.hasEnded = false;
         this.queueEvent('seeking');
@@ -536,10 +369,12 @@ class MediaState {
     }
 
     seekPlayer(target) {
-        this.seek = {id: this.player.seek(target), target, isSeen: false, doneAt: 0};
+        this.seek = {id: this.player.seek(target), target, sentAt: performance.now(),
+            doneAt: 0, isSeen: false};
     }
 
-    // The player has arrived when it is near, or was seen to seek and does no more.
+    // The player has arrived when it is at the target, or has played on from there, or was seen to
+    // seek and does no more. That it has answered the command says nothing yet.
     checkSeek(report) {
         const seek = this.seek;
         if (report.done < seek.id) {
@@ -552,7 +387,9 @@ class MediaState {
             return;
         }
         const time = report.playTime / 1000;
-        const isNear = Math.abs(time - seek.target) <= SEEK_NEAR;
+        const speed = report.mediaStatus === STATUS_PLAYING ? Math.abs(report.speed) / 100 : 0;
+        const playedOn = (now - seek.sentAt) / 1000 * speed;
+        const isNear = Math.abs(time - seek.target) <= SEEK_NEAR + playedOn;
         if (isNear || seek.isSeen || now - seek.doneAt > SEEK_LIMIT) {
             this.seek = null;
             this.isAway = false;
@@ -582,52 +419,15 @@ class MediaState {
     }
 
     setPosition(time, speed = 0) {
-        const before = this.runningTime();
-        const clamped = Math.min(Math.max(time, 0), this.duration || 0);
-        // A report is a little older than what ran on since the last one: time does not go back.
-        const isJitter = speed > 0 && this.position.speed > 0 && clamped < before &&
-            before - clamped < SEEK_NEAR;
-        if (speed !== 0 && this.playedFrom === null) {
-            const isResumed = this.heldAt !== null && Math.abs(this.heldAt - clamped) < SEEK_NEAR;
-            this.playedFrom = isResumed ? this.heldAt : clamped;
-            this.heldAt = null;
-        } else if (speed === 0) {
-            this.notePlayed();
-        }
-        this.position = {time: isJitter ? before : clamped, at: performance.now(), speed};
-        this.official = null;
+        this.position.set(time, speed, this.duration);
     }
 
-    runningTime() {
-        const {time, at, speed} = this.position;
-        const ahead = Math.min(performance.now() - at, MAX_AHEAD);
-        return Math.min(Math.max(time + ahead * speed / 1000, 0), this.duration || 0);
+    isAwaitingPlayer() {
+        return this.readyState === HAVE_NOTHING || this.seek !== null;
     }
 
-    stopRunning() {
-        this.notePlayed();
-        this.position = {time: this.runningTime(), at: performance.now(), speed: 0};
-    }
-
-    notePlayed() {
-        if (this.playedFrom !== null) {
-            const [start, end] = [this.playedFrom, this.runningTime()].sort((a, b) => a - b);
-            this.playedRanges = this.playedRanges.with(start, end);
-            this.playedFrom = null;
-            this.heldAt = end;
-        }
-    }
-
-    // The same for the whole of a script's turn.
     get currentTime() {
-        if (this.readyState === HAVE_NOTHING) {
-            return this.defaultStart;
-        }
-        if (this.official === null) {
-            this.official = this.runningTime();
-            queueMicrotask(() => { this.official = null; });
-        }
-        return this.official;
+        return this.readyState === HAVE_NOTHING ? this.defaultStart : this.position.now;
     }
 
     set currentTime(time) {
@@ -639,8 +439,7 @@ class MediaState {
     }
 
     get played() {
-        return this.playedFrom === null ? this.playedRanges
-            : this.playedRanges.with(...[this.playedFrom, this.runningTime()].sort((a, b) => a - b));
+        return this.position.played;
     }
 
     get seekable() {
@@ -655,7 +454,7 @@ class MediaState {
         }
         const share = this.total > 0 ? Math.min(this.offset / this.total, 1) : 0;
         const read = this.duration < Infinity ? share * this.duration : 0;
-        const end = Math.max(this.runningTime(), read);
+        const end = Math.max(this.currentTime, read);
         return new Ranges([[share === 1 ? 0 : Math.min(this.bufferedFrom, end), end]]);
     }
 
@@ -682,32 +481,5 @@ class MediaState {
         this.width = width;
         this.height = height;
         this.player.sync(this);
-    }
-
-    // ---- Events ----
-
-    queueEvent(type) {
-        this.tasks.post(this, () => this.dispatch(type));
-    }
-
-    dispatch(type) {
-        this.element.dispatchEvent(new Event(type));
-    }
-}
-
-// The element itself or the next source element after it; null when there is none.
-function nextSource(element) {
-    while (element && element.localName !== 'source') {
-        element = element.nextElementSibling;
-    }
-    return element;
-}
-
-// The absolute address; null for none, an empty or a malformed one.
-function resolve(address) {
-    try {
-        return address ? new URL(address, document.baseURI).href : null;
-    } catch (error) {
-        return null;
     }
 }

@@ -41,6 +41,7 @@ class Channel {
 class Player {
     static RETRY = 500;      // ms between attempts to reach a player
     static FORGOTTEN = 2000;  // ms after which an idle player has not heard of the load
+    static RECHECK = 500;     // ms after which a report is looked at again while something is awaited
     static PATIENCE = 10000;  // ms until a load without a player fails
 
     constructor() {
@@ -51,12 +52,14 @@ class Player {
         this.load = 0;   // the number of the owner's load command, 0 when it must be sent again
         this.retry = 0;     // a timer
         this.patience = 0;  // another
+        this.again = 0;     // a third
         this.channel = new Channel((report) => this.onReport(report));
     }
 
-    // To be loaded, unless another element is playing; that one goes on, and this one waits.
+    // To be loaded, unless another element is playing and this one is not going to: then it waits.
     request(state) {
-        if (this.owner && this.owner !== state && this.owner.isPotentiallyPlaying()) {
+        const isBusy = this.owner && this.owner !== state && this.owner.isPotentiallyPlaying();
+        if (isBusy && state.paused && !state.isEligibleForAutoplay()) {
             this.waiting.add(state);
             state.standBy();
         } else {
@@ -135,7 +138,16 @@ class Player {
         return this.channel.send('seek', time);
     }
 
+    // Reports come when something changes: what is waited for without one shows by looking again.
     onReport(report) {
+        clearTimeout(this.again);
+        this.handle(report);
+        if (this.owner && this.load && this.owner.isAwaitingPlayer()) {
+            this.again = setTimeout(() => this.onReport(report), Player.RECHECK);
+        }
+    }
+
+    handle(report) {
         const lost = this.connected && !report.connected;
         this.connected = report.connected;
         if (lost) {
@@ -151,6 +163,7 @@ class Player {
 
     onOwnersReport(report) {
         if (report.loadFailed) {
+            this.told = {};
             this.startAgain(Player.RETRY);
         } else if (report.mediaStatus === STATUS_IDLE) {
             // Not yet heard of the load, or another player than the one that was.
