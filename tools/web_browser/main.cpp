@@ -6,8 +6,10 @@
 #include <cstdio>
 #include <exception>
 #include <fstream>
+#include <functional>
 #include <iterator>
 #include <memory>
+#include <stdexcept>
 #include <string>
 
 #include "tools/web_browser/ConsoleLines.h"
@@ -50,22 +52,18 @@ public:
         }
     }
 
-    // From any thread.
+    // The same, from any thread.
     void PostEnd(ExitStatus status)
     {
-        struct Posted
-        {
-            Loop* loop;
-            ExitStatus status;
-        };
+        using Ending = std::function<void()>;
         g_idle_add_full(
             G_PRIORITY_DEFAULT,
-            [](gpointer data) -> gboolean {
-                const auto* const posted = static_cast<Posted*>(data);
-                posted->loop->End(posted->status);
+            [](gpointer end) -> gboolean {
+                (*static_cast<Ending*>(end))();
                 return G_SOURCE_REMOVE;
             },
-            new Posted{this, status}, [](gpointer data) { delete static_cast<Posted*>(data); });
+            new Ending([this, status] { End(status); }),
+            [](gpointer end) { delete static_cast<Ending*>(end); });
     }
 
 private:
