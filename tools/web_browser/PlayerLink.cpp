@@ -88,6 +88,9 @@ PlayerLink::~PlayerLink()
         mQueue.clear();
     }
     mNews.notify_one();
+    // A player that hangs holds the end up no longer than this.
+    html5_video_client_set_reply_timeout(static_cast<int>(kUnloadTime.count()));
+    html5_video_client_reconnect();
     mThread.join();
     if (mEventSource != 0) {
         g_source_remove(mEventSource);
@@ -130,10 +133,11 @@ gboolean PlayerLink::OnEvent(gint descriptor, GIOCondition /*condition*/, gpoint
     if (read(descriptor, &count, sizeof count) < 0) {
         return G_SOURCE_CONTINUE;  // taken already
     }
-    if (html5_video_client_is_connected() == 0) {
+    auto* const link = static_cast<PlayerLink*>(self);
+    const bool connected = html5_video_client_is_connected() == 1;
+    if (std::exchange(link->mConnected, connected) && !connected) {
         html5_video_client_reconnect();
     }
-    const auto* const link = static_cast<const PlayerLink*>(self);
     link->mOnReport(link->GetReport());
     return G_SOURCE_CONTINUE;
 }
@@ -199,6 +203,9 @@ void PlayerLink::Load(const Command& command)
     html5_video_client_load(command.url.c_str());
     const bool failed = html5_video_client_get_last_result() != 0;
     mLoaded = !failed;
+    if (failed && html5_video_client_is_connected() == 0) {
+        html5_video_client_reconnect();  // the player may have gone before it reported anything
+    }
     const std::lock_guard<std::mutex> hold(mMutex);
     mProgress.load = command.id;
     mProgress.loadFailed = failed;

@@ -74,6 +74,7 @@ private:
 
     const std::function<void(const Report&)> mOnReport;
     guint mEventSource;
+    bool mConnected;  // when it was looked at last
 
     mutable std::mutex mMutex;
     std::condition_variable mNews;

@@ -182,7 +182,9 @@ class MediaState extends MediaLoading {
             this.onEnd();
         } else if (!isPlaying || !this.paused || performance.now() - this.pausedAt > PAUSE_LIMIT) {
             // Else, the pause is still on its way.
-            this.setPosition(report.playTime / 1000, isPlaying ? report.speed / 100 : 0);
+            const speed = isPlaying ? report.speed / 100 : 0;
+            const age = (performance.now() - report.at) / 1000;
+            this.setPosition(report.playTime / 1000 + age * speed, speed);
             this.noteTime(isPlaying);
         }
     }
@@ -415,6 +417,7 @@ class MediaState extends MediaLoading {
                 this.onEnd();
             }
         }
+        this.player.lookAgain(this);
         this.updateReadyState();
     }
 
@@ -462,9 +465,11 @@ class MediaState extends MediaLoading {
 
     setPlaybackRate(rate) {
         if (rate !== this.playbackRate) {
+            const turned = rate * this.playbackRate < 0;
             this.playbackRate = rate;
             this.queueEvent('ratechange');
-            this.player.sync(this);
+            this.hasEnded = this.hasEnded && !turned;
+            this.updateReadyState();
         }
     }
 

@@ -7,6 +7,7 @@ class Position {
     #time = 0;
     #at = 0;            // ms, when it was there
     #speed = 0;         // seconds per second
+    #floor = 0;         // it does not go back behind this one
     #end = 0;           // the media's, seconds
     #official = null;   // what the running script sees
     #played = new Ranges();
@@ -16,18 +17,16 @@ class Position {
     set(time, speed, end) {
         const before = this.#running();
         this.#end = end || 0;
-        let now = this.#limit(time);
+        const now = this.#limit(time);
         // A report is a little older than what ran on since the last one: time does not go back.
-        if (speed > 0 && this.#speed > 0 && now < before && before - now < JITTER) {
-            now = before;
-        }
+        const isJitter = speed > 0 && this.#speed > 0 && now < before && before - now < JITTER;
         if (speed === 0) {
             this.#notePlayed();
         } else if (this.#playedFrom === null) {
             const isResumed = this.#heldAt !== null && Math.abs(this.#heldAt - now) < JITTER;
             this.#playedFrom = isResumed ? this.#heldAt : now;
         }
-        this.#move(now, speed);
+        this.#move(now, speed, isJitter ? before : 0);
     }
 
     stop() {
@@ -54,8 +53,9 @@ class Position {
         return this.#playedFrom === null ? this.#played : this.#played.with(...this.#stretch());
     }
 
-    #move(time, speed) {
+    #move(time, speed, floor = 0) {
         this.#time = time;
+        this.#floor = floor;
         this.#at = performance.now();
         this.#speed = speed;
         this.#official = null;
@@ -63,7 +63,7 @@ class Position {
 
     #running() {
         const ahead = Math.min(performance.now() - this.#at, MAX_AHEAD);
-        return this.#limit(this.#time + ahead * this.#speed / 1000);
+        return this.#limit(Math.max(this.#time + ahead * this.#speed / 1000, this.#floor));
     }
 
     #limit(time) {

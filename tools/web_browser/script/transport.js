@@ -24,6 +24,7 @@ class Channel {
         Object.defineProperty(window, 'html5VideoReport', {value: (...values) => {
             const report = Object.fromEntries(REPORT_FIELDS.map((name, i) => [name, values[i]]));
             if (report.page === this.page) {
+                report.at = performance.now();
                 onReport(report);
             }
         }});
@@ -53,6 +54,7 @@ class Player {
         this.retry = 0;     // a timer
         this.patience = 0;  // another
         this.again = 0;     // a third
+        this.last = {};     // the last report
         this.channel = new Channel((report) => this.onReport(report));
     }
 
@@ -141,9 +143,17 @@ class Player {
     // Reports come when something changes: what is waited for without one shows by looking again.
     onReport(report) {
         clearTimeout(this.again);
+        this.last = report;
         this.handle(report);
         if (this.owner && this.load && this.owner.isAwaitingPlayer()) {
             this.again = setTimeout(() => this.onReport(report), Player.RECHECK);
+        }
+    }
+
+    // At what was told last, since the element can make more of it now.
+    lookAgain(state) {
+        if (this.owner === state && this.last.load === this.load) {
+            this.onOwnersReport(this.last);
         }
     }
 
