@@ -65,6 +65,7 @@ bool IsUnloaded()
 PlayerLink::PlayerLink(std::function<void(const Report&)> onReport)
     : mOnReport(std::move(onReport)),
       mEventSource(0),
+      mConnected(false),
       mDonePosted(false),
       mStop(false),
       mLoaded(false)

@@ -21,7 +21,7 @@ class Position {
         // A report is a little older than what ran on since the last one: time does not go back.
         const isJitter = speed > 0 && this.#speed > 0 && now < before && before - now < JITTER;
         if (speed === 0) {
-            this.#notePlayed();
+            this.#notePlayed(Math.abs(now - before) < JITTER ? now : before);
         } else if (this.#playedFrom === null) {
             const isResumed = this.#heldAt !== null && Math.abs(this.#heldAt - now) < JITTER;
             this.#playedFrom = isResumed ? this.#heldAt : now;
@@ -30,7 +30,7 @@ class Position {
     }
 
     stop() {
-        this.#notePlayed();
+        this.#notePlayed(this.#running());
         this.#move(this.#running(), 0);
     }
 
@@ -50,7 +50,7 @@ class Position {
     }
 
     get played() {
-        return this.#playedFrom === null ? this.#played : this.#played.with(...this.#stretch());
+        return this.#playedUntil(this.#running());
     }
 
     #move(time, speed, floor = 0) {
@@ -70,16 +70,17 @@ class Position {
         return Math.min(Math.max(time, 0), this.#end);
     }
 
-    #notePlayed() {
+    #notePlayed(until) {
         if (this.#playedFrom !== null) {
-            this.#played = this.played;
+            this.#played = this.#playedUntil(until);
             this.#playedFrom = null;
-            this.#heldAt = this.#running();
+            this.#heldAt = until;
         }
     }
 
-    // In order, whichever way it was played.
-    #stretch() {
-        return [this.#playedFrom, this.#running()].sort((a, b) => a - b);
+    // Whichever way it was played.
+    #playedUntil(until) {
+        return this.#playedFrom === null ? this.#played : this.#played.with(
+            Math.min(this.#playedFrom, until), Math.max(this.#playedFrom, until));
     }
 }
