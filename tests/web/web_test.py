@@ -232,6 +232,9 @@ class WebTest(unittest.TestCase):
         print(f"---- {page}\n{output}", flush=True)
         self.assertEqual(status, 0, stand.folder.joinpath("browser.log").read_text()[-2000:])
         self.assertIn("RESULT PASS", output)
+        log = stand.player_log()
+        self.assertGreater(log.rfind(": cancelLoad"), log.rfind(": load "),
+                           "what the page left was not unloaded")
 
 
 class Pages(WebTest):
@@ -300,6 +303,16 @@ class Program(WebTest):
             script.flush()
             status, output = self.run_page("<body>text</body>", "--script", script.name)
         self.assertEqual((status, output.splitlines()[-1]), (0, "RESULT PASS text"))
+
+    def test_messages_that_are_no_commands(self):
+        status, output = self.run_page(
+            "<script>for (const message of [null, 7, 'play', [], {}, ['play'], ['stop', 1, 1],"
+            "[1, 2, 3], ['load', -1, NaN], ['begin', 1e300, -5], ['begin', 77, 1],"
+            "['load', 77, 2, 5], ['load', 77, 3, 'x'.repeat(1 << 20)], ['seek', 77, 4, Infinity],"
+            "['setSize', 77, 5, -1e99, 'w'], ['play', 78, 6]])"
+            "  webkit.messageHandlers.html5Video.postMessage(message);"
+            "setTimeout(() => console.log('RESULT PASS'), 200)</script>")
+        self.assertEqual(status, 0, output)
 
     def test_the_time_is_over(self):
         self.assertEqual(self.run_page("<p>", seconds=1)[0], 3)

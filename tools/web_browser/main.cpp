@@ -134,6 +134,10 @@ int Run(const Options& options)
         window = std::make_unique<X11Window>(backend, options.width, options.height,
                                              [&loop] { loop.End(kExitDone); });
     }
+#else
+    if (!options.headless) {
+        throw std::runtime_error("This browser was built without windows: use --headless");
+    }
 #endif
     if (options.headless && !options.screenshot.empty()) {
         backend.SetTaker([](const Picture&) {});

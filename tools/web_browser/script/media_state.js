@@ -395,7 +395,8 @@ class MediaState extends MediaLoading {
         if (isNear || seek.isSeen || now - seek.doneAt > SEEK_LIMIT) {
             this.seek = null;
             this.isAway = false;
-            this.setPosition(time);
+            // The last picture may begin a little before the end.
+            this.setPosition(isNear && seek.target === this.duration ? seek.target : time);
             this.finishSeekSoon();
         }
     }
