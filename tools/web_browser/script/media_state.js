@@ -31,10 +31,11 @@ class MediaState extends MediaLoading {
         this.videoWidth = 0;
         this.videoHeight = 0;
         this.seeking = false;
-        this.seek = null;         // {id, target, ...}: what the player was asked for and has not done
-        this.isAnnounced = false; // loadedmetadata was dispatched
-        this.wasLoaded = false;   // loadeddata was
-        this.isAway = false;      // known, but not in the player at the moment
+        this.seek = null;          // {id, target, ...}: the player was asked for it, and is not done
+        this.isSettling = false;   // seeked is on its way
+        this.isAnnounced = false;  // loadedmetadata was dispatched
+        this.wasLoaded = false;    // loadeddata was
+        this.isAway = false;       // known, but not in the player at the moment
         this.isBuffering = false;
         this.hasEnded = false;
         this.position = new Position();
@@ -229,7 +230,7 @@ class MediaState extends MediaLoading {
     }
 
     currentReadiness() {
-        if (this.isAway || this.seeking || this.seek) {
+        if (this.isAway || this.seeking || this.seek || this.isSettling) {
             return HAVE_METADATA;
         }
         return this.isBuffering || this.hasEnded ? HAVE_CURRENT_DATA : HAVE_ENOUGH_DATA;
@@ -402,6 +403,7 @@ class MediaState extends MediaLoading {
     }
 
     finishSeekSoon() {
+        this.isSettling = true;
         this.tasks.post(this, () => {
             if (this.seeking && !this.seek) {
                 this.seeking = false;
@@ -413,6 +415,7 @@ class MediaState extends MediaLoading {
     }
 
     afterSeek() {
+        this.isSettling = false;
         if (!this.seeking && !this.isAway && this.currentTime >= this.duration) {
             if (!this.hasEnded) {
                 this.onEnd();
