@@ -35,6 +35,11 @@ require_test_packages() {
         libedit-dev libncurses-dev tmux tshark
 }
 
+# What the web browser builds and runs with.
+require_web_engine() {
+    require_packages libwpewebkit-1.1-dev libwpebackend-fdo-1.0-dev libpng-dev libx11-dev
+}
+
 # quietly COMMAND...: runs it in the repository; prints only what went wrong.
 quietly() {
     local log

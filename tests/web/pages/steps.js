@@ -1,0 +1,71 @@
+// A page is a list of steps, which run one after the other. The first that fails ends it.
+
+const steps = [];
+
+function step(name, run) {
+    steps.push({name, run});
+}
+
+function check(holds, text) {
+    if (!holds) {
+        throw new Error(text);
+    }
+}
+
+const near = (value, wanted, distance) => Math.abs(value - wanted) <= distance;
+const delay = (ms) => new Promise((done) => setTimeout(done, ms));
+const ask = (path) => fetch(path).then((answer) => answer.text());
+
+// Resolves with the ms that it took.
+async function until(holds, text, ms = 3000) {
+    const start = performance.now();
+    while (!await holds()) {
+        check(performance.now() - start < ms, `within ${ms} ms not: ${text}`);
+        await delay(5);
+    }
+    return Math.round(performance.now() - start);
+}
+
+// The next event of that name. Called before what causes it.
+function next(target, type, ms = 3000) {
+    return new Promise((resolve, reject) => {
+        const timer = setTimeout(() => reject(new Error(`within ${ms} ms no ${type}`)), ms);
+        target.addEventListener(type, (event) => {
+            clearTimeout(timer);
+            resolve(event);
+        }, {once: true});
+    });
+}
+
+// The player's log lines of one command, since the start.
+const told = async (text) => (await ask('/player/log')).split('\n')
+    .filter((line) => line.includes(`: ${text} -> `)).length;
+
+function makeVideo(attributes = {}) {
+    const video = document.createElement('video');
+    Object.entries(attributes).forEach(([name, value]) => video.setAttribute(name, value));
+    document.body.append(video);
+    return video;
+}
+
+// How far the position goes in a second.
+async function pace(video, ms = 1000) {
+    const [time, position] = [performance.now(), video.currentTime];
+    await delay(ms);
+    return (video.currentTime - position) * 1000 / (performance.now() - time);
+}
+
+addEventListener('load', async () => {
+    for (const {name, run} of steps) {
+        try {
+            const detail = await run();
+            console.log(`ok ${name}${detail ? `: ${detail}` : ''}`);
+        } catch (error) {
+            console.log(`RESULT FAIL ${name}: ${error.message}`);
+            return;
+        }
+    }
+    if (steps.length > 0) {
+        console.log(`RESULT PASS ${steps.length} steps`);
+    }
+});
