@@ -2,6 +2,7 @@
 
 #include "html5_video/HTML5VideoClient.h"
 #include "html5_video/StatusBoard.h"
+#include "html5_video/media_status.h"
 
 extern "C" {
 int html5_video_client_init(void)
@@ -109,5 +110,10 @@ int html5_video_client_set_reply_timeout(int milliseconds)
 int html5_video_client_set_log(int mode, int level)
 {
     return HTML5VideoClient::SetLog(mode, level);
+}
+
+const char* html5_video_media_status_text(int code)
+{
+    return html5_video_media_status_name(code);
 }
 }

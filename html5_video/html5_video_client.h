@@ -3,18 +3,18 @@
  * The player is a separate process: each command becomes a message to it over TCP. The library
  * connects to the player at HBB_SYSTEM_IP port 56911 and listens for the player's state at
  * HBB_BROWSER_IP port 56910; both environment variables hold an IPv4 address in dotted decimal,
- * are read once, at the first call of any function here, and default to 127.0.0.1.
+ * are read once, at the first call that starts the client, and default to 127.0.0.1.
  *
  * Threads: the functions may be called from any thread. Commands wait for one another and for the
  * player's answer, at most 30 seconds in all; the initialisation and the status functions never
  * wait. The library is never unloaded, since its serving thread runs until the process ends.
  *
- * Results: every function returns 0, whatever happens. Without a player a command has no effect; it
- * fails at once on the same machine. Failures are reported in the log, which the first call
- * switches to standard error.
+ * Results: the first twelve functions return 0, whatever happens. Without a player a command has no
+ * effect; it fails at once on the same machine. Failures are reported in the log, which the first
+ * call switches to standard error, and by html5_video_client_get_last_result.
  *
- * A player that died: commands have no effect until the host reopens the channel, and no state
- * arrives until html5_video_client_init is called again (docs/integration.md). */
+ * A player that died: commands have no effect and no state arrives until the host calls
+ * html5_video_client_reconnect (docs/integration.md). */
 #ifndef HTML5_VIDEO_HTML5_VIDEO_CLIENT_H
 #define HTML5_VIDEO_HTML5_VIDEO_CLIENT_H
 
@@ -26,9 +26,9 @@
 extern "C" {
 #endif
 
-/* Prepares the client: listens for the player on a thread of its own. Call it first, and again
- * after a player has gone, so that the next one's state is received; a further call while a player
- * is served or awaited changes nothing. Does not connect to the player. */
+/* Prepares the client: listens for the player on a thread of its own. Call it first; a further call
+ * serves the next player's state connection when the last one has gone, and changes nothing while a
+ * player is served or awaited. Does not connect to the player. */
 HTML5_VIDEO_API int html5_video_client_init(void);
 
 /* Loads the URL (NUL-terminated, read during the call; null is passed on as no URL) and resets the

@@ -158,13 +158,11 @@ private:
                std::to_string(mediaStatus);
     }
 
+    // As a host does that has noticed.
     static void Reconnect()
     {
-        IPCChannel* const channel =
-            IPCChannelMgr::GetInstance()->GetIPCChannel("HTML5 Video Socket");
-        test::WaitUntil([channel] { return !channel->IsRunning(); });
-        html5_video_client_init();
-        channel->Reopen();
+        test::WaitUntil([] { return html5_video_client_is_connected() == 0; });
+        html5_video_client_reconnect();
     }
 
     // The player asks over the state connection and is asked over the other one.
@@ -195,7 +193,7 @@ private:
         {"html5_video_client_init()", [] { html5_video_client_init(); }},
         {"html5_video_client_load(\"clock:1\")", [] { html5_video_client_load("clock:1"); }},
         {"html5_video_client_play()", [] { html5_video_client_play(); }},
-        {"reconnect", Reconnect},
+        {"html5_video_client_reconnect()", Reconnect},
     };
     const RawListener mListener{56911};
     RawPeer mState{-1};

@@ -37,7 +37,7 @@ def main(player, *browser):
                 playing.terminate()
     print(output.replace("\r", "\n"))
     last = output.split("\r")[-1]
-    return 0 if f"{SECONDS}.0 of {SECONDS}.0 s" in last and "status 6" in last else 1
+    return 0 if f"{SECONDS}.0 of {SECONDS}.0 s" in last and "ended" in last else 1
 
 
 if __name__ == "__main__":

@@ -17,11 +17,14 @@ class ToolsTest(unittest.TestCase):
     def start_player(self, *options, **named):
         return self.enterContext(Player(PROGRAMS, self.directory, *options, **named))
 
-    def wait_until_listening(self, player):
+    def until(self, condition):
         end = time.monotonic() + 20
-        while "engine listens" not in player.log_text():
+        while not condition():
             self.assertLess(time.monotonic(), end)
             time.sleep(0.01)
+
+    def wait_until_listening(self, player):
+        self.until(lambda: "engine listens" in player.log_text())
 
     def start_browser(self, **named):
         return self.enterContext(Browser(PROGRAMS, self.directory, **named))

@@ -360,5 +360,25 @@ class Endings(ToolsTest):
         self.assertEqual(self.run_program("example_browser", "/nowhere").returncode, 1)
         self.assertEqual(self.run_program("example_browser").returncode, 2)
 
+    def test_the_c_example_goes_on_where_its_player_died(self):
+        def shown(pattern):
+            return self.until(lambda: re.search(pattern, output.read_text()))
+
+        player = self.start_player()
+        self.wait_until_listening(player)
+        output = pathlib.Path(self.directory) / "output"
+        with output.open("w") as out, subprocess.Popen(
+                [PROGRAMS / "example_browser", "clock:4"], cwd=self.directory, stdout=out,
+                stderr=subprocess.PIPE) as browser:
+            shown(r" 2\.\d of 4.0 s, .* playing")
+            player.kill()
+            shown("the player has gone")
+            self.start_player(name="second")
+            self.assertEqual(browser.wait(30), 0)
+            self.assertEqual(browser.stderr.read(), b"")
+        after = output.read_text().split("the player has gone")[1]
+        positions = [float(word) for word in re.findall(r"([\d.]+) of 4.0 s, .* playing", after)]
+        self.assertGreaterEqual(min(positions), 2.0)
+
 if __name__ == "__main__":
     unittest.main()

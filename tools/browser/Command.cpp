@@ -83,7 +83,7 @@ std::vector<MediaStatus> NamedStates()
     std::vector<MediaStatus> states;
     for (int code = 0; code <= kLastCode; ++code) {
         const auto state = static_cast<MediaStatus>(code);
-        if (std::strcmp(Name(state), "?") != 0) {
+        if (std::strcmp(html5_video_media_status_name(state), "?") != 0) {
             states.push_back(state);
         }
     }
@@ -94,7 +94,7 @@ std::string StateNames()
 {
     std::string names;
     for (const MediaStatus state : NamedStates()) {
-        names += (names.empty() ? "" : ", ") + std::string(Name(state));
+        names += (names.empty() ? "" : ", ") + std::string(html5_video_media_status_name(state));
     }
     return names;
 }
@@ -104,7 +104,8 @@ std::string StateTable()
     std::string table;
     for (const MediaStatus state : NamedStates()) {
         const std::string code = std::to_string(static_cast<int>(state));
-        table += std::string(6 - code.size(), ' ') + code + "  " + Name(state) + "\n";
+        table += std::string(6 - code.size(), ' ') + code + "  " +
+                 html5_video_media_status_name(state) + "\n";
     }
     return table;
 }
@@ -114,8 +115,9 @@ bool IsState(const std::string& word)
 {
     const std::vector<MediaStatus> named = NamedStates();
     const bool isCode = !word.empty() && word.find_first_not_of("0123456789") == std::string::npos;
-    return isCode || std::any_of(named.begin(), named.end(),
-                                 [&](MediaStatus state) { return word == Name(state); });
+    return isCode || std::any_of(named.begin(), named.end(), [&](MediaStatus state) {
+               return word == html5_video_media_status_name(state);
+           });
 }
 
 std::string Short(double number)

@@ -83,7 +83,7 @@ private:
 
     std::wstring State() const
     {
-        return Format("%s%s%s", Name(mContents.status.media),
+        return Format("%s%s%s", html5_video_media_status_name(mContents.status.media),
                       mContents.status.inSeek ? ", seeking" : "",
                       mContents.hasPlayer ? "" : ", no player");
     }

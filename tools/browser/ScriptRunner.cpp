@@ -23,7 +23,7 @@ int ToInt(double value)
 
 bool IsOver(MediaStatus media)
 {
-    return media == MediaStatus::kEnded || media == MediaStatus::kIdle || IsError(media);
+    return media == HTML5_VIDEO_STATUS_ENDED || media == HTML5_VIDEO_STATUS_IDLE || IsError(media);
 }
 
 bool IsAt(const Status& status, double position)
@@ -33,7 +33,8 @@ bool IsAt(const Status& status, double position)
 
 bool IsState(const Status& status, const std::string& wanted)
 {
-    return wanted == Name(status.media) || wanted == std::to_string(static_cast<int>(status.media));
+    return wanted == html5_video_media_status_name(status.media) ||
+           wanted == std::to_string(static_cast<int>(status.media));
 }
 }  // namespace
 
@@ -80,7 +81,7 @@ ScriptRunner::Result ScriptRunner::RunFrom(int descriptor)
 
 ScriptRunner::Result ScriptRunner::PlayToEnd()
 {
-    MediaStatus shown = MediaStatus::kUnknown;
+    MediaStatus shown = HTML5_VIDEO_STATUS_UNKNOWN;
     bool begun = false;
     Clock::time_point changed = Clock::now();
     Clock::time_point hadPlayer = changed;
@@ -93,9 +94,9 @@ ScriptRunner::Result ScriptRunner::PlayToEnd()
             shown = status.media;
             changed = now;
         }
-        begun = begun || (shown != MediaStatus::kUnknown && !IsOver(shown));
+        begun = begun || (shown != HTML5_VIDEO_STATUS_UNKNOWN && !IsOver(shown));
         if (IsOver(shown) && (begun || now - changed >= kFormerEnd)) {
-            return shown == MediaStatus::kEnded ? kDone : kNotPlayed;
+            return shown == HTML5_VIDEO_STATUS_ENDED ? kDone : kNotPlayed;
         }
         std::this_thread::sleep_for(kTurn);
     }
@@ -214,7 +215,7 @@ void ScriptRunner::PrintStatus(const char* event, const Status& status)
 {
     Print({{"event", event},
            {"player", mSession.HasPlayer()},
-           {"state", Name(status.media)},
+           {"state", html5_video_media_status_name(status.media)},
            {"mediaStatus", static_cast<int>(status.media)},
            {"position", status.position},
            {"duration", status.duration},

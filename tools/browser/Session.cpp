@@ -1,21 +1,16 @@
 #include "tools/browser/Session.h"
 
-#include "tools/browser/ChannelAccess.h"
-#include "util/ipc/IPCChannel.h"
-
 namespace {
 constexpr std::chrono::milliseconds kRestorePause{500};
 }
 
 Session::Session(const VideoLibrary& library)
-    : mLibrary(library), mChannel(nullptr), mPosition(0), mHasPlayer(false), mRestoring(false)
+    : mLibrary(library), mPosition(0), mHasPlayer(false), mRestoring(false)
 {}
 
-bool Session::Start()
+void Session::Start()
 {
     mLibrary.init();
-    mChannel = FindVideoChannel(mLibrary.handle);
-    return mChannel != nullptr;
 }
 
 void Session::Load(const std::string& url)
@@ -95,8 +90,12 @@ Status Session::GetStatus() const
 
 Session::Event Session::Poll()
 {
-    if (!mChannel->IsRunning()) {
-        return Lose();
+    const bool connected = mLibrary.isConnected() == 1;
+    if (!connected) {
+        mLibrary.reconnect();  // changes nothing while a player is awaited
+        if (mHasPlayer) {
+            return Lose();
+        }
     }
     const Status status = GetStatus();
     if (mHasPlayer) {
@@ -105,8 +104,8 @@ Session::Event Session::Poll()
     }
     // A load resets the media status to unknown, and only a player's report changes it. One that
     // reports idle although there is something to load has not heard of it.
-    const bool idle = status.media == MediaStatus::kIdle && !mWishes.url.empty();
-    if (status.media != MediaStatus::kUnknown && !idle) {
+    const bool idle = status.media == HTML5_VIDEO_STATUS_IDLE && !mWishes.url.empty();
+    if (connected && status.media != HTML5_VIDEO_STATUS_UNKNOWN && !idle) {
         mHasPlayer = true;
         mRestoring = false;
         return Event::kPlayerFound;
@@ -117,16 +116,13 @@ Session::Event Session::Poll()
     return Event::kNone;
 }
 
-// The player has closed its connection: listens for the next one, and connects afresh.
+// The player has gone: the next one is to bring the media back.
 Session::Event Session::Lose()
 {
-    mLibrary.init();
-    mChannel->Reopen();
-    const bool had = mHasPlayer;
     mHasPlayer = false;
     mRestoring = true;
     Restore();
-    return had ? Event::kPlayerGone : Event::kNone;
+    return Event::kPlayerGone;
 }
 
 // Where to go on, should this player be lost.
@@ -135,7 +131,7 @@ void Session::Note(const Status& status)
     if (IsLoaded(status.media) && !status.inSeek) {
         mPosition = status.position / 1000.0;
     }
-    if (status.media == MediaStatus::kEnded || IsError(status.media)) {
+    if (status.media == HTML5_VIDEO_STATUS_ENDED || IsError(status.media)) {
         mWishes.play = false;
     }
 }

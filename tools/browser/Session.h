@@ -13,8 +13,6 @@
 #include "tools/browser/Status.h"
 #include "tools/browser/VideoLibrary.h"
 
-class IPCChannel;
-
 class Session
 {
 public:
@@ -45,8 +43,8 @@ public:
     Session(const Session&) = delete;
     Session& operator=(const Session&) = delete;
 
-    // Starts the client. False when the library does not give access to its channel.
-    bool Start();
+    // Starts the client.
+    void Start();
 
     void Load(const std::string& url);
     void CancelLoad();
@@ -73,7 +71,6 @@ private:
     void Restore();
 
     const VideoLibrary& mLibrary;
-    IPCChannel* mChannel;  // the library's
     Wishes mWishes;
     double mPosition;  // seconds, where to go on after a restore
     bool mHasPlayer;

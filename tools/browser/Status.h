@@ -2,14 +2,14 @@
 #ifndef TOOLS_BROWSER_STATUS_H
 #define TOOLS_BROWSER_STATUS_H
 
-#include "tools/player/MediaStatus.h"
+#include "tools/support/MediaStatus.h"
 
 struct Status
 {
     int position = 0;  // milliseconds
     int duration = 0;
     int speed = 0;  // hundredths
-    MediaStatus media = MediaStatus::kUnknown;
+    MediaStatus media = HTML5_VIDEO_STATUS_UNKNOWN;
     bool inSeek = false;
     unsigned long long totalBytes = 0;
     unsigned long long currentOffset = 0;

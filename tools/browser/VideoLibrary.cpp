@@ -33,5 +33,8 @@ bool VideoLibrary::Open(const std::string& path, std::string& reason)
            Find(handle, "html5_video_client_setSize", setSize, reason) &&
            Find(handle, "html5_video_client_setMuted", setMuted, reason) &&
            Find(handle, "html5_video_get_status", getStatus, reason) &&
-           Find(handle, "html5_video_get_video_dimension", getVideoDimension, reason);
+           Find(handle, "html5_video_get_video_dimension", getVideoDimension, reason) &&
+           Find(handle, "html5_video_client_is_connected", isConnected, reason) &&
+           Find(handle, "html5_video_client_reconnect", reconnect, reason) &&
+           Find(handle, "html5_video_client_set_log", setLog, reason);
 }

@@ -1,4 +1,4 @@
-// The library as a browser sees it: loaded at run time, twelve plain C functions.
+// The library as a browser sees it: loaded at run time, plain C functions.
 #ifndef TOOLS_BROWSER_VIDEOLIBRARY_H
 #define TOOLS_BROWSER_VIDEOLIBRARY_H
 
@@ -23,6 +23,9 @@ struct VideoLibrary
     decltype(&html5_video_client_setMuted) setMuted = nullptr;
     decltype(&html5_video_get_status) getStatus = nullptr;
     decltype(&html5_video_get_video_dimension) getVideoDimension = nullptr;
+    decltype(&html5_video_client_is_connected) isConnected = nullptr;
+    decltype(&html5_video_client_reconnect) reconnect = nullptr;
+    decltype(&html5_video_client_set_log) setLog = nullptr;
 
     // False with the reason when the file or one of the functions is missing. The library tells its
     // log settings on standard output while it is loaded.

@@ -11,7 +11,6 @@
 #include <iterator>
 #include <string>
 
-#include "tools/browser/LogAccess.h"
 #include "tools/browser/Options.h"
 #include "tools/browser/OwnOutput.h"
 #include "tools/browser/Screen.h"
@@ -144,13 +143,9 @@ int Run(const Options& options)
         std::fprintf(stderr, "%s\n", reason.c_str());
         return kExitNoLibrary;
     }
-    const LogAccess log(library.handle);
+    library.setLog(ChooseLogMode(options.logMode), 0);
     Session session(library);
-    if (!session.Start()) {
-        std::fprintf(stderr, "The library gives no access to its channel\n");
-        return kExitNoLibrary;
-    }
-    log.SetMode(ChooseLogMode(options.logMode));
+    session.Start();
     if (options.console && !StartConsole(library, options.consolePort)) {
         std::fprintf(stderr, "The console can not be started\n");
         return kExitNoLibrary;
