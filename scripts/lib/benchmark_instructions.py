@@ -1,4 +1,5 @@
-"""Counts instructions and system calls, and compares them with those that the repository holds.
+"""Counts instructions, system calls and bytes, and compares them with those that the repository
+holds.
 
 Each case of benchmarks/instructions/ is run by itself and counted between its two marks, in the
 thread that sets them. The instructions of x86-64 are Callgrind's and its system calls strace's;
@@ -20,8 +21,8 @@ HEAD = """\
 # What each operation costs: machine, case, what is counted, how many for one operation.
 # Written by scripts/benchmark --instructions --write; docs/performance.md tells how it is counted.
 """
-INSTRUCTIONS, CALLS = "instructions", "system-calls"
-TOLERANCE = 1.02  # of instructions; system calls have none
+INSTRUCTIONS, CALLS, BYTES = "instructions", "system-calls", "bytes"
+TOLERANCE = 1.02  # of instructions; the others have none
 PROGRAMS = ["benchmark_instructions", "benchmark_instructions_load"]
 LONGEST = 60  # seconds, for one case
 
@@ -97,6 +98,13 @@ def count_by_emulator(case, folder, plugin):
     return {INSTRUCTIONS: int(instructions), CALLS: int(calls)}
 
 
+def bytes_of(library, tool):
+    """Text and data, as they are loaded."""
+    text, data = subprocess.run([tool, library], text=True, check=True,
+                                stdout=subprocess.PIPE).stdout.splitlines()[1].split()[:2]
+    return int(text) + int(data)
+
+
 def for_one_operation(what, total, operations):
     """A wait that is cut short and repeated now and then is no figure: system calls to 0.01."""
     return round(total / operations, 1 if what == INSTRUCTIONS else 2)
@@ -123,7 +131,11 @@ def count(builds):
                 for what, total in totals.items()}
 
     with concurrent.futures.ThreadPoolExecutor(os.cpu_count()) as pool:
-        return {key: value for figures in pool.map(do, jobs) for key, value in figures.items()}
+        counted = {key: value for figures in pool.map(do, jobs) for key, value in figures.items()}
+    for machine, tool in ("x86-64", "size"), ("arm", "arm-linux-gnueabihf-size"):
+        library = builds[machine] / "lib" / "libhtml5_video.so"
+        counted[machine, "library", BYTES] = bytes_of(library, tool)
+    return counted
 
 
 def read_figures():

@@ -51,7 +51,7 @@ def verdict(goal, results):
     """Whether the goal is met, and what fixed behaviour alone costs where that is more."""
     value, floor = goals.measured(goal, results)[0], goals.bound(goal, results)
     missed = goal.goal / value if goal.kind == "speed" else value / goal.goal
-    text = "yes" if missed <= 1 else "within noise" if missed <= goals.TOLERANCE else "no"
+    text = "yes" if missed <= 1 else "within noise" if missed <= goals.tolerance(goal) else "no"
     return text if floor == goal.goal else f"{text}; what is fixed costs {number(floor)} ×"
 
 

@@ -99,7 +99,7 @@ def check(results):
     missed = []
     for goal in goals.GOALS:
         excess = goals.excess(goal, results)
-        if excess is not None and excess > goals.TOLERANCE:
+        if excess is not None and excess > goals.tolerance(goal):
             missed.append(f"missed by a factor {excess:.2f}: {goal.topic} ({goal.what})")
     return missed
 
