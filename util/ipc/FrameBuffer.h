@@ -5,6 +5,8 @@
 
 #include <cstddef>
 
+#include "util/ipc/StreamSocket.h"
+
 class FrameBuffer
 {
 public:
@@ -19,6 +21,10 @@ public:
     // Makes room for the size and keeps what is there. False when memory ran out; the buffer is
     // then as before.
     bool Reserve(std::size_t size);
+
+    // Receives length bytes. Room is made as they arrive: a peer that promises much and sends
+    // little costs little. Without memory it fails with ENOMEM.
+    Transfer Receive(StreamSocket& socket, int length, long long deadline);
 
 private:
     unsigned char* mData;

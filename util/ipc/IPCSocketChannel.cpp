@@ -11,6 +11,7 @@
 
 #include "util/ipc/IPCTCPSocket.h"
 #include "util/ipc/IPCUnixSocket.h"
+#include "util/ipc/StreamSocket.h"
 #include "util/os_linux/CancelGuard.h"
 #include "util/os_linux/ModuleLog.h"
 #include "util/os_linux/Mutex.h"
@@ -227,12 +228,13 @@ void IPCSocketChannel::Bind()
 // another one than before.
 bool IPCSocketChannel::Listen(bool again)
 {
-    mRecvSocket->SetQuiet(again);
+    mRecvSocket->mQuiet = again;
     mRecvSocket->SetServerOption();
-    const bool bound = (again && mRecvSocket->IsBound()) || mRecvSocket->Bind() == 0;
+    const bool bound =
+        (again && StreamSocket::IsBound(mRecvSocket->Descriptor())) || mRecvSocket->Bind() == 0;
     const bool listens = bound && mRecvSocket->Listen(1) == 0;
     const int reason = listens ? 0 : errno;
-    mRecvSocket->SetQuiet(false);
+    mRecvSocket->mQuiet = false;
     if (listens) {
         mListening = true;
         mBound = true;

@@ -3,10 +3,11 @@
 #include <memory>
 
 #include "util/ipc/FrameBuffer.h"
-#include "util/ipc/FrameIO.h"
 #include "util/ipc/IPCParam.h"
 #include "util/ipc/IPCSocket.h"
 #include "util/ipc/IPCSocketChannel.h"
+#include "util/ipc/ReplyReader.h"
+#include "util/ipc/StreamSocket.h"
 #include "util/ipc/WireFormat.h"
 #include "util/os_linux/FixedText.h"
 #include "util/os_linux/ModuleLog.h"
@@ -63,14 +64,15 @@ int IPCSocketChannel::HandleLength(int length)
         TAVI_ERROR("Negative length : %d", length);
         return -1;
     }
+    StreamSocket& stream = *mConnSocket->mStream;
     if (length > wire::kMaxLength) {
         TAVI_ERROR("Too big length ( > 2 MB ): %d", length);
-        return DropAll(*mConnSocket, length) ? 0 : -1;
+        return stream.Drop(length, StreamSocket::kForever).outcome == Outcome::kDone ? 0 : -1;
     }
     FrameBuffer payload;
-    const int received = ReceiveAll(*mConnSocket, payload, length, IPCSocket::kForever);
-    if (received != length) {
-        TAVI_ERROR("Payload Cut : %d of %d", received, length);
+    const Transfer received = payload.Receive(stream, length, StreamSocket::kForever);
+    if (received.outcome != Outcome::kDone) {
+        TAVI_ERROR("Payload Cut : %d of %d", received.count, length);
         return -1;
     }
     return HandlePayload(payload.Data(), length);
@@ -134,6 +136,7 @@ void IPCSocketChannel::Reply(IPCParam* result)
         length = 0;
     }
     wire::Store32(frame.Data(), length);
-    SendAll(*mConnSocket, frame.Data(), static_cast<int>(wire::kLengthSize) + length,
-            IPCSocket::kForever, nullptr);
+    ReplyReader none;  // this side calls nothing on the connection: no reply is owed
+    none.Send(*mConnSocket->mStream, frame.Data(), static_cast<int>(wire::kLengthSize) + length,
+              StreamSocket::kForever);
 }

@@ -13,6 +13,7 @@
 
 #include "util/ipc/IPCSocket.h"
 #include "util/ipc/IPCSocketChannel.h"
+#include "util/ipc/StreamSocket.h"
 #include "util/os_linux/CancelGuard.h"
 #include "util/os_linux/FileDescriptor.h"
 #include "util/os_linux/ModuleLog.h"
@@ -114,14 +115,14 @@ bool IPCSocketChannel::ConnectToItself()
 {
     {
         const StaticLockHold hold(mRecvLock);
-        if (!mListening || !mRecvSocket->IsReachable()) {
+        if (!mListening || !mRecvSocket->mStream->IsReachable()) {
             return false;
         }
     }
     bool connected = false;
     IPCSocket* const copy = mRecvSocket->Duplicate();
     if (copy->Open() >= 0) {
-        copy->SetConnectDeadline(IPCSocket::DeadlineAfter(kWakeTimeout));
+        copy->mStream->SetConnectDeadline(StreamSocket::DeadlineAfter(kWakeTimeout));
         connected = copy->Connect() == 0;
         for (int waited = 0; connected && mRunning && waited < kWakeWait; waited += kPoll) {
             MSleep(kPoll);
@@ -216,7 +217,7 @@ void IPCSocketChannel::SetConnected(bool connected)
 void IPCSocketChannel::Recover()
 {
     const CancelGuard guard;
-    mSendSocket->Interrupt();
+    mSendSocket->mStream->Interrupt();
     bool running = true;
     {
         const StaticLockHold hold(mConnLock);
@@ -249,7 +250,7 @@ bool IPCSocketChannel::TryToAccept()
         return false;
     }
     TAVI_INFO("Waiting For Connection");
-    mRecvSocket->WaitForInputOr(mEvent);
+    mRecvSocket->mStream->WaitForInputOr(mEvent);
     DrainEvent();
     const StaticLockHold hold(mRecvLock);
     // The socket may be another one by now, or none.

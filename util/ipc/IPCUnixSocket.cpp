@@ -7,6 +7,7 @@
 #include <cstddef>
 #include <cstring>
 
+#include "util/ipc/StreamSocket.h"
 #include "util/os_linux/FileDescriptor.h"
 #include "util/os_linux/FixedText.h"
 #include "util/os_linux/ModuleLog.h"
@@ -53,7 +54,8 @@ int IPCUnixSocket::Open()
 
 int IPCUnixSocket::Bind()
 {
-    if (!IsBound()) {  // a bound socket's file is its own: callers would be cut off without it
+    if (!StreamSocket::IsBound(Descriptor())) {  // a bound socket's file is its own: callers would
+                                                 // be cut off without it
         unlink(mPath);
     }
     if (!IsQuiet()) {

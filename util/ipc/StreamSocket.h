@@ -1,0 +1,133 @@
+// Internal. What an IPCSocket stands on: its descriptor, the bytes received ahead of what was asked
+// for, and waits that have a deadline and can be interrupted. Nothing here logs.
+//
+// Threads: those of IPCSocket; Shutdown and Interrupt may be called from any thread.
+#ifndef UTIL_IPC_STREAMSOCKET_H
+#define UTIL_IPC_STREAMSOCKET_H
+
+#include <sys/socket.h>
+
+#include <atomic>
+
+#include "util/os_linux/StaticLock.h"
+
+// How a transfer ended.
+enum class Outcome
+{
+    kDone,
+    kLate,    // the deadline passed; the connection is as it was
+    kClosed,  // the peer has closed the connection
+    kFailed   // errno says why; ECANCELED after an Interrupt
+};
+
+struct Transfer
+{
+    Outcome outcome;
+    int count;  // bytes, also when it was not done
+};
+
+class StreamSocket
+{
+public:
+    // Deadlines are milliseconds of the monotonic clock.
+    static constexpr long long kNoWait = 0;
+    static constexpr long long kForever = -1;
+
+    // Milliseconds from now as a deadline.
+    static long long DeadlineAfter(int milliseconds);
+
+    // Takes over the descriptor; -1 for none.
+    explicit StreamSocket(int descriptor) : mDescriptor(descriptor) {}
+    StreamSocket(const StreamSocket&) = delete;
+    StreamSocket& operator=(const StreamSocket&) = delete;
+
+    // The descriptor must have been closed.
+    ~StreamSocket() = default;
+
+    int Descriptor() const { return mDescriptor; }
+
+    // Takes over a new descriptor in place of the one that was closed.
+    void Renew(int descriptor);
+
+    // The descriptor that was closed, or -1.
+    int Close();
+
+    // Ends both directions, whatever waits on them.
+    void Shutdown();
+
+    // bind, which also makes IsReachable know the file of a UNIX-domain socket.
+    bool Bind(const sockaddr* address, socklen_t length);
+    static bool IsBound(int descriptor);
+
+    // Whether a connection to the address that this socket listens on arrives here: not when the
+    // address has left the machine, or the file was removed or is another socket's by now.
+    bool IsReachable() const;
+
+    // Waits without limit until a connection or data is there, or the event (OpenEvent) is raised.
+    void WaitForInputOr(int event) const;
+
+    // False, with the reason in errno, also when the connect deadline passed.
+    bool Connect(const sockaddr* address, socklen_t length);
+    bool IsConnectedToItself() const;
+
+    // When the connects to come give up; kForever, as on a new descriptor, for never.
+    void SetConnectDeadline(long long deadline);
+
+    // Bounds the system's own wait, so that a receive with a deadline about this far away takes one
+    // system call.
+    void SetReceiveTimeout(int milliseconds);
+
+    // Whether a connection has neither broken nor been ended by either side, as far as is known
+    // here.
+    bool IsAlive() const;
+
+    // Makes sure of at least one byte received ahead.
+    Outcome Fetch(long long deadline) { return Buffered() > 0 ? Outcome::kDone : Fill(deadline); }
+
+    // REQUIRES: a Fetch that was done. The next bytes, at most length, without consuming them.
+    int Peek(void* data, int length) const;
+
+    Transfer ReceiveAll(void* data, int length, long long deadline);
+
+    // ReceiveAll with the result of IPCSocket::Read: what is missing is zero, and -1 is a failure,
+    // or the deadline, before the first byte.
+    int Read(void* data, int length, long long deadline);
+
+    // Receives and drops.
+    Transfer Drop(int length, long long deadline);
+
+    // One send that does not wait: the bytes taken, or -1, with EAGAIN when there is no room.
+    int SendNow(const void* data, int length);
+
+    // Waits for poll events until the deadline: the events that are there, 0 when it passed.
+    short WaitFor(short events, long long deadline);
+
+    // Ends the wait of an operation that another thread is in, after kInterruptSlice at the latest,
+    // unless it ends by itself before. TakeInterrupt tells whether that was asked for since the
+    // last time.
+    static constexpr int kInterruptSlice = 250;  // milliseconds
+    void Interrupt() { mInterrupted = true; }
+    bool TakeInterrupt() { return mInterrupted && mInterrupted.exchange(false); }
+
+private:
+    static constexpr int kChunk = 1024;  // bytes of one receive at most
+
+    int Buffered() const { return mAheadEnd - mAheadBegin; }
+    Outcome Fill(long long deadline);
+    Transfer Receive(void* data, int length, long long deadline);
+    Transfer ReceiveInto(void* data, int length, long long deadline);
+
+    std::atomic<int> mDescriptor;
+    std::atomic<bool> mInterrupted{false};
+    StaticLock mCloseLock;    // Shutdown from another thread against Close
+    int mReceiveTimeout = 0;  // milliseconds, as the descriptor has it; 0 for none
+    long long mConnectDeadline = kForever;
+    unsigned long long mFile[2] = {};  // device and number of a bound UNIX-domain socket's file
+
+    // A length word and the small frame behind it arrive with one system call.
+    int mAheadBegin = 0;
+    int mAheadEnd = 0;
+    unsigned char mAhead[kChunk];
+};
+
+#endif  // UTIL_IPC_STREAMSOCKET_H
