@@ -8,12 +8,10 @@
 #include "html5_video/ChangeEvent.h"
 #include "html5_video/StatusBoard.h"
 #include "util/ipc/IPCChannelMgr.h"
+#include "util/ipc/IPCLog.h"
 #include "util/ipc/IPCParam.h"
 #include "util/ipc/IPCSocketChannel.h"
-#include "util/os_linux/ModuleLog.h"
 #include "util/os_linux/Singleton.h"
-
-static Logger* const _logger = Logger::GetLogger(2);
 
 std::atomic<HTML5VideoClient*> HTML5VideoClient::sHTML5VideoClient{nullptr};
 

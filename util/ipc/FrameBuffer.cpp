@@ -35,18 +35,17 @@ bool FrameBuffer::Reserve(std::size_t size)
     return true;
 }
 
-Transfer FrameBuffer::Receive(StreamSocket& socket, int length, long long deadline)
+Outcome FrameBuffer::Receive(StreamSocket& socket, int length, long long deadline, int& count)
 {
-    Transfer all = {Outcome::kDone, 0};
-    while (all.count < length && all.outcome == Outcome::kDone) {
+    Outcome outcome = Outcome::kDone;
+    while (count < length && outcome == Outcome::kDone) {
         const int full = static_cast<int>(mCapacity);
-        const int room = std::min(length, all.count < full ? full : all.count + kGrowth);
+        const int room = std::min(length, count < full ? full : count + kGrowth);
         if (!Reserve(static_cast<std::size_t>(room))) {
             errno = ENOMEM;
-            return {Outcome::kFailed, all.count};
+            return Outcome::kFailed;
         }
-        const Transfer part = socket.ReceiveAll(mData + all.count, room - all.count, deadline);
-        all = {part.outcome, all.count + part.count};
+        outcome = socket.ReceiveAll(mData, room, deadline, count);
     }
-    return all;
+    return outcome;
 }

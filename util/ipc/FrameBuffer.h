@@ -22,9 +22,10 @@ public:
     // then as before.
     bool Reserve(std::size_t size);
 
-    // Receives length bytes. Room is made as they arrive: a peer that promises much and sends
-    // little costs little. Without memory it fails with ENOMEM.
-    Transfer Receive(StreamSocket& socket, int length, long long deadline);
+    // Receives the bytes from count up to the length; count then says how many have come. Room is
+    // made as they arrive: a peer that promises much and sends little costs little. Without memory
+    // it fails with ENOMEM.
+    Outcome Receive(StreamSocket& socket, int length, long long deadline, int& count);
 
 private:
     unsigned char* mData;

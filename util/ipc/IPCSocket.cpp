@@ -11,12 +11,10 @@
 #include <cstdio>
 #include <cstring>
 
+#include "util/ipc/IPCLog.h"
 #include "util/ipc/StreamSocket.h"
 #include "util/os_linux/CancelGuard.h"
 #include "util/os_linux/FileDescriptor.h"
-#include "util/os_linux/ModuleLog.h"
-
-static Logger* const _logger = Logger::GetLogger(2);
 
 IPCSocket::IPCSocket(int descriptor)
     : mStream(new StreamSocket(descriptor)),
@@ -164,8 +162,6 @@ int IPCSocket::Connect()
     return 0;
 }
 
-// On a connection the wait is a receive into the read-ahead buffer, which the following Peek and
-// Read use: one system call instead of two.
 int IPCSocket::Select(int seconds)
 {
     if (!HasDescriptor(__func__)) {
@@ -179,17 +175,7 @@ int IPCSocket::Select(int seconds)
     if (mStatus != kConnected) {
         return WaitForEvents(Descriptor(), POLLIN, milliseconds);
     }
-    if (milliseconds > 0) {
-        mStream->SetReceiveTimeout(milliseconds);
-    }
-    const Outcome outcome = mStream->Fetch(
-        milliseconds > 0 ? StreamSocket::DeadlineAfter(milliseconds) : StreamSocket::kNoWait);
-    if (outcome == Outcome::kLate) {
-        return 0;
-    }
-    // The next read meets any other failure.
-    const bool unusable = outcome == Outcome::kFailed && (errno == EBADF || errno == ENOTSOCK);
-    return unusable ? -1 : 1;
+    return mStream->Select(milliseconds);
 }
 
 int IPCSocket::Write(void* data, int length)

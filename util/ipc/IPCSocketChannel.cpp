@@ -1,6 +1,7 @@
 // Construction and the two sockets. The serving thread's life stands in IPCSocketChannelThread.cpp,
 // what it serves in IPCSocketChannelServing.cpp, the calling side in IPCSocketChannelCalls.cpp.
 #include "util/ipc/IPCSocketChannel.h"
+#include "util/ipc/IPCLog.h"
 #include "util/ipc/ReplyReader.h"
 
 #include <unistd.h>
@@ -13,12 +14,9 @@
 #include "util/ipc/IPCUnixSocket.h"
 #include "util/ipc/StreamSocket.h"
 #include "util/os_linux/CancelGuard.h"
-#include "util/os_linux/ModuleLog.h"
 #include "util/os_linux/Mutex.h"
 #include "util/os_linux/Sleep.h"
 #include "util/os_linux/Thread.h"
-
-static Logger* const _logger = Logger::GetLogger(2);
 
 namespace {
 constexpr char kLoopback[] = "127.0.0.1";

@@ -3,6 +3,7 @@
 #include <cstring>
 
 #include "util/ipc/FrameBuffer.h"
+#include "util/ipc/IPCLog.h"
 #include "util/ipc/IPCParam.h"
 #include "util/ipc/IPCSocket.h"
 #include "util/ipc/IPCSocketChannel.h"
@@ -10,11 +11,8 @@
 #include "util/ipc/StreamSocket.h"
 #include "util/ipc/WireFormat.h"
 #include "util/os_linux/CancelGuard.h"
-#include "util/os_linux/ModuleLog.h"
 #include "util/os_linux/Mutex.h"
 #include "util/os_linux/Sleep.h"
-
-static Logger* const _logger = Logger::GetLogger(2);
 
 namespace {
 constexpr int kPoll = 10;  // milliseconds

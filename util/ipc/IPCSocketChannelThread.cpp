@@ -11,16 +11,14 @@
 #include <cerrno>
 #include <cstring>
 
+#include "util/ipc/IPCLog.h"
 #include "util/ipc/IPCSocket.h"
 #include "util/ipc/IPCSocketChannel.h"
 #include "util/ipc/StreamSocket.h"
 #include "util/os_linux/CancelGuard.h"
 #include "util/os_linux/FileDescriptor.h"
-#include "util/os_linux/ModuleLog.h"
 #include "util/os_linux/Sleep.h"
 #include "util/os_linux/Thread.h"
-
-static Logger* const _logger = Logger::GetLogger(2);
 
 namespace {
 constexpr int kWakeTimeout = 200;  // milliseconds for the connection that wakes the thread

@@ -7,10 +7,8 @@
 #include <cstring>
 
 #include "util/ipc/FrameBuffer.h"
+#include "util/ipc/IPCLog.h"
 #include "util/ipc/WireFormat.h"
-#include "util/os_linux/ModuleLog.h"
-
-static Logger* const _logger = Logger::GetLogger(2);
 
 namespace {
 constexpr int kLengthBytes = static_cast<int>(wire::kLengthSize);
@@ -42,15 +40,6 @@ Outcome ReplyReader::Send(StreamSocket& socket, const unsigned char* data, int l
     return Outcome::kDone;
 }
 
-// More bytes of the length word are there.
-void ReplyReader::CountLength(int count)
-{
-    mLengthBytes += count;
-    if (mLengthBytes == kLengthBytes) {
-        mBodyLeft = wire::Load32(mLength);
-    }
-}
-
 void ReplyReader::Take(const unsigned char* bytes, int length)
 {
     while (IsOwed() && length > 0) {
@@ -58,7 +47,8 @@ void ReplyReader::Take(const unsigned char* bytes, int length)
         const int part = std::min(length, inLength ? kLengthBytes - mLengthBytes : mBodyLeft);
         if (inLength) {
             std::memcpy(mLength + mLengthBytes, bytes, static_cast<std::size_t>(part));
-            CountLength(part);
+            mLengthBytes += part;
+            mBodyLeft = mLengthBytes == kLengthBytes ? wire::Load32(mLength) : 0;
         } else {
             mBodyLeft -= part;
         }
@@ -74,12 +64,11 @@ void ReplyReader::Take(const unsigned char* bytes, int length)
 Outcome ReplyReader::ReadLength(StreamSocket& socket, long long deadline)
 {
     if (mLengthBytes < kLengthBytes) {
-        const Transfer part =
-            socket.ReceiveAll(mLength + mLengthBytes, kLengthBytes - mLengthBytes, deadline);
-        CountLength(part.count);
-        if (part.outcome != Outcome::kDone) {
-            return part.outcome;
+        const Outcome outcome = socket.ReceiveAll(mLength, kLengthBytes, deadline, mLengthBytes);
+        if (outcome != Outcome::kDone) {
+            return outcome;
         }
+        mBodyLeft = wire::Load32(mLength);
     }
     if (mBodyLeft > wire::kMaxLength) {
         TAVI_ERROR("Too big reply length ( > 2 MB ): %d", mBodyLeft);
@@ -90,16 +79,14 @@ Outcome ReplyReader::ReadLength(StreamSocket& socket, long long deadline)
 
 Outcome ReplyReader::DropOne(StreamSocket& socket, long long deadline)
 {
-    const Outcome outcome = ReadLength(socket, deadline);
-    if (outcome != Outcome::kDone) {
-        return outcome;
+    Outcome outcome = ReadLength(socket, deadline);
+    if (outcome == Outcome::kDone) {
+        outcome = socket.Drop(mBodyLeft, deadline);
     }
-    const Transfer body = socket.Drop(mBodyLeft, deadline);
-    mBodyLeft -= body.count;
-    if (body.outcome == Outcome::kDone) {
+    if (outcome == Outcome::kDone) {
         Finish();
     }
-    return body.outcome;
+    return outcome;
 }
 
 void ReplyReader::Finish()
@@ -133,10 +120,11 @@ Outcome ReplyReader::ReadLast(StreamSocket& socket, FrameBuffer& buffer, int& le
         return outcome;
     }
     length = mBodyLeft;
-    const Transfer body = buffer.Receive(socket, length, deadline);
-    mBodyLeft -= body.count;
-    if (body.outcome == Outcome::kDone) {
+    int count = 0;
+    outcome = buffer.Receive(socket, length, deadline, count);
+    mBodyLeft -= count;
+    if (outcome == Outcome::kDone) {
         Finish();
     }
-    return body.outcome;
+    return outcome;
 }

@@ -36,9 +36,8 @@ public:
 
 private:
     Outcome ReadLength(StreamSocket& socket, long long deadline);
-    void CountLength(int count);
-    Outcome DropOne(StreamSocket& socket, long long deadline);
-    bool DropArrived(StreamSocket& socket);
+    [[gnu::cold]] Outcome DropOne(StreamSocket& socket, long long deadline);
+    [[gnu::cold]] bool DropArrived(StreamSocket& socket);
     void Finish();
 
     long long mOwed = 0;   // replies outstanding, the one in progress included

@@ -25,16 +25,13 @@ union Address
     sockaddr_un local;
 };
 
-using AddressCall = int (*)(int, sockaddr*, socklen_t*);
-
-// This side's address or the peer's, by getsockname or getpeername; zeros behind the family when
-// there is none.
-Address AddressOf(int descriptor, AddressCall call)
+// The address that a socket is bound to; zeros behind the family when it is not.
+Address OwnAddress(int descriptor)
 {
-    Address address = {};
-    socklen_t size = sizeof(address);
-    call(descriptor, &address.any, &size);
-    return address;
+    Address own = {};
+    socklen_t size = sizeof(own);
+    getsockname(descriptor, &own.any, &size);
+    return own;
 }
 
 bool IdentifyFile(const char* path, unsigned long long (&file)[2])
@@ -111,13 +108,13 @@ bool StreamSocket::Bind(const sockaddr* address, socklen_t length)
 
 bool StreamSocket::IsBound(int descriptor)
 {
-    const Address own = AddressOf(descriptor, getsockname);
+    const Address own = OwnAddress(descriptor);
     return own.any.sa_family == AF_UNIX ? own.local.sun_path[0] != '\0' : own.inet.sin_port != 0;
 }
 
 bool StreamSocket::IsReachable() const
 {
-    Address own = AddressOf(mDescriptor, getsockname);
+    Address own = OwnAddress(mDescriptor);
     if (own.any.sa_family == AF_UNIX) {
         // While this socket lives, no other file can have its file's number.
         unsigned long long file[2];
@@ -157,10 +154,12 @@ bool StreamSocket::Connect(const sockaddr* address, socklen_t length)
 // joins the two. The fixed ports lie in the range that it chooses from.
 bool StreamSocket::IsConnectedToItself() const
 {
-    const Address own = AddressOf(mDescriptor, getsockname);
-    const Address peer = AddressOf(mDescriptor, getpeername);
-    return own.any.sa_family == AF_INET && own.inet.sin_port == peer.inet.sin_port &&
-           own.inet.sin_addr.s_addr == peer.inet.sin_addr.s_addr;
+    const Address own = OwnAddress(mDescriptor);
+    sockaddr_in peer = {};
+    socklen_t size = sizeof(peer);
+    return own.any.sa_family == AF_INET &&
+           getpeername(mDescriptor, reinterpret_cast<sockaddr*>(&peer), &size) == 0 &&
+           own.inet.sin_port == peer.sin_port && own.inet.sin_addr.s_addr == peer.sin_addr.s_addr;
 }
 
 // The send limit bounds connect, too: it returns after a slice to look whether it was interrupted.
@@ -184,6 +183,20 @@ bool StreamSocket::IsAlive() const
     return WaitForAny(&entry, 1, 0) == 0;
 }
 
+int StreamSocket::Select(int milliseconds)
+{
+    if (milliseconds > 0) {
+        SetReceiveTimeout(milliseconds);
+    }
+    const Outcome outcome = Fetch(milliseconds > 0 ? DeadlineAfter(milliseconds) : kNoWait);
+    if (outcome == Outcome::kLate) {
+        return 0;
+    }
+    // The next read meets any other failure.
+    const bool unusable = outcome == Outcome::kFailed && (errno == EBADF || errno == ENOTSOCK);
+    return unusable ? -1 : 1;
+}
+
 int StreamSocket::Peek(void* data, int length) const
 {
     const int ahead = std::min(Buffered(), length);
@@ -196,62 +209,67 @@ int StreamSocket::Peek(void* data, int length) const
     return ahead + static_cast<int>(std::max<ssize_t>(more, 0));
 }
 
-Transfer StreamSocket::ReceiveAll(void* data, int length, long long deadline)
+Outcome StreamSocket::ReceiveAll(void* data, int length, long long deadline, int& count)
 {
-    unsigned char* const bytes = static_cast<unsigned char*>(data);
-    Transfer all = {Outcome::kDone, 0};
-    while (all.count < length && all.outcome == Outcome::kDone) {
-        const Transfer part = Receive(bytes + all.count, length - all.count, deadline);
-        all = {part.outcome, all.count + part.count};
+    Outcome outcome = Outcome::kDone;
+    while (count < length && outcome == Outcome::kDone) {
+        outcome =
+            Receive(static_cast<unsigned char*>(data) + count, length - count, deadline, count);
     }
-    return all;
+    return outcome;
 }
 
 int StreamSocket::Read(void* data, int length, long long deadline)
 {
-    const Transfer all = ReceiveAll(data, length, deadline);
-    if (all.count < length) {
-        std::memset(static_cast<unsigned char*>(data) + all.count, 0,
-                    static_cast<std::size_t>(length - all.count));
+    int count = 0;
+    const Outcome outcome = ReceiveAll(data, length, deadline, count);
+    if (count < length) {
+        std::memset(static_cast<unsigned char*>(data) + count, 0,
+                    static_cast<std::size_t>(length - count));
     }
-    const bool failed = all.outcome == Outcome::kFailed || all.outcome == Outcome::kLate;
-    return failed && all.count == 0 ? -1 : all.count;
+    const bool failed = outcome == Outcome::kFailed || outcome == Outcome::kLate;
+    return failed && count == 0 ? -1 : count;
 }
 
-Transfer StreamSocket::Drop(int length, long long deadline)
+Outcome StreamSocket::Drop(int& left, long long deadline)
 {
     unsigned char dropped[kChunk];
-    Transfer all = {Outcome::kDone, 0};
-    while (all.count < length && all.outcome == Outcome::kDone) {
-        const Transfer part = Receive(dropped, std::min(length - all.count, kChunk), deadline);
-        all = {part.outcome, all.count + part.count};
+    Outcome outcome = Outcome::kDone;
+    while (left > 0 && outcome == Outcome::kDone) {
+        int count = 0;
+        outcome = Receive(dropped, std::min(left, kChunk), deadline, count);
+        left -= count;
     }
-    return all;
+    return outcome;
 }
 
-// What is there ahead, or one receive.
-Transfer StreamSocket::Receive(void* data, int length, long long deadline)
+// What is there ahead, or one receive; the bytes are added to the count.
+Outcome StreamSocket::Receive(void* data, int length, long long deadline, int& count)
 {
-    if (Buffered() == 0 && length >= kChunk) {
-        return ReceiveInto(data, kChunk, deadline);
+    if (Buffered() == 0) {
+        if (length >= kChunk) {
+            return ReceiveInto(data, kChunk, deadline, count);
+        }
+        const Outcome outcome = Fill(deadline);
+        if (outcome != Outcome::kDone) {
+            return outcome;
+        }
     }
-    const Outcome outcome = Fetch(deadline);
     const int taken = std::min(Buffered(), length);
     std::memcpy(data, mAhead + mAheadBegin, static_cast<std::size_t>(taken));
     mAheadBegin += taken;
-    return {outcome, taken};
+    count += taken;
+    return Outcome::kDone;
 }
 
 // Receives into the read-ahead buffer, which is empty.
 Outcome StreamSocket::Fill(long long deadline)
 {
-    const Transfer filled = ReceiveInto(mAhead, kChunk, deadline);
-    mAheadBegin = 0;
-    mAheadEnd = filled.count;
-    return filled.outcome;
+    mAheadBegin = mAheadEnd = 0;
+    return ReceiveInto(mAhead, kChunk, deadline, mAheadEnd);
 }
 
-Transfer StreamSocket::ReceiveInto(void* data, int length, long long deadline)
+Outcome StreamSocket::ReceiveInto(void* data, int length, long long deadline, int& count)
 {
     for (;;) {
         const int left = MillisecondsLeft(deadline);
@@ -260,24 +278,25 @@ Transfer StreamSocket::ReceiveInto(void* data, int length, long long deadline)
         const bool systemWaits =
             left < 0 || (mReceiveTimeout > 0 && left + kOvershootMilliseconds >= mReceiveTimeout);
         if (left > 0 && !systemWaits && WaitForEvents(mDescriptor, POLLIN, left) == 0) {
-            return {Outcome::kLate, 0};
+            return Outcome::kLate;
         }
         const ssize_t received = recv(mDescriptor, data, static_cast<std::size_t>(length),
                                       systemWaits ? 0 : MSG_DONTWAIT);
         if (received >= 0) {
-            return {received > 0 ? Outcome::kDone : Outcome::kClosed, static_cast<int>(received)};
+            count += static_cast<int>(received);
+            return received > 0 ? Outcome::kDone : Outcome::kClosed;
         }
         if (errno == EAGAIN && left == 0) {
-            return {Outcome::kLate, 0};
+            return Outcome::kLate;
         }
         // EAGAIN with time left: the time-out ended recv, not the deadline. Every such turn is a
         // chance to be interrupted.
         if (errno != EINTR && errno != EAGAIN) {
-            return {Outcome::kFailed, 0};
+            return Outcome::kFailed;
         }
         if (mInterrupted) {
             errno = ECANCELED;
-            return {Outcome::kFailed, 0};
+            return Outcome::kFailed;
         }
     }
 }
