@@ -209,12 +209,22 @@ int StreamSocket::Peek(void* data, int length) const
     return ahead + static_cast<int>(std::max<ssize_t>(more, 0));
 }
 
+// From what is there ahead, in receives of at most a chunk.
 Outcome StreamSocket::ReceiveAll(void* data, int length, long long deadline, int& count)
 {
+    unsigned char* const bytes = static_cast<unsigned char*>(data);
     Outcome outcome = Outcome::kDone;
     while (count < length && outcome == Outcome::kDone) {
-        outcome =
-            Receive(static_cast<unsigned char*>(data) + count, length - count, deadline, count);
+        if (Buffered() > 0) {
+            const int taken = std::min(Buffered(), length - count);
+            std::memcpy(bytes + count, mAhead + mAheadBegin, static_cast<std::size_t>(taken));
+            mAheadBegin += taken;
+            count += taken;
+        } else if (length - count < kChunk) {
+            outcome = Fill(deadline);
+        } else {
+            outcome = ReceiveInto(bytes + count, kChunk, deadline, count);
+        }
     }
     return outcome;
 }
@@ -237,29 +247,10 @@ Outcome StreamSocket::Drop(int& left, long long deadline)
     Outcome outcome = Outcome::kDone;
     while (left > 0 && outcome == Outcome::kDone) {
         int count = 0;
-        outcome = Receive(dropped, std::min(left, kChunk), deadline, count);
+        outcome = ReceiveAll(dropped, std::min(left, kChunk), deadline, count);
         left -= count;
     }
     return outcome;
-}
-
-// What is there ahead, or one receive; the bytes are added to the count.
-Outcome StreamSocket::Receive(void* data, int length, long long deadline, int& count)
-{
-    if (Buffered() == 0) {
-        if (length >= kChunk) {
-            return ReceiveInto(data, kChunk, deadline, count);
-        }
-        const Outcome outcome = Fill(deadline);
-        if (outcome != Outcome::kDone) {
-            return outcome;
-        }
-    }
-    const int taken = std::min(Buffered(), length);
-    std::memcpy(data, mAhead + mAheadBegin, static_cast<std::size_t>(taken));
-    mAheadBegin += taken;
-    count += taken;
-    return Outcome::kDone;
 }
 
 // Receives into the read-ahead buffer, which is empty.

@@ -114,7 +114,6 @@ private:
 
     int Buffered() const { return mAheadEnd - mAheadBegin; }
     Outcome Fill(long long deadline);
-    Outcome Receive(void* data, int length, long long deadline, int& count);
     Outcome ReceiveInto(void* data, int length, long long deadline, int& count);
 
     std::atomic<int> mDescriptor;
