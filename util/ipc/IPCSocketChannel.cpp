@@ -43,8 +43,9 @@ Mutex* NewMutex(const char* channel)
 }
 }  // namespace
 
-// Holds the mutex of the calls, ending whatever call has it: again and again, since one that is
-// about to connect does not notice. Calls to come stand back meanwhile.
+// Holds the mutex of the calls, ending whatever call has it: by a shutdown, which only wakes it,
+// since the descriptor is closed by whoever has the mutex, and again and again, since a call that
+// is about to connect does not notice. Calls to come stand back meanwhile.
 class TAVI_SCOPED_CAPABILITY IPCSocketChannel::NoCalls
 {
 public:
@@ -194,7 +195,8 @@ int IPCSocketChannel::CloseSockets()
         return -1;
     }
     const StaticLockHold hold(mRecvLock);
-    // The serving thread's poll keeps a closed socket until it returns; no peer may connect to it.
+    // The shutdown first, while there is a descriptor to shut down: the serving thread's poll keeps
+    // a closed socket alive, and listening, until it returns; no peer may connect to it.
     mRecvSocket->Shutdown();
     if (mRecvSocket->Close() < 0) {
         TAVI_ERROR("RecvSocket Close Failure");

@@ -33,7 +33,10 @@ constexpr int kLongestPause = 2000;
 void IPCSocketChannel::Start()
 {
     TAVI_INFO("");
-    if (!mRunning) {  // else somebody serves, and a Quit may wait for him with the lock held
+    // Two tests: the first without the lock, since a Quit holds it until the handler that runs has
+    // returned, and Start is to return at once. The second decides between two that start together,
+    // or against a Run, which takes no lock.
+    if (!mRunning) {
         const StaticLockHold hold(mStartLock);
         if (!mRunning.exchange(true)) {
             StartThread();
@@ -256,6 +259,8 @@ bool IPCSocketChannel::TryToAccept()
     if (ready <= 0) {
         return ready == 0;
     }
+    // From here until DropConnection this thread uses it without the lock: only this thread changes
+    // the pointer, and others, with the lock, do no more than shut the socket down.
     IPCSocket* const accepted = mRecvSocket->Accept();
     const StaticLockHold connection(mConnLock);
     mConnSocket = accepted;

@@ -79,7 +79,8 @@ int StreamSocket::Close()
 {
     const int descriptor = mDescriptor;
     if (descriptor >= 0) {
-        // The number may be another file's as soon as it is closed: nobody may shut it down then.
+        // Once it is closed, the number may be another file's: a Shutdown of another thread comes
+        // before, or finds none.
         const StaticLockHold hold(mCloseLock);
         mDescriptor = -1;
         close(descriptor);
