@@ -39,12 +39,12 @@ Outcome FrameBuffer::Receive(StreamSocket& socket, int length, long long deadlin
 {
     Outcome outcome = Outcome::kDone;
     while (count < length && outcome == Outcome::kDone) {
-        const int full = static_cast<int>(mCapacity);
-        const int room = std::min(length, count < full ? full : count + kGrowth);
-        if (!Reserve(static_cast<std::size_t>(room))) {
+        const bool full = count == static_cast<int>(mCapacity);
+        if (full && !Reserve(static_cast<std::size_t>(std::min(length, count + kGrowth)))) {
             errno = ENOMEM;
             return Outcome::kFailed;
         }
+        const int room = std::min(length, static_cast<int>(mCapacity));
         outcome = socket.ReceiveAll(mData, room, deadline, count);
     }
     return outcome;

@@ -60,7 +60,7 @@ IPCSocketChannel::Exchange::~Exchange()
 // Under mMutex. After a Recover: a connection that is no more makes room for a new one.
 void IPCSocketChannel::RenewBroken()
 {
-    if (mSendSocket->GetStatus() == IPCSocket::kConnected && !mSendSocket->mStream->IsAlive()) {
+    if (mSendSocket->mStatus == IPCSocket::kConnected && !mSendSocket->mStream->IsAlive()) {
         mSendSocket->Close();
         mSendSocket->Open();
     }
@@ -69,7 +69,7 @@ void IPCSocketChannel::RenewBroken()
 // Under mMutex. False, with the reason logged, when the peer cannot be reached.
 bool IPCSocketChannel::EnsureConnected(bool setOptions, long long deadline)
 {
-    if (mSendSocket->GetStatus() == IPCSocket::kConnected) {
+    if (mSendSocket->mStatus == IPCSocket::kConnected) {
         return true;
     }
     if (setOptions) {
