@@ -8,12 +8,10 @@
 #include "html5_video/ChangeEvent.h"
 #include "html5_video/StatusBoard.h"
 #include "util/ipc/IPCChannelMgr.h"
+#include "util/ipc/IPCLog.h"
 #include "util/ipc/IPCParam.h"
 #include "util/ipc/IPCSocketChannel.h"
-#include "util/os_linux/ModuleLog.h"
 #include "util/os_linux/Singleton.h"
-
-static Logger* const _logger = Logger::GetLogger(2);
 
 std::atomic<HTML5VideoClient*> HTML5VideoClient::sHTML5VideoClient{nullptr};
 
@@ -130,6 +128,19 @@ int HTML5VideoClient::Send(const char* method, IPCParam& arguments)
     return 0;
 }
 
+int HTML5VideoClient::SendNumbers(const char* method, const char* first, int firstValue,
+                                  const char* second, int secondValue)
+{
+    IPCParam arguments;
+    if (first != nullptr) {
+        arguments.Add(first, firstValue);
+    }
+    if (second != nullptr) {
+        arguments.Add(second, secondValue);
+    }
+    return Send(method, arguments);
+}
+
 int HTML5VideoClient::load(const char* url)
 {
     if (sTraced) {
@@ -150,56 +161,42 @@ int HTML5VideoClient::load(const char* url)
 
 int HTML5VideoClient::cancelLoad()
 {
-    IPCParam arguments;
-    return Send("cancelLoad", arguments);
+    return SendNumbers("cancelLoad");
 }
 
 int HTML5VideoClient::play()
 {
-    IPCParam arguments;
-    return Send("play", arguments);
+    return SendNumbers("play");
 }
 
 int HTML5VideoClient::pause()
 {
-    IPCParam arguments;
-    return Send("pause", arguments);
+    return SendNumbers("pause");
 }
 
 int HTML5VideoClient::seek(float seconds)
 {
-    IPCParam arguments;
-    arguments.Add("ms", ToInteger(seconds * 1000.0F));
-    return Send("seek", arguments);
+    return SendNumbers("seek", "ms", ToInteger(seconds * 1000.0F));
 }
 
 int HTML5VideoClient::setRate(float rate)
 {
-    IPCParam arguments;
-    arguments.Add("speed", ToInteger(rate * 100.0F));
-    return Send("setRate", arguments);
+    return SendNumbers("setRate", "speed", ToInteger(rate * 100.0F));
 }
 
 int HTML5VideoClient::setVolume(float volume)
 {
-    IPCParam arguments;
-    arguments.Add("v", ToInteger(volume * 100.0F));
-    return Send("setVolume", arguments);
+    return SendNumbers("setVolume", "v", ToInteger(volume * 100.0F));
 }
 
 int HTML5VideoClient::setSize(int width, int height)
 {
-    IPCParam arguments;
-    arguments.Add("w", width);
-    arguments.Add("h", height);
-    return Send("setSize", arguments);
+    return SendNumbers("setSize", "w", width, "h", height);
 }
 
 int HTML5VideoClient::setMuted(bool muted)
 {
-    IPCParam arguments;
-    arguments.Add("m", muted ? 1 : 0);
-    return Send("setMuted", arguments);
+    return SendNumbers("setMuted", "m", muted ? 1 : 0);
 }
 
 void HTML5VideoClient::setStatus(int playTime, int endTime, int speed, int statusValue3,

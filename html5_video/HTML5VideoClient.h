@@ -72,6 +72,11 @@ private:
     HTML5_VIDEO_LOCAL static HTML5VideoClient* MakeInstance();
     HTML5_VIDEO_LOCAL int Send(const char* method, IPCParam& arguments);
 
+    // With the numbers that have a name.
+    HTML5_VIDEO_LOCAL int SendNumbers(const char* method, const char* first = nullptr,
+                                      int firstValue = 0, const char* second = nullptr,
+                                      int secondValue = 0);
+
     HTML5_VIDEO_LOCAL static std::atomic<HTML5VideoClient*> sHTML5VideoClient;
 
     IPCSocketChannel* mChannel;

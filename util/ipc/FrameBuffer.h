@@ -5,6 +5,8 @@
 
 #include <cstddef>
 
+#include "util/ipc/StreamSocket.h"
+
 class FrameBuffer
 {
 public:
@@ -19,6 +21,11 @@ public:
     // Makes room for the size and keeps what is there. False when memory ran out; the buffer is
     // then as before.
     bool Reserve(std::size_t size);
+
+    // Receives the bytes from count up to the length; count then says how many have come. Room is
+    // made as they arrive: a peer that promises much and sends little costs little. Without memory
+    // it fails with ENOMEM.
+    Outcome Receive(StreamSocket& socket, int length, long long deadline, int& count);
 
 private:
     unsigned char* mData;

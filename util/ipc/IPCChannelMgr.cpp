@@ -2,12 +2,10 @@
 
 #include <cstring>
 
+#include "util/ipc/IPCLog.h"
 #include "util/ipc/IPCSocketChannel.h"
 #include "util/os_linux/FixedText.h"
-#include "util/os_linux/ModuleLog.h"
 #include "util/os_linux/Singleton.h"
-
-static Logger* const _logger = Logger::GetLogger(2);
 
 std::atomic<IPCChannelMgr*> IPCChannelMgr::sIPCChannelMgr{nullptr};
 

@@ -6,10 +6,8 @@
 #include <cstring>
 #include <new>
 
+#include "util/ipc/IPCLog.h"
 #include "util/ipc/WireFormat.h"
-#include "util/os_linux/ModuleLog.h"
-
-static Logger* const _logger = Logger::GetLogger(2);
 
 namespace {
 constexpr char kInteger = 'i';

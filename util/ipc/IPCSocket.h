@@ -15,7 +15,8 @@
 #include <atomic>
 
 #include "util/Export.h"
-#include "util/os_linux/StaticLock.h"
+
+class StreamSocket;
 
 class HTML5_VIDEO_API IPCSocket
 {
@@ -26,10 +27,6 @@ public:
         kConnected = 1,
         kClosed = 2  // no descriptor
     };
-
-    // Deadlines are milliseconds of the monotonic clock.
-    static constexpr long long kNoWait = 0;
-    static constexpr long long kForever = -1;
 
     // Takes over a connected descriptor; the status is connected.
     explicit IPCSocket(int descriptor);
@@ -89,92 +86,27 @@ public:
     // descriptor stays until Close.
     void Shutdown();
 
-    // One receive of at most length and at most 1024 bytes, waiting until the deadline: the bytes
-    // received, 0 when the peer has closed the connection, -1 otherwise, with EAGAIN when the
-    // deadline passed. Nothing is logged.
-    int Receive(void* data, int length, long long deadline);
-
-    // One send that does not wait: the bytes taken, or -1, with EAGAIN when there is no room.
-    int SendNow(const void* data, int length);
-
-    // Waits for poll events until the deadline: the events that are there, 0 when it passed.
-    short WaitFor(short events, long long deadline);
-
-    // Bounds the system's own wait, so that a receive with a deadline about this far away takes one
-    // system call.
-    HTML5_VIDEO_LOCAL void SetReceiveTimeout(int milliseconds);
-
-    // When the connects to come give up; kForever, as after Open, for never.
-    HTML5_VIDEO_LOCAL void SetConnectDeadline(long long deadline);
-
-    // Ends the wait of an operation that another thread is in, after kInterruptSlice at the latest,
-    // unless it ends by itself before; from any thread. TakeInterrupt tells whether that was asked
-    // for since the last time.
-    static constexpr int kInterruptSlice = 250;  // milliseconds
-    void Interrupt() { mInterrupted = true; }
-    bool TakeInterrupt() { return mInterrupted && mInterrupted.exchange(false); }
-
-    // Whether a connection has neither broken nor been ended by either side, as far as is known
-    // here.
-    HTML5_VIDEO_LOCAL bool IsAlive() const;
-
-    HTML5_VIDEO_LOCAL bool IsBound() const;
-
-    // Whether a connection to the address that this socket listens on arrives here: not when the
-    // address has left the machine, or the file was removed or is another socket's by now.
-    HTML5_VIDEO_LOCAL bool IsReachable() const;
-
-    // Waits without limit until a connection or data is there, or the event (OpenEvent) is raised.
-    HTML5_VIDEO_LOCAL void WaitForInputOr(int event) const;
-
-    // While quiet, SetServerOption, Bind and Listen log neither what they do nor that they failed:
-    // for attempts that are repeated.
-    void SetQuiet(bool quiet) { mQuiet = quiet; }
-
-    // Milliseconds from now as a deadline.
-    static long long DeadlineAfter(int milliseconds);
-
 protected:
     // Called by a family's Open: takes over the descriptor and the address, which the family owns.
     void Opened(int descriptor, sockaddr* address, socklen_t length);
-    int Descriptor() const { return mDescriptor; }
 
+    // -1 for none.
+    int Descriptor() const;
+
+    // Attempts that are repeated log neither what they do nor that they failed.
     bool IsQuiet() const { return mQuiet; }
 
-    // False, with "No Defined Socket" logged, when there is no descriptor.
-    bool HasDescriptor(const char* operation) const;
-
 private:
-    static constexpr int kChunk = 1024;
+    friend class IPCSocketChannel;  // its deadlines and its repeated attempts
 
-    int Buffered() const { return mAheadEnd - mAheadBegin; }
-    HTML5_VIDEO_LOCAL int TakeBuffered(void* data, int length);
-    HTML5_VIDEO_LOCAL int ReceiveInto(void* data, int length, long long deadline);
-    HTML5_VIDEO_LOCAL int Fill(long long deadline);
+    HTML5_VIDEO_LOCAL bool HasDescriptor(const char* operation) const;
     HTML5_VIDEO_LOCAL int Fail(const char* operation) const;
-    HTML5_VIDEO_LOCAL bool ConnectInTime();
-    HTML5_VIDEO_LOCAL bool IsConnectedToItself() const;
 
-    std::atomic<int> mDescriptor;
+    StreamSocket* const mStream;
     sockaddr* mAddress;
     socklen_t mAddressLength;
     std::atomic<int> mStatus;
-    std::atomic<bool> mInterrupted{false};
-
-    StaticLock mCloseLock;  // Shutdown from another thread against Close
-    int mReceiveTimeout;    // milliseconds, as the descriptor has it; 0 for none
-    long long mConnectDeadline;
     bool mQuiet;
-
-    // The file of a bound UNIX-domain socket: its device and number, of types that do not depend
-    // on how a host is compiled.
-    unsigned long long mFile[2];
-
-    // Bytes received ahead of what was asked for: a length word and the small frame behind it
-    // arrive with one system call.
-    int mAheadBegin;
-    int mAheadEnd;
-    unsigned char mAhead[kChunk];
 };
 
 #endif  // UTIL_IPC_IPCSOCKET_H

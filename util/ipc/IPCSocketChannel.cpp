@@ -1,6 +1,7 @@
 // Construction and the two sockets. The serving thread's life stands in IPCSocketChannelThread.cpp,
 // what it serves in IPCSocketChannelServing.cpp, the calling side in IPCSocketChannelCalls.cpp.
 #include "util/ipc/IPCSocketChannel.h"
+#include "util/ipc/IPCLog.h"
 #include "util/ipc/ReplyReader.h"
 
 #include <unistd.h>
@@ -11,13 +12,11 @@
 
 #include "util/ipc/IPCTCPSocket.h"
 #include "util/ipc/IPCUnixSocket.h"
+#include "util/ipc/StreamSocket.h"
 #include "util/os_linux/CancelGuard.h"
-#include "util/os_linux/ModuleLog.h"
 #include "util/os_linux/Mutex.h"
 #include "util/os_linux/Sleep.h"
 #include "util/os_linux/Thread.h"
-
-static Logger* const _logger = Logger::GetLogger(2);
 
 namespace {
 constexpr char kLoopback[] = "127.0.0.1";
@@ -44,8 +43,9 @@ Mutex* NewMutex(const char* channel)
 }
 }  // namespace
 
-// Holds the mutex of the calls, ending whatever call has it: again and again, since one that is
-// about to connect does not notice. Calls to come stand back meanwhile.
+// Holds the mutex of the calls, ending whatever call has it: by a shutdown, which only wakes it,
+// since the descriptor is closed by whoever has the mutex, and again and again, since a call that
+// is about to connect does not notice. Calls to come stand back meanwhile.
 class TAVI_SCOPED_CAPABILITY IPCSocketChannel::NoCalls
 {
 public:
@@ -195,7 +195,8 @@ int IPCSocketChannel::CloseSockets()
         return -1;
     }
     const StaticLockHold hold(mRecvLock);
-    // The serving thread's poll keeps a closed socket until it returns; no peer may connect to it.
+    // The shutdown first, while there is a descriptor to shut down: the serving thread's poll keeps
+    // a closed socket alive, and listening, until it returns; no peer may connect to it.
     mRecvSocket->Shutdown();
     if (mRecvSocket->Close() < 0) {
         TAVI_ERROR("RecvSocket Close Failure");
@@ -227,12 +228,13 @@ void IPCSocketChannel::Bind()
 // another one than before.
 bool IPCSocketChannel::Listen(bool again)
 {
-    mRecvSocket->SetQuiet(again);
+    mRecvSocket->mQuiet = again;
     mRecvSocket->SetServerOption();
-    const bool bound = (again && mRecvSocket->IsBound()) || mRecvSocket->Bind() == 0;
+    const bool bound =
+        (again && StreamSocket::IsBound(mRecvSocket->Descriptor())) || mRecvSocket->Bind() == 0;
     const bool listens = bound && mRecvSocket->Listen(1) == 0;
     const int reason = listens ? 0 : errno;
-    mRecvSocket->SetQuiet(false);
+    mRecvSocket->mQuiet = false;
     if (listens) {
         mListening = true;
         mBound = true;

@@ -150,7 +150,8 @@ private:
 
     IPCSocket* const mSendSocket;  // used under mMutex; shut down from anywhere
     IPCSocket* const mRecvSocket;  // used under mRecvLock, but for the serving thread's wait
-    IPCSocket* mConnSocket;        // the serving thread's; changed under mConnLock
+    // The accepted connection, or null: made and deleted by the serving thread, under mConnLock.
+    IPCSocket* mConnSocket;
     Thread* const mThread;
     Mutex* const mMutex;           // one outgoing exchange at a time
     std::atomic<bool> mRun;        // false while a Quit is in progress
@@ -164,7 +165,7 @@ private:
     int mBindError;               // why it did not, at the last attempt; or 0
 
     StaticLock mRecvLock;   // mRecvSocket and the two above; never held while waiting
-    StaticLock mConnLock;   // mConnSocket against Quit
+    StaticLock mConnLock;   // mConnSocket against Quit and Recover
     StaticLock mStartLock;  // one Start or Quit at a time
     const std::unique_ptr<ReplyReader> mReplies;  // under mMutex
     std::atomic<int> mReplyTimeout;

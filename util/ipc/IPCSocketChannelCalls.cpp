@@ -1,21 +1,18 @@
 // The calling side of IPCSocketChannel: requests out, replies in, on the send connection.
 #include <algorithm>
-#include <cerrno>
 #include <cstring>
 
 #include "util/ipc/FrameBuffer.h"
-#include "util/ipc/FrameIO.h"
+#include "util/ipc/IPCLog.h"
 #include "util/ipc/IPCParam.h"
 #include "util/ipc/IPCSocket.h"
 #include "util/ipc/IPCSocketChannel.h"
 #include "util/ipc/ReplyReader.h"
+#include "util/ipc/StreamSocket.h"
 #include "util/ipc/WireFormat.h"
 #include "util/os_linux/CancelGuard.h"
-#include "util/os_linux/ModuleLog.h"
 #include "util/os_linux/Mutex.h"
 #include "util/os_linux/Sleep.h"
-
-static Logger* const _logger = Logger::GetLogger(2);
 
 namespace {
 constexpr int kPoll = 10;  // milliseconds
@@ -43,13 +40,13 @@ private:
 };
 
 IPCSocketChannel::Exchange::Exchange(IPCSocketChannel& channel, bool setOptions)
-    : mDeadline(IPCSocket::DeadlineAfter(channel.mReplyTimeout)), mMutex(*channel.mMutex)
+    : mDeadline(StreamSocket::DeadlineAfter(channel.mReplyTimeout)), mMutex(*channel.mMutex)
 {
     while (channel.mReopening > 0) {
         MSleep(kPoll);
     }
     mMutex.Lock();
-    if (channel.mSendSocket->TakeInterrupt()) {
+    if (channel.mSendSocket->mStream->TakeInterrupt()) {
         channel.RenewBroken();
     }
     mConnected = channel.EnsureConnected(setOptions, mDeadline);
@@ -63,7 +60,7 @@ IPCSocketChannel::Exchange::~Exchange()
 // Under mMutex. After a Recover: a connection that is no more makes room for a new one.
 void IPCSocketChannel::RenewBroken()
 {
-    if (mSendSocket->GetStatus() == IPCSocket::kConnected && !mSendSocket->IsAlive()) {
+    if (mSendSocket->mStatus == IPCSocket::kConnected && !mSendSocket->mStream->IsAlive()) {
         mSendSocket->Close();
         mSendSocket->Open();
     }
@@ -72,14 +69,15 @@ void IPCSocketChannel::RenewBroken()
 // Under mMutex. False, with the reason logged, when the peer cannot be reached.
 bool IPCSocketChannel::EnsureConnected(bool setOptions, long long deadline)
 {
-    if (mSendSocket->GetStatus() == IPCSocket::kConnected) {
+    if (mSendSocket->mStatus == IPCSocket::kConnected) {
         return true;
     }
     if (setOptions) {
         mSendSocket->SetServerOption();
     }
-    mSendSocket->SetReceiveTimeout(std::min(mReplyTimeout.load(), IPCSocket::kInterruptSlice));
-    mSendSocket->SetConnectDeadline(deadline);
+    StreamSocket& stream = *mSendSocket->mStream;
+    stream.SetReceiveTimeout(std::min(mReplyTimeout.load(), StreamSocket::kInterruptSlice));
+    stream.SetConnectDeadline(deadline);
     if (mSendSocket->Connect() < 0) {
         TAVI_ERROR("Call Failure, IPCChannel is not activated %s", mName);
         return false;
@@ -92,7 +90,7 @@ bool IPCSocketChannel::EnsureConnected(bool setOptions, long long deadline)
 // behind it would be understood.
 bool IPCSocketChannel::SendOrShutDown(const unsigned char* data, int length, long long deadline)
 {
-    if (SendAll(*mSendSocket, data, length, deadline, mReplies.get())) {
+    if (mReplies->Send(*mSendSocket->mStream, data, length, deadline) == Outcome::kDone) {
         return true;
     }
     TAVI_ERROR("Write Failed");
@@ -121,7 +119,7 @@ bool IPCSocketChannel::SendRequest(const char* method, IPCParam* request, long l
     at = wire::StoreText(at, method, nameLength);
     if (request->Serialize(at) != recordLength) {
         TAVI_ERROR("Serialization Failure");
-        SendAll(*mSendSocket, frame.Data(), wire::kLengthSize, IPCSocket::kNoWait, nullptr);
+        mSendSocket->mStream->SendNow(frame.Data(), wire::kLengthSize);
         mSendSocket->Shutdown();  // the peer waits for a payload that does not come
         return false;
     }
@@ -137,10 +135,10 @@ int IPCSocketChannel::ReceiveReply(IPCParam* reply, long long deadline)
 {
     FrameBuffer body;
     int length = 0;
-    const ReplyReader::Result result = mReplies->ReadLast(*mSendSocket, body, length, deadline);
-    if (result != ReplyReader::kDone) {
+    const Outcome outcome = mReplies->ReadLast(*mSendSocket->mStream, body, length, deadline);
+    if (outcome != Outcome::kDone) {
         TAVI_ERROR("Read Failed");
-        if (result == ReplyReader::kBroken) {
+        if (outcome != Outcome::kLate) {
             mSendSocket->Shutdown();
         }
         return -1;
@@ -183,15 +181,7 @@ int IPCSocketChannel::ReceiveRaw(unsigned char* buffer, int length)
     if (!exchange.IsConnected()) {
         return -1;
     }
-    int count = 0;
-    int received = 1;
-    while (count < length && received > 0) {
-        received = mSendSocket->Receive(buffer + count, length - count, exchange.Deadline());
-        count += received > 0 ? received : 0;
-    }
+    const int count = mSendSocket->mStream->Read(buffer, length, exchange.Deadline());
     mReplies->Take(buffer, count);
-    if (count < length) {
-        std::memset(buffer + count, 0, static_cast<std::size_t>(length - count));
-    }
-    return count == 0 && received < 0 ? -1 : count;
+    return count;
 }

@@ -3,25 +3,24 @@
 #include <memory>
 
 #include "util/ipc/FrameBuffer.h"
-#include "util/ipc/FrameIO.h"
+#include "util/ipc/IPCLog.h"
 #include "util/ipc/IPCParam.h"
 #include "util/ipc/IPCSocket.h"
 #include "util/ipc/IPCSocketChannel.h"
+#include "util/ipc/ReplyReader.h"
+#include "util/ipc/StreamSocket.h"
 #include "util/ipc/WireFormat.h"
 #include "util/os_linux/FixedText.h"
-#include "util/os_linux/ModuleLog.h"
-
-static Logger* const _logger = Logger::GetLogger(2);
 
 namespace {
-constexpr int kSelectSeconds = 3;
+constexpr int kSelectTimeout = 3000;  // milliseconds
 constexpr int kMaxZeroLengths = 100;
 }  // namespace
 
 void IPCSocketChannel::ServeConnection()
 {
     while (mRun) {
-        const int ready = mConnSocket->Select(kSelectSeconds);
+        const int ready = mConnSocket->mStream->Select(kSelectTimeout);
         if (ready < 0) {
             TAVI_ERROR("Select Error : ret = %d", ready);
             return;
@@ -35,13 +34,18 @@ void IPCSocketChannel::ServeConnection()
 int IPCSocketChannel::HandleRequest()
 {
     unsigned char word[wire::kLengthSize] = {};
-    const int peeked = mConnSocket->Peek(word, sizeof(word));
+    StreamSocket& stream = *mConnSocket->mStream;
+    const Outcome arrived = stream.Fetch(StreamSocket::kForever);
+    if (arrived == Outcome::kDone) {
+        stream.Peek(word, sizeof(word));
+    }
     const int length2 = wire::Load32(word);
     TAVI_INFO("length2 = %d", length2);
-    if (peeked == 0) {
+    if (arrived == Outcome::kClosed) {
         return -1;
     }
-    const bool whole = mConnSocket->Read(word, sizeof(word)) == static_cast<int>(sizeof(word));
+    const bool whole =
+        stream.Read(word, sizeof(word), StreamSocket::kForever) == static_cast<int>(sizeof(word));
     const int length = whole ? wire::Load32(word) : 0;
     TAVI_INFO("length = %d length2 = %d", length, length2);
     return HandleLength(length);
@@ -63,13 +67,14 @@ int IPCSocketChannel::HandleLength(int length)
         TAVI_ERROR("Negative length : %d", length);
         return -1;
     }
+    StreamSocket& stream = *mConnSocket->mStream;
     if (length > wire::kMaxLength) {
         TAVI_ERROR("Too big length ( > 2 MB ): %d", length);
-        return DropAll(*mConnSocket, length) ? 0 : -1;
+        return stream.Drop(length, StreamSocket::kForever) == Outcome::kDone ? 0 : -1;
     }
     FrameBuffer payload;
-    const int received = ReceiveAll(*mConnSocket, payload, length, IPCSocket::kForever);
-    if (received != length) {
+    int received = 0;
+    if (payload.Receive(stream, length, StreamSocket::kForever, received) != Outcome::kDone) {
         TAVI_ERROR("Payload Cut : %d of %d", received, length);
         return -1;
     }
@@ -134,6 +139,7 @@ void IPCSocketChannel::Reply(IPCParam* result)
         length = 0;
     }
     wire::Store32(frame.Data(), length);
-    SendAll(*mConnSocket, frame.Data(), static_cast<int>(wire::kLengthSize) + length,
-            IPCSocket::kForever, nullptr);
+    ReplyReader none;  // this side calls nothing on the connection: no reply is owed
+    none.Send(*mConnSocket->mStream, frame.Data(), static_cast<int>(wire::kLengthSize) + length,
+              StreamSocket::kForever);
 }

@@ -11,15 +11,14 @@
 #include <cerrno>
 #include <cstring>
 
+#include "util/ipc/IPCLog.h"
 #include "util/ipc/IPCSocket.h"
 #include "util/ipc/IPCSocketChannel.h"
+#include "util/ipc/StreamSocket.h"
 #include "util/os_linux/CancelGuard.h"
 #include "util/os_linux/FileDescriptor.h"
-#include "util/os_linux/ModuleLog.h"
 #include "util/os_linux/Sleep.h"
 #include "util/os_linux/Thread.h"
-
-static Logger* const _logger = Logger::GetLogger(2);
 
 namespace {
 constexpr int kWakeTimeout = 200;  // milliseconds for the connection that wakes the thread
@@ -34,7 +33,10 @@ constexpr int kLongestPause = 2000;
 void IPCSocketChannel::Start()
 {
     TAVI_INFO("");
-    if (!mRunning) {  // else somebody serves, and a Quit may wait for him with the lock held
+    // Two tests: the first without the lock, since a Quit holds it until the handler that runs has
+    // returned, and Start is to return at once. The second decides between two that start together,
+    // or against a Run, which takes no lock.
+    if (!mRunning) {
         const StaticLockHold hold(mStartLock);
         if (!mRunning.exchange(true)) {
             StartThread();
@@ -114,14 +116,14 @@ bool IPCSocketChannel::ConnectToItself()
 {
     {
         const StaticLockHold hold(mRecvLock);
-        if (!mListening || !mRecvSocket->IsReachable()) {
+        if (!mListening || !mRecvSocket->mStream->IsReachable()) {
             return false;
         }
     }
     bool connected = false;
     IPCSocket* const copy = mRecvSocket->Duplicate();
     if (copy->Open() >= 0) {
-        copy->SetConnectDeadline(IPCSocket::DeadlineAfter(kWakeTimeout));
+        copy->mStream->SetConnectDeadline(StreamSocket::DeadlineAfter(kWakeTimeout));
         connected = copy->Connect() == 0;
         for (int waited = 0; connected && mRunning && waited < kWakeWait; waited += kPoll) {
             MSleep(kPoll);
@@ -216,7 +218,7 @@ void IPCSocketChannel::SetConnected(bool connected)
 void IPCSocketChannel::Recover()
 {
     const CancelGuard guard;
-    mSendSocket->Interrupt();
+    mSendSocket->mStream->Interrupt();
     bool running = true;
     {
         const StaticLockHold hold(mConnLock);
@@ -249,7 +251,7 @@ bool IPCSocketChannel::TryToAccept()
         return false;
     }
     TAVI_INFO("Waiting For Connection");
-    mRecvSocket->WaitForInputOr(mEvent);
+    mRecvSocket->mStream->WaitForInputOr(mEvent);
     DrainEvent();
     const StaticLockHold hold(mRecvLock);
     // The socket may be another one by now, or none.
@@ -257,6 +259,8 @@ bool IPCSocketChannel::TryToAccept()
     if (ready <= 0) {
         return ready == 0;
     }
+    // From here until DropConnection this thread uses it without the lock: only this thread changes
+    // the pointer, and others, with the lock, do no more than shut the socket down.
     IPCSocket* const accepted = mRecvSocket->Accept();
     const StaticLockHold connection(mConnLock);
     mConnSocket = accepted;

@@ -3,10 +3,8 @@
 #include <arpa/inet.h>
 #include <netinet/tcp.h>
 
+#include "util/ipc/IPCLog.h"
 #include "util/os_linux/FileDescriptor.h"
-#include "util/os_linux/ModuleLog.h"
-
-static Logger* const _logger = Logger::GetLogger(2);
 
 IPCTCPSocket::IPCTCPSocket(const char* address, int port)
     : IPCSocket(-1),

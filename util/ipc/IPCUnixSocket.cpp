@@ -7,11 +7,10 @@
 #include <cstddef>
 #include <cstring>
 
+#include "util/ipc/IPCLog.h"
+#include "util/ipc/StreamSocket.h"
 #include "util/os_linux/FileDescriptor.h"
 #include "util/os_linux/FixedText.h"
-#include "util/os_linux/ModuleLog.h"
-
-static Logger* const _logger = Logger::GetLogger(2);
 
 static_assert(sizeof(sockaddr_un::sun_path) == 108, "the path array is the system's size");
 
@@ -53,7 +52,8 @@ int IPCUnixSocket::Open()
 
 int IPCUnixSocket::Bind()
 {
-    if (!IsBound()) {  // a bound socket's file is its own: callers would be cut off without it
+    if (!StreamSocket::IsBound(Descriptor())) {  // a bound socket's file is its own: callers would
+                                                 // be cut off without it
         unlink(mPath);
     }
     if (!IsQuiet()) {

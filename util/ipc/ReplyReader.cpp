@@ -1,41 +1,51 @@
 #include "util/ipc/ReplyReader.h"
 
+#include <poll.h>
+
 #include <algorithm>
 #include <cerrno>
 #include <cstring>
 
 #include "util/ipc/FrameBuffer.h"
-#include "util/ipc/FrameIO.h"
-#include "util/ipc/IPCSocket.h"
+#include "util/ipc/IPCLog.h"
 #include "util/ipc/WireFormat.h"
-#include "util/os_linux/ModuleLog.h"
-
-static Logger* const _logger = Logger::GetLogger(2);
 
 namespace {
 constexpr int kLengthBytes = static_cast<int>(wire::kLengthSize);
 }  // namespace
 
-bool ReplyReader::IsTooBig() const
+Outcome ReplyReader::Send(StreamSocket& socket, const unsigned char* data, int length,
+                          long long deadline)
 {
-    if (mBodyLeft > wire::kMaxLength) {
-        TAVI_ERROR("Too big reply length ( > 2 MB ): %d", mBodyLeft);
-        return true;
+    while (length > 0) {
+        const int sent = socket.SendNow(data, length);
+        if (sent >= 0) {
+            data += sent;
+            length -= sent;
+            continue;
+        }
+        if (errno != EAGAIN) {
+            return Outcome::kFailed;
+        }
+        const bool owed = IsOwed();
+        const short wanted = static_cast<short>(owed ? POLLOUT | POLLIN : POLLOUT);
+        const short ready = socket.WaitFor(wanted, deadline);
+        if (ready == 0) {
+            return Outcome::kLate;
+        }
+        if (owed && (ready & POLLIN) != 0 && !DropArrived(socket)) {
+            return Outcome::kFailed;
+        }
     }
-    return false;
-}
-
-// Of the length word while that is not whole, then of the body.
-int ReplyReader::Missing() const
-{
-    return mLengthBytes < kLengthBytes ? kLengthBytes - mLengthBytes : mBodyLeft;
+    return Outcome::kDone;
 }
 
 void ReplyReader::Take(const unsigned char* bytes, int length)
 {
     while (IsOwed() && length > 0) {
-        const int part = std::min(length, Missing());
-        if (mLengthBytes < kLengthBytes) {
+        const bool inLength = mLengthBytes < kLengthBytes;
+        const int part = std::min(length, inLength ? kLengthBytes - mLengthBytes : mBodyLeft);
+        if (inLength) {
             std::memcpy(mLength + mLengthBytes, bytes, static_cast<std::size_t>(part));
             mLengthBytes += part;
             mBodyLeft = mLengthBytes == kLengthBytes ? wire::Load32(mLength) : 0;
@@ -50,30 +60,33 @@ void ReplyReader::Take(const unsigned char* bytes, int length)
     }
 }
 
-// One receive of what is missing of the current reply.
-ReplyReader::Result ReplyReader::ReceivePart(IPCSocket& socket, long long deadline)
+// What has not come yet of the length word of the current reply.
+Outcome ReplyReader::ReadLength(StreamSocket& socket, long long deadline)
 {
-    if (IsTooBig()) {
-        return kBroken;
+    if (mLengthBytes < kLengthBytes) {
+        const Outcome outcome = socket.ReceiveAll(mLength, kLengthBytes, deadline, mLengthBytes);
+        if (outcome != Outcome::kDone) {
+            return outcome;
+        }
+        mBodyLeft = wire::Load32(mLength);
     }
-    unsigned char part[1024];
-    const int received =
-        socket.Receive(part, std::min(Missing(), static_cast<int>(sizeof(part))), deadline);
-    if (received <= 0) {
-        return received < 0 && errno == EAGAIN ? kTimeout : kBroken;
+    if (mBodyLeft > wire::kMaxLength) {
+        TAVI_ERROR("Too big reply length ( > 2 MB ): %d", mBodyLeft);
+        return Outcome::kFailed;
     }
-    Take(part, received);
-    return kDone;
+    return Outcome::kDone;
 }
 
-ReplyReader::Result ReplyReader::DropOne(IPCSocket& socket, long long deadline)
+Outcome ReplyReader::DropOne(StreamSocket& socket, long long deadline)
 {
-    const long long others = mOwed - 1;
-    Result result = kDone;
-    while (mOwed > others && result == kDone) {
-        result = ReceivePart(socket, deadline);
+    Outcome outcome = ReadLength(socket, deadline);
+    if (outcome == Outcome::kDone) {
+        outcome = socket.Drop(mBodyLeft, deadline);
     }
-    return result;
+    if (outcome == Outcome::kDone) {
+        Finish();
+    }
+    return outcome;
 }
 
 void ReplyReader::Finish()
@@ -83,38 +96,35 @@ void ReplyReader::Finish()
     mBodyLeft = 0;
 }
 
-bool ReplyReader::DropArrived(IPCSocket& socket)
+// What has arrived of the owed replies, without waiting. False when the connection is broken.
+bool ReplyReader::DropArrived(StreamSocket& socket)
 {
-    Result result = kDone;
-    while (mOwed > 0 && result == kDone) {
-        result = DropOne(socket, IPCSocket::kNoWait);
+    Outcome outcome = Outcome::kDone;
+    while (IsOwed() && outcome == Outcome::kDone) {
+        outcome = DropOne(socket, StreamSocket::kNoWait);
     }
-    return result != kBroken;
+    return outcome == Outcome::kDone || outcome == Outcome::kLate;
 }
 
-ReplyReader::Result ReplyReader::ReadLast(IPCSocket& socket, FrameBuffer& buffer, int& length,
-                                          long long deadline)
+Outcome ReplyReader::ReadLast(StreamSocket& socket, FrameBuffer& buffer, int& length,
+                              long long deadline)
 {
-    Result result = kDone;
-    while (mOwed > 1 && result == kDone) {
-        result = DropOne(socket, deadline);
+    Outcome outcome = Outcome::kDone;
+    while (mOwed > 1 && outcome == Outcome::kDone) {
+        outcome = DropOne(socket, deadline);
     }
-    while (IsOwed() && mLengthBytes < kLengthBytes && result == kDone) {
-        result = ReceivePart(socket, deadline);
+    if (outcome == Outcome::kDone) {
+        outcome = ReadLength(socket, deadline);
+    }
+    if (outcome != Outcome::kDone) {
+        return outcome;
     }
     length = mBodyLeft;
-    if (result != kDone || !IsOwed()) {
-        return result;
+    int count = 0;
+    outcome = buffer.Receive(socket, length, deadline, count);
+    mBodyLeft -= count;
+    if (outcome == Outcome::kDone) {
+        Finish();
     }
-    if (IsTooBig()) {
-        return kBroken;
-    }
-    const int received = ReceiveAll(socket, buffer, length, deadline);
-    if (received < length) {
-        const bool late = errno == EAGAIN;
-        mBodyLeft -= received;
-        return late ? kTimeout : kBroken;
-    }
-    Finish();
-    return kDone;
+    return outcome;
 }

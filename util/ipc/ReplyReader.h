@@ -6,21 +6,13 @@
 #ifndef UTIL_IPC_REPLYREADER_H
 #define UTIL_IPC_REPLYREADER_H
 
-#include <cstdint>
+#include "util/ipc/StreamSocket.h"
 
 class FrameBuffer;
-class IPCSocket;
 
 class ReplyReader
 {
 public:
-    enum Result
-    {
-        kDone,
-        kTimeout,  // the connection is in step; the reply is still owed
-        kBroken    // the peer is gone, or sent a length that cannot be trusted
-    };
-
     // A fresh connection owes nothing.
     void Reset() { *this = ReplyReader(); }
 
@@ -28,22 +20,24 @@ public:
     void Expect() { ++mOwed; }
     bool IsOwed() const { return mOwed > 0; }
 
-    // Drops what has arrived of the owed replies, without waiting. False when broken.
-    bool DropArrived(IPCSocket& socket);
+    // Sends all the bytes before the deadline; when that is not done, an unknown part has gone out.
+    // Owed replies that arrive while there is no room to send are dropped: a peer that waits for us
+    // to take them would never read on otherwise.
+    Outcome Send(StreamSocket& socket, const unsigned char* data, int length, long long deadline);
 
     // Counts bytes that somebody else received on the connection: what belongs to an owed reply has
     // then come, in part or whole.
     void Take(const unsigned char* bytes, int length);
 
     // Drops the owed replies but the last and reads that one's bytes into the buffer, length is
-    // their count (0 for a reply without a record).
-    Result ReadLast(IPCSocket& socket, FrameBuffer& buffer, int& length, long long deadline);
+    // their count (0 for a reply without a record). After kLate the connection is in step and the
+    // reply still owed; after kClosed and kFailed it can not be used any more.
+    Outcome ReadLast(StreamSocket& socket, FrameBuffer& buffer, int& length, long long deadline);
 
 private:
-    bool IsTooBig() const;
-    int Missing() const;
-    Result ReceivePart(IPCSocket& socket, long long deadline);
-    Result DropOne(IPCSocket& socket, long long deadline);
+    Outcome ReadLength(StreamSocket& socket, long long deadline);
+    [[gnu::cold]] Outcome DropOne(StreamSocket& socket, long long deadline);
+    [[gnu::cold]] bool DropArrived(StreamSocket& socket);
     void Finish();
 
     long long mOwed = 0;   // replies outstanding, the one in progress included

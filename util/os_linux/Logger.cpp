@@ -335,9 +335,9 @@ void Logger::VPrint(int level, int raw, const char* function, const char* file, 
 {
     const int savedErrno = errno;
     const StaticLockHold hold(sLock);
-    timespec now = {};
-    clock_gettime(CLOCK_MONOTONIC, &now);
     if (sLogConfig.fd > 0) {
+        timespec now = {};
+        clock_gettime(CLOCK_MONOTONIC, &now);
         errno = savedErrno;  // for a %m in the format
         const std::size_t length = raw == 0 || raw == 1 ? FormatMessage(format, arguments) : 0;
         if (raw == 1) {

@@ -3,6 +3,8 @@
 //
 //     static Logger* const _logger = Logger::GetLogger(1);
 //
+// or includes the header of its folder that declares one for all (util/ipc/IPCLog.h).
+//
 // The level is tested before the call, so a filtered line costs one comparison.
 #ifndef UTIL_OS_LINUX_MODULELOG_H
 #define UTIL_OS_LINUX_MODULELOG_H

@@ -1,0 +1,3 @@
+#include "util/ipc/IPCLog.h"
+
+Logger* const _logger = Logger::GetLogger(2);
