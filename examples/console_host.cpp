@@ -97,6 +97,7 @@ int main(int argc, char** argv)
         CmdMgr::GetInstance(argc > 1 ? static_cast<int>(std::strtol(argv[1], nullptr, 10)) : 0);
     console->SetAddress("127.0.0.1");
     console->SetTolerant(true);
+    console->SetVerbose(true);
     if (console->Start() != 0) {
         return 1;
     }

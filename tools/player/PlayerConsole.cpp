@@ -85,6 +85,7 @@ bool PlayerConsole::Start()
     CmdMgr* const console = CmdMgr::GetInstance(mPort);
     console->SetAddress("127.0.0.1");
     console->SetTolerant(true);
+    console->SetVerbose(true);
     return console->Start() == 0;
 }
 

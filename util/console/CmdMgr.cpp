@@ -73,6 +73,16 @@ void CmdMgr::SetStartTimeout(int milliseconds)
         [milliseconds](ConsoleSettings& settings) { settings.startTimeout = milliseconds; });
 }
 
+void CmdMgr::SetLinger(int seconds)
+{
+    mServer->ChangeSettings([seconds](ConsoleSettings& settings) { settings.linger = seconds; });
+}
+
+void CmdMgr::SetVerbose(bool verbose)
+{
+    mServer->ChangeSettings([verbose](ConsoleSettings& settings) { settings.verbose = verbose; });
+}
+
 int CmdMgr::Start()
 {
     return mServer->Start();

@@ -161,5 +161,6 @@ int ConsoleServer::Open()
         }
         settings = current;
     });
+    mLanguage.verbose = settings.verbose;
     return mLink.Open(settings);
 }

@@ -18,7 +18,7 @@ class Scripts(unittest.TestCase):
         self.assertGreater(len(expected), 5)
         for path in expected:
             with self.subTest(script=path):
-                host = Host(files)
+                host = Host(files, "verbose=0\n")
                 result = run("--port", host.port, os.path.splitext(path)[0] + ".txt")
                 with open(path, encoding="utf-8") as output:
                     self.assertEqual(host.output(), output.read())

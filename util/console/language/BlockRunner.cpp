@@ -8,6 +8,11 @@
 #include "util/console/language/StatementContext.h"
 #include "util/console/lines/StopSignal.h"
 
+namespace {
+// Turns of nothing but shortcuts, after which the client is looked after.
+constexpr int kTurnsPerLook = 256;
+}  // namespace
+
 BlockRunner::BlockRunner(StatementContext& context)
     : mContext(context),
       mStop(context.stop),
@@ -33,9 +38,9 @@ int BlockRunner::Run(BlockStep& step, char* result)
         case BlockStep::Kind::kIdle:
             return CmdLanguage::kDone;
         case BlockStep::Kind::kBadArguments:
-            return Fail(result, "argument fail");
+            return Refuse(step, result, "argument fail");
         case BlockStep::Kind::kTooDeep:
-            return Fail(result, "Block too deep");
+            return Refuse(step, result, "Block too deep");
         case BlockStep::Kind::kUnknown:
             break;
     }
@@ -60,6 +65,10 @@ int BlockRunner::RunLoop(BlockStep& step, char* result, Next next)
     const BlockStep* const end = begin + step.body.size();
     int code = CmdLanguage::kDone;
     while (next() && !mStop.IsRaised()) {
+        if (--mTurnsToLook < 0) {
+            mStop.Look();
+            mTurnsToLook = kTurnsPerLook;
+        }
         code = RunBody(begin, end, result);
         if (code == CmdLanguage::kBreak) {
             code = CmdLanguage::kDone;
@@ -138,12 +147,19 @@ bool BlockRunner::IsCommandWord(BlockStep& step)
 int BlockRunner::RunPlain(BlockStep& step, char* result)
 {
     mHold.reset();  // a statement may last, and what is removed meanwhile would gather
+    mTurnsToLook = 0;
     const int code = RunStatement(*step.statement, mContext, *step.line, result);
     if (step.lineGeneration != step.line->GetGeneration()) {
         step.PrepareLine();
         mLineChanged = true;
     }
     return code;
+}
+
+int BlockRunner::Refuse(const BlockStep& step, char* result, const char* reason)
+{
+    mContext.Report(step.line->GetString(), CmdLanguage::kFailed, reason);
+    return Fail(result, reason);
 }
 
 void BlockRunner::Renew(BlockStep& step)

@@ -36,6 +36,7 @@ private:
     int RunArithmetic(BlockStep& step, char* result);
     int RunAssignment(BlockStep& step, char* result);
     int RunPlain(BlockStep& step, char* result);
+    int Refuse(const BlockStep& step, char* result, const char* reason);
 
     bool IsTrue(BlockStep& condition);
     bool IsCommandWord(BlockStep& step);
@@ -50,10 +51,11 @@ private:
     void Renew(BlockStep& step);
 
     StatementContext& mContext;
-    const StopSignal& mStop;
+    StopSignal& mStop;
     SymbolRecords& mSymbols;
     CommandRecords& mCommands;
     std::optional<RegistryHold<SymbolRecords>> mHold;
+    int mTurnsToLook = 0;       // until the client is looked after
     bool mLineChanged = false;  // a handler parsed its own line anew, perhaps to an ELSE
 };
 

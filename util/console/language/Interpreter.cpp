@@ -26,7 +26,13 @@ int Interpreter::RunBlock(const char* firstLine, char* result)
     result[0] = '\0';
     CmdBlock* const block = new CmdBlock;
     const char* const reason = BlockReader(lines).Read(block, new CmdParser(firstLine), nullptr);
-    const int code = reason != nullptr ? Fail(result, reason) : RunBlock(*block, result);
+    int code = CmdLanguage::kFailed;
+    if (reason != nullptr) {
+        Fail(result, reason);
+        Report(firstLine, code, reason);
+    } else {
+        code = RunBlock(*block, result);
+    }
     FreeBlock(block);
     return code;
 }

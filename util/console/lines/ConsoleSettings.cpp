@@ -22,5 +22,9 @@ void ConsoleSettings::Apply(const char* line)
         tolerant = IntegerOf(value) != 0;
     } else if ((value = ConfigValueOf(line, "starttimeout=")) != nullptr) {
         startTimeout = IntegerOf(value);
+    } else if ((value = ConfigValueOf(line, "linger=")) != nullptr) {
+        linger = IntegerOf(value);
+    } else if ((value = ConfigValueOf(line, "verbose=")) != nullptr) {
+        verbose = IntegerOf(value) != 0;
     }
 }
