@@ -134,7 +134,7 @@ int ConsoleLink::AcceptClient()
         }
         DropClient();
         // Who says nothing at all is no reason to end: the next one may.
-        if (mStop.IsRaised() || (outcome == Read::kShort && !mSettings.tolerant)) {
+        if (mStop.IsRaised() || (outcome == Read::kShort && mSettings.tolerant == 0)) {
             break;
         }
     }
