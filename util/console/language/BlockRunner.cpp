@@ -4,12 +4,11 @@
 #include "util/console/CmdParser.h"
 #include "util/console/CommandRecords.h"
 #include "util/console/SymListMgr.h"
-#include "util/console/language/ResultText.h"
 #include "util/console/language/StatementContext.h"
 #include "util/console/lines/StopSignal.h"
 
 namespace {
-// Turns of nothing but shortcuts, after which the client is looked after.
+// Turns of nothing but shortcuts, after which it is looked whether to stop.
 constexpr int kTurnsPerLook = 256;
 }  // namespace
 
@@ -38,9 +37,9 @@ int BlockRunner::Run(BlockStep& step, char* result)
         case BlockStep::Kind::kIdle:
             return CmdLanguage::kDone;
         case BlockStep::Kind::kBadArguments:
-            return Refuse(step, result, "argument fail");
+            return mContext.Refuse(*step.line, result, "argument fail");
         case BlockStep::Kind::kTooDeep:
-            return Refuse(step, result, "Block too deep");
+            return mContext.Refuse(*step.line, result, "Block too deep");
         case BlockStep::Kind::kUnknown:
             break;
     }
@@ -64,11 +63,7 @@ int BlockRunner::RunLoop(BlockStep& step, char* result, Next next)
     BlockStep* const begin = step.body.data();
     const BlockStep* const end = begin + step.body.size();
     int code = CmdLanguage::kDone;
-    while (next() && !mStop.IsRaised()) {
-        if (--mTurnsToLook < 0) {
-            mStop.Look();
-            mTurnsToLook = kTurnsPerLook;
-        }
+    while (next() && MayGoOn()) {
         code = RunBody(begin, end, result);
         if (code == CmdLanguage::kBreak) {
             code = CmdLanguage::kDone;
@@ -77,6 +72,14 @@ int BlockRunner::RunLoop(BlockStep& step, char* result, Next next)
     }
     result[0] = '\0';
     return code;
+}
+
+bool BlockRunner::LookAround()
+{
+    mStop.Look();
+    const bool raised = mStop.IsRaised();
+    mTurnsToLook = raised ? 0 : kTurnsPerLook;
+    return !raised;
 }
 
 int BlockRunner::RunFor(BlockStep& step, char* result)
@@ -154,12 +157,6 @@ int BlockRunner::RunPlain(BlockStep& step, char* result)
         mLineChanged = true;
     }
     return code;
-}
-
-int BlockRunner::Refuse(const BlockStep& step, char* result, const char* reason)
-{
-    mContext.Report(step.line->GetString(), CmdLanguage::kFailed, reason);
-    return Fail(result, reason);
 }
 
 void BlockRunner::Renew(BlockStep& step)

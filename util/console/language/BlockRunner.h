@@ -36,10 +36,13 @@ private:
     int RunArithmetic(BlockStep& step, char* result);
     int RunAssignment(BlockStep& step, char* result);
     int RunPlain(BlockStep& step, char* result);
-    int Refuse(const BlockStep& step, char* result, const char* reason);
 
     bool IsTrue(BlockStep& condition);
     bool IsCommandWord(BlockStep& step);
+
+    // Whether a loop may take another turn, or its thread is to stop.
+    bool MayGoOn() { return --mTurnsToLook > 0 || LookAround(); }
+    bool LookAround();
 
     // Makes the step's places usable.
     void Refresh(BlockStep& step)
@@ -55,7 +58,7 @@ private:
     SymbolRecords& mSymbols;
     CommandRecords& mCommands;
     std::optional<RegistryHold<SymbolRecords>> mHold;
-    int mTurnsToLook = 0;       // until the client is looked after
+    int mTurnsToLook = 0;       // a plain statement makes it 0, since it may last
     bool mLineChanged = false;  // a handler parsed its own line anew, perhaps to an ELSE
 };
 

@@ -129,7 +129,7 @@ int RunStatement(const Statement& statement, StatementContext& context, CmdParse
         }
     }
     if (reason != nullptr) {
-        context.Report(line.GetString(), code, reason);
+        context.Report(line, code, reason);
     }
     return code;
 }

@@ -3,16 +3,24 @@
 #include <cstdio>
 
 #include "util/console/CmdLanguage.h"
+#include "util/console/CmdParser.h"
+#include "util/console/language/ResultText.h"
 #include "util/os_linux/ConfigText.h"
 #include "util/os_linux/FixedText.h"
 
-void StatementContext::Report(const char* line, int code, const char* reason) const
+int StatementContext::Refuse(const CmdParser& line, char* result, const char* reason) const
 {
-    if (!verbose || line == nullptr) {
+    Report(line, CmdLanguage::kFailed, reason);
+    return Fail(result, reason);
+}
+
+void StatementContext::Report(const CmdParser& line, int code, const char* reason) const
+{
+    if (!verbose || line.GetString() == nullptr) {
         return;
     }
     char text[CmdLanguage::kLineSize];
-    CopyText(text, line);
+    CopyText(text, line.GetString());
     StripLineEnd(text);
     for (char* at = text; *at != '\0'; ++at) {
         if ((*at > '\0' && *at < ' ') || *at == '\x7f') {

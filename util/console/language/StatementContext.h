@@ -18,7 +18,10 @@ public:
 
     // When verbose, tells on standard output, in one line, of a statement that failed or named
     // nothing: its line, code and reason.
-    void Report(const char* line, int code, const char* reason) const;
+    void Report(const CmdParser& line, int code, const char* reason) const;
+
+    // The result of a statement that can not be run, which is told of.
+    int Refuse(const CmdParser& line, char* result, const char* reason) const;
 
     LineSource& lines;
     StopSignal& stop;
