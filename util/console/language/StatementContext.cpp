@@ -1,12 +1,11 @@
 #include "util/console/language/StatementContext.h"
 
 #include <cstdio>
+#include <cstring>
 
 #include "util/console/CmdLanguage.h"
 #include "util/console/CmdParser.h"
 #include "util/console/language/ResultText.h"
-#include "util/os_linux/ConfigText.h"
-#include "util/os_linux/FixedText.h"
 
 int StatementContext::Refuse(const CmdParser& line, char* result, const char* reason) const
 {
@@ -16,17 +15,10 @@ int StatementContext::Refuse(const CmdParser& line, char* result, const char* re
 
 void StatementContext::Report(const CmdParser& line, int code, const char* reason) const
 {
-    if (!verbose || line.GetString() == nullptr) {
-        return;
+    const char* const text = line.GetString();
+    if (verbose && text != nullptr) {
+        std::printf("%.*s -> %d%s%s\n", static_cast<int>(std::strcspn(text, "\r\n")), text, code,
+                    reason[0] != '\0' ? " " : "", reason);
+        std::fflush(stdout);
     }
-    char text[CmdLanguage::kLineSize];
-    CopyText(text, line.GetString());
-    StripLineEnd(text);
-    for (char* at = text; *at != '\0'; ++at) {
-        if ((*at > '\0' && *at < ' ') || *at == '\x7f') {
-            *at = ' ';  // a terminal may stand behind standard output
-        }
-    }
-    std::printf("%s -> %d%s%s\n", text, code, reason[0] != '\0' ? " " : "", reason);
-    std::fflush(stdout);
 }
