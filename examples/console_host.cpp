@@ -1,11 +1,13 @@
 // A host program with a debugging console: console_host [PORT]
 //
-// It registers two commands of its own, "tune" and "List", runs a few threads to list with
+// It registers commands of its own, "tune", "List" and "commands", runs a few threads to list with
 // "thread_show", and serves the console on 127.0.0.1 until it is interrupted. Try it with
 //
 //     console --exec 'tune 7' --exec List --exec thread_show
 //
 // What the statements print appears here.
+#include <unistd.h>
+
 #include <csignal>
 #include <cstdio>
 #include <cstdlib>
@@ -63,6 +65,30 @@ public:
     }
 };
 
+// Writes the names that the client can complete. A file that is there is left alone: whoever
+// reaches the console could have chosen any.
+class NamesClient final : public CmdClient<CmdListMgr>
+{
+public:
+    using CmdClient<CmdListMgr>::CmdClient;
+
+    int CmdHandler(CmdParser* line, CmdInfo* info, char* /*result*/) override
+    {
+        const char* const path = line->GetCount() == 1 ? line->GetNthArg(0) : "";
+        std::FILE* const file = std::fopen(path, "wxe");
+        if (file == nullptr) {
+            std::printf("%s\n", info->mHelp);
+            std::fflush(stdout);
+            return 0;
+        }
+        for (int index = 0; const CmdInfo* known = mOwner->GetInfo(index); ++index) {
+            std::fprintf(file, "%s\n", known->mName);
+        }
+        std::fclose(file);
+        return 0;
+    }
+};
+
 void* Work(void* /*argument*/)
 {
     for (;;) {
@@ -79,13 +105,17 @@ int main(int argc, char** argv)
     sigaddset(&endings, SIGINT);
     sigaddset(&endings, SIGTERM);
     pthread_sigmask(SIG_BLOCK, &endings, nullptr);  // before any thread starts
-    Logger::ChangeMode(1);                          // thread_show writes to the log
+    if (access("logger.conf", R_OK) != 0) {
+        Logger::ChangeMode(1);  // thread_show writes to the log
+    }
 
     Tuner tuner;
     TunerClient tunerClient(&tuner);
     ListClient listClient(CmdListMgr::GetInstance());
+    NamesClient namesClient(CmdListMgr::GetInstance());
     tunerClient.Register("tune int", "tune N : tune to channel N; without N show the channel");
     listClient.Register("List", "List : show all commands");
+    namesClient.Register("commands string", "commands FILE : write all names to a new file");
 
     std::vector<std::unique_ptr<Thread>> workers;
     for (const char* name : {"Tuner thread", "Demux thread", "Section thread"}) {
@@ -97,6 +127,7 @@ int main(int argc, char** argv)
         CmdMgr::GetInstance(argc > 1 ? static_cast<int>(std::strtol(argv[1], nullptr, 10)) : 0);
     console->SetAddress("127.0.0.1");
     console->SetTolerant(true);
+    console->SetVerbose(true);
     if (console->Start() != 0) {
         return 1;
     }
@@ -107,6 +138,7 @@ int main(int argc, char** argv)
     console->Stop();
     CmdListMgr::GetInstance()->UnregisterCommand("tune", &tunerClient);
     CmdListMgr::GetInstance()->UnregisterCommand("List", &listClient);
+    CmdListMgr::GetInstance()->UnregisterCommand("commands", &namesClient);
     CmdListMgr::GetInstance()->WaitForHandlers();
     for (const auto& worker : workers) {
         worker->Kill();

@@ -189,6 +189,12 @@ class Consoles(ToolsTest):
 
     def test_a_player_fails_and_answers_late_on_request(self):
         player = self.start_player("--console")
+        names = pathlib.Path(self.directory) / "names"
+        self.wait_until_listening(player)
+        self.console(f"commands {names}", "commands", f"commands {names}")
+        self.assertEqual(sorted(names.read_text().split()),
+                         ["commands", "player_delay", "player_fail", "player_state",
+                          "thread_show"])
         browser = self.start_browser()
         self.load(browser)
         self.console("player_fail 101")
@@ -242,7 +248,7 @@ class Endings(ToolsTest):
         for name, *arguments in (
                 ("player", "--engine", "magic"), ("player", "--listen", "nobody"),
                 ("player", "--listen-port", "0"), ("player", "--browser-port", "65536"),
-                ("player", "surplus"), ("browser", "--script", "missing file"),
+                ("player", "surplus"), ("player", "--log", "loud"), ("browser", "--script", "missing file"),
                 ("browser", "--exec", "play", "--script", "x"),
                 ("browser", "--log-file", "no/where"), ("browser", "--log", "5"),
                 ("browser", "--log", "-1"), ("browser", "--console", "x"),
@@ -269,13 +275,13 @@ class Endings(ToolsTest):
         return written.decode().replace("\r\n", "\n")
 
     def test_help_and_version_stand_alone(self):
-        for name, start in (("browser", "A stand-in"), ("boxinfo", "Shows what")):
+        for name, start in (("browser", "A stand-in"), ("boxinfo", "Shows what"),
+                            ("player", "The refere")):
             helped = self.at_a_terminal(name, "--help")
             self.assertEqual(helped[:10], start, "nothing of the library's stands before")
             self.assertIn("Exit status: 0", helped)
             version = self.at_a_terminal(name, "--version")
             self.assertRegex(version, rf"\A{name} \d+\.\d+\.\d+\n\Z")
-        self.assertIn("Exit status: 0", self.at_a_terminal("player", "--help"))
 
     def test_the_log_goes_where_logger_conf_and_the_option_say(self):
         for text, options, errors, in_file in (
@@ -291,6 +297,22 @@ class Endings(ToolsTest):
                 log = pathlib.Path(place) / "log"
                 self.assertEqual("play" in done.stderr, errors, done.stderr)
                 self.assertEqual(log.exists() and "play" in log.read_text(), in_file)
+
+    def test_the_players_log_comes_by_udp(self):
+        with socket.socket(socket.AF_INET, socket.SOCK_DGRAM) as receiver:
+            receiver.bind(("127.0.0.1", 0))
+            receiver.settimeout(20)
+            (pathlib.Path(self.directory) / "logger.conf").write_text(
+                f"mode=3\nserverip=127.0.0.1\nport={receiver.getsockname()[1]}\n")
+            player = self.start_player()
+            received = b""
+            while b"The clock engine listens on 127.0.0.1" not in received:
+                received += receiver.recv(4096)
+            self.assertEqual(player.end(), 0)
+            self.assertEqual(player.log_text(), "")
+            player = self.start_player("--log", "stderr", name="asked")
+            self.wait_until_listening(player)
+            self.assertEqual(player.end(), 0)
 
     def test_a_taken_port_is_told(self):
         with socket.socket() as other:

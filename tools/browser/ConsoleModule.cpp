@@ -71,5 +71,6 @@ int StartBrowserConsole(int port)
     CmdMgr* const console = CmdMgr::GetInstance(port);
     console->SetAddress("127.0.0.1");
     console->SetTolerant(true);
+    console->SetVerbose(true);
     return console->Start();
 }

@@ -35,16 +35,27 @@ std::string EncodeFrame(const std::string& line)
     return frame + line;
 }
 
-int ConnectTo(const addrinfo* addresses)
+// The time-out of connect too (socket(7)). Sending has none once it is 0 again.
+void LimitSending(int client, int milliseconds)
+{
+    timeval limit = {};
+    limit.tv_sec = milliseconds / 1000;
+    limit.tv_usec = milliseconds % 1000 * 1000;
+    setsockopt(client, SOL_SOCKET, SO_SNDTIMEO, &limit, sizeof(limit));
+}
+
+int ConnectTo(const addrinfo* addresses, int milliseconds)
 {
     for (const addrinfo* at = addresses; at != nullptr; at = at->ai_next) {
         const int client = socket(at->ai_family, at->ai_socktype | SOCK_CLOEXEC, at->ai_protocol);
+        LimitSending(client, milliseconds);
         if (client >= 0 && connect(client, at->ai_addr, at->ai_addrlen) == 0) {
+            LimitSending(client, 0);
             const int on = 1;
             setsockopt(client, IPPROTO_TCP, TCP_NODELAY, &on, sizeof(on));
             return client;
         }
-        const int reason = errno;
+        const int reason = errno == EINPROGRESS ? ETIMEDOUT : errno;
         if (client >= 0) {
             close(client);
         }
@@ -61,7 +72,8 @@ ConsoleConnection::~ConsoleConnection()
     }
 }
 
-std::string ConsoleConnection::Connect(const std::string& host, const std::string& port)
+std::string ConsoleConnection::Connect(const std::string& host, const std::string& port,
+                                       int milliseconds)
 {
     addrinfo hints = {};
     hints.ai_socktype = SOCK_STREAM;
@@ -70,7 +82,7 @@ std::string ConsoleConnection::Connect(const std::string& host, const std::strin
     if (result != 0) {
         return gai_strerror(result);
     }
-    mSocket = ConnectTo(addresses);
+    mSocket = ConnectTo(addresses, milliseconds);
     const int reason = errno;
     freeaddrinfo(addresses);
     return mSocket >= 0 ? "" : std::strerror(reason);

@@ -26,8 +26,9 @@ public:
     ConsoleConnection& operator=(const ConsoleConnection&) = delete;
     ~ConsoleConnection();
 
-    // Connects; "" or the reason why not.
-    std::string Connect(const std::string& host, const std::string& port);
+    // Connects, within the milliseconds for each address of the host (0: no limit of our own);
+    // "" or the reason why not.
+    std::string Connect(const std::string& host, const std::string& port, int milliseconds);
 
     // Sends a line of at most kLongestLine bytes; false when the connection has ended.
     bool Send(const std::string& line);

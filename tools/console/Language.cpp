@@ -17,9 +17,9 @@ constexpr struct
     {"MACRO", LineRole::kOpensBlock}, {"END", LineRole::kEndsBlock},
     {"quit", LineRole::kQuits},       {"help", LineRole::kPlain},
     {"FILE", LineRole::kPlain},       {"PRINT", LineRole::kPlain},
-    {"BREAK", LineRole::kPlain},      {"INT", LineRole::kPlain},
-    {"CHAR", LineRole::kPlain},       {"STRING", LineRole::kPlain},
-    {"FLOAT", LineRole::kPlain},      {"POINTER", LineRole::kPlain},
+    {"BREAK", LineRole::kPlain},      {"INT", LineRole::kDeclares},
+    {"CHAR", LineRole::kDeclares},    {"STRING", LineRole::kDeclares},
+    {"FLOAT", LineRole::kDeclares},   {"POINTER", LineRole::kDeclares},
     {"FREE", LineRole::kPlain},       {"SLEEP", LineRole::kPlain},
     {"ELSE", LineRole::kPlain},       {"thread_show", LineRole::kPlain},
     {"NTSC", LineRole::kPlain},       {"PAL", LineRole::kPlain},
@@ -66,6 +66,12 @@ LineRole RoleOf(const std::string& line)
         }
     }
     return LineRole::kPlain;
+}
+
+std::string DeclaredVariable(const std::string& line)
+{
+    const std::vector<std::string> words = SplitLine(line);
+    return words.size() > 1 && RoleOf(line) == LineRole::kDeclares ? words[1] : "";
 }
 
 std::vector<std::string> LanguageWords()

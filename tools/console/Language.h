@@ -13,6 +13,7 @@ enum class LineRole
     kPlain,
     kOpensBlock,
     kEndsBlock,
+    kDeclares,
     kQuits
 };
 
@@ -21,6 +22,9 @@ LineRole RoleOf(const std::string& line);
 // The line's words as the console splits them: at blanks, double quotes group, and a word of more
 // than 255 characters or a quote that is not closed ends the splitting.
 std::vector<std::string> SplitLine(const std::string& line);
+
+// The variable that a line declares, or "".
+std::string DeclaredVariable(const std::string& line);
 
 // Words of the language that are worth completing.
 std::vector<std::string> LanguageWords();

@@ -93,25 +93,17 @@ char** Complete(const char* beginning, int /*start*/, int /*end*/)
     return rl_completion_matches(beginning, NextCompletion);
 }
 
-// Names of commands and variables stand in front: a return name, the command, its first argument.
-void LearnWords(const char* line)
-{
-    const std::vector<std::string> words = SplitLine(line);
-    const std::size_t names = words.size() > 1 && words[1] == "=" ? 4 : 2;
-    for (std::size_t index = 0; index < words.size() && index < names; ++index) {
-        if (words[index].size() > 1 && words[index].find_first_of(" \"\\%") == std::string::npos) {
-            gWords.insert(words[index]);
-        }
-    }
-}
 }  // namespace
 
-LineEditor::LineEditor(int watched) : mHistoryPath(HistoryPath())
+LineEditor::LineEditor(int watched, const std::vector<std::string>& words)
+    : mHistoryPath(HistoryPath())
 {
     std::setlocale(LC_CTYPE, "");
     gWatched = watched;
-    const std::vector<std::string> words = LanguageWords();
+    const std::vector<std::string> language = LanguageWords();
+    gWords.insert(language.begin(), language.end());
     gWords.insert(words.begin(), words.end());
+    gWords.erase("");
     rl_readline_name = "console";
     rl_catch_signals = 0;        // ^C is waited for in WaitForKey
     rl_getc_function = ReadKey;  // looked at by rl_initialize only
@@ -119,13 +111,7 @@ LineEditor::LineEditor(int watched) : mHistoryPath(HistoryPath())
     rl_attempted_completion_function = Complete;
     using_history();
     stifle_history(kHistoryLines);
-    if (read_history(mHistoryPath.c_str()) == 0) {
-        for (int index = 0; index < history_length; ++index) {
-            if (const HIST_ENTRY* entry = history_get(history_base + index)) {
-                LearnWords(entry->line);
-            }
-        }
-    }
+    read_history(mHistoryPath.c_str());
 }
 
 LineEditor::~LineEditor()
@@ -147,7 +133,11 @@ LineEditor::Outcome LineEditor::Read(const char* prompt, std::string* line)
 
 void LineEditor::Remember(const std::string& line)
 {
-    LearnWords(line.c_str());
+    // What was merely typed is not offered: it may have been mistyped.
+    const std::string variable = DeclaredVariable(line);
+    if (!variable.empty()) {
+        gWords.insert(variable);
+    }
     const HIST_ENTRY* const last = history_get(history_base + history_length - 1);
     if (line.empty() || (last != nullptr && line == last->line)) {
         return;

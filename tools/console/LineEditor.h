@@ -4,6 +4,7 @@
 #define TOOLS_CONSOLE_LINEEDITOR_H
 
 #include <string>
+#include <vector>
 
 class LineEditor
 {
@@ -16,16 +17,17 @@ public:
         kLost          // the watched descriptor became readable
     };
 
-    // Reads the history from its file and completes its words too. While it waits for a key it
-    // watches the descriptor.
-    explicit LineEditor(int watched);
+    // Reads the history from its file, and completes the words beside those of the language. While
+    // it waits for a key it watches the descriptor.
+    LineEditor(int watched, const std::vector<std::string>& words);
     LineEditor(const LineEditor&) = delete;
     LineEditor& operator=(const LineEditor&) = delete;
     ~LineEditor();
 
     Outcome Read(const char* prompt, std::string* line);
 
-    // Adds the line to the history, in memory and in the file, and its words to the completion.
+    // Adds the line to the history, in memory and in the file, and a variable that it declares to
+    // the completion.
     void Remember(const std::string& line);
 
 private:

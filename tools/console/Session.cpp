@@ -34,17 +34,19 @@ bool Fits(const std::string& line, const std::string& place)
 
 ExitStatus Session::Open(const std::string& host, const std::string& port, int limit)
 {
-    const std::string reason = mConnection.Connect(host, port);
+    const std::string reason = mConnection.Connect(host, port, limit);
     if (!reason.empty()) {
         Report("cannot connect to " + host + " port " + port + ": " + reason);
-        return kCannotConnect;
+        return kNotConnected;
     }
     Answer answer = Answer::kClosed;
     if (mConnection.Send("START")) {
-        answer = mConnection.WaitForPrompt(limit > 0 ? limit : kPatience);
-        if (answer == Answer::kTimeout && limit <= 0) {
-            Report("waiting: the console may be serving somebody else");
-            answer = mConnection.WaitForPrompt(kNoLimit);
+        const bool patient = limit <= 0 || limit > kPatience;
+        answer = mConnection.WaitForPrompt(patient ? kPatience : limit);
+        if (answer == Answer::kTimeout && patient) {
+            Report(limit > 0 ? "waiting: the console may be serving somebody else"
+                             : "waiting: the console may be serving somebody else; ^C ends this");
+            answer = mConnection.WaitForPrompt(limit > 0 ? limit - kPatience : kNoLimit);
         }
     }
     switch (answer) {
@@ -52,18 +54,19 @@ ExitStatus Session::Open(const std::string& host, const std::string& port, int l
             mOpen = true;
             return kSuccess;
         case Answer::kTimeout:
-            Report("no answer from " + host + " port " + port);
-            return kRefused;
+            Report("no answer from " + host + " port " + port +
+                   ": the console may be serving somebody else");
+            return kNotConnected;
         case Answer::kInterrupted:
             return kInterrupted;
         case Answer::kStrange:
             Report(host + " port " + port + " is no console");
-            return kRefused;
+            return kNotConnected;
         case Answer::kClosed:
             break;
     }
     Report(host + " port " + port + " refused the connection's opening");
-    return kRefused;
+    return kNotConnected;
 }
 
 ExitStatus Session::RunLines(std::istream& source, const std::string& name)
@@ -98,9 +101,9 @@ ExitStatus Session::Finish()
     return kSuccess;
 }
 
-ExitStatus Session::RunTerminal()
+ExitStatus Session::RunTerminal(const std::vector<std::string>& words)
 {
-    LineEditor editor(mConnection.Descriptor());
+    LineEditor editor(mConnection.Descriptor(), words);
     while (mOpen) {
         std::string line;
         switch (editor.Read(mBuilder.IsOpen() ? "...>" : "CMD>", &line)) {
@@ -163,7 +166,9 @@ ExitStatus Session::WaitForAnswer(bool mayQuit)
                     return kInterrupted;
                 }
                 told = true;
-                Report("the statement still runs in the console; ^C again leaves it there");
+                Report(
+                    "the statement still runs in the console; ^C again leaves, and the host ends\n"
+                    "it after its linger time (10 s unless its cmd.conf says otherwise)");
                 break;
             case Answer::kClosed:
             case Answer::kStrange:

@@ -13,9 +13,8 @@
 enum ExitStatus
 {
     kSuccess = 0,
-    kBadInput = 1,
-    kCannotConnect = 2,
-    kRefused = 3,
+    kBadInput = 1,  // 2, of wrong usage, is that of all programs
+    kNotConnected = 3,
     kLost = 4,
     kInterrupted = 130
 };
@@ -23,8 +22,8 @@ enum ExitStatus
 class Session
 {
 public:
-    // Connects and opens; a status other than kSuccess was reported. With a limit, in
-    // milliseconds, a console that serves somebody else is not waited for any longer.
+    // Connects and opens; a status other than kSuccess was reported. A console that serves somebody
+    // else is waited for at most the limit in milliseconds, with 0 as long as it takes.
     ExitStatus Open(const std::string& host, const std::string& port, int limit);
 
     // Sends the lines of a source, whose name is for reports. Stops at the first error, and at a
@@ -34,8 +33,9 @@ public:
     // After the last source: whether it ended in the middle of a block.
     ExitStatus Finish();
 
-    // Reads and runs lines from the terminal until ^D, "quit" or the end of the connection.
-    ExitStatus RunTerminal();
+    // Reads and runs lines from the terminal until ^D, "quit" or the end of the connection. The
+    // words are names that the console's host is known to have.
+    ExitStatus RunTerminal(const std::vector<std::string>& words);
 
     // Takes leave, after which the console is ready for its next client.
     void Close();

@@ -6,27 +6,35 @@
 #include <exception>
 #include <fstream>
 #include <iostream>
+#include <optional>
 #include <sstream>
 #include <string>
 #include <vector>
 
 #include "tools/console/Interrupt.h"
 #include "tools/console/Session.h"
+#include "tools/support/CommandLine.h"
+#include "tools/support/HeldOutput.h"
 
 namespace {
+// Seconds. At a terminal somebody can see what is waited for, and end it.
+constexpr double kWaitAlone = 30;
+
 struct Options
 {
     std::string host = "127.0.0.1";
     std::string port = "28282";
-    double timeout = 0;
+    std::optional<double> timeout;
+    std::string words;
     std::vector<std::string> statements;
     std::string file;
 };
 
 constexpr char kFooter[] =
     "Without --exec and FILE, lines come from standard input; at a terminal they can be edited,\n"
-    "recalled (~/.html5_video_console_history, or in $XDG_STATE_HOME) and completed with Tab;\n"
-    "^C forgets the line, ^D quits.\n"
+    "recalled (~/.html5_video_console_history, or in $XDG_STATE_HOME) and completed with Tab:\n"
+    "words of the language, names of --words, variables declared in this session. ^C forgets the\n"
+    "line, or leaves while a statement runs, ^D quits.\n"
     "\n"
     "The console sends prompts only. What a statement prints, and what a command logs, appears on\n"
     "the standard output and in the log of the console's own process, not here; nor can this\n"
@@ -34,9 +42,9 @@ constexpr char kFooter[] =
     "\n"
     "\"quit\" ends the session: lines behind it are not run, and that is no error.\n"
     "\n"
-    "Exit status: 0 every line was run, or every line up to a \"quit\"; 1 wrong usage or input;\n"
-    "2 no connection; 3 the opening was refused or not answered; 4 the connection was lost;\n"
-    "130 left with ^C while a statement ran.";
+    "Exit status: 0 every line was run, or every line up to a \"quit\"; 1 wrong input;\n"
+    "2 wrong usage; 3 no connection, or the opening was refused or not answered; 4 the connection\n"
+    "was lost; 130 left with ^C while a statement ran or the console served somebody else.";
 
 ExitStatus RunFile(Session* session, const std::string& path)
 {
@@ -68,23 +76,44 @@ ExitStatus RunSources(Session* session, const Options& options)
     return status == kSuccess ? session->Finish() : status;
 }
 
+// Milliseconds to wait for the first prompt, 0 as long as it takes.
+int Limit(const Options& options, bool terminal)
+{
+    const double seconds = options.timeout.value_or(terminal ? 0 : kWaitAlone);
+    return static_cast<int>(seconds * 1000);
+}
+
+// The first word of each line. False when there is no such file.
+bool ReadWords(const std::string& path, std::vector<std::string>* words)
+{
+    std::ifstream file(path);
+    for (std::string line; std::getline(file, line);) {
+        std::istringstream(line) >> words->emplace_back();
+    }
+    return path.empty() || file.eof();
+}
+
 int Run(const Options& options)
 {
+    std::vector<std::string> words;
+    if (!ReadWords(options.words, &words)) {
+        std::fprintf(stderr, "console: %s: cannot be read\n", options.words.c_str());
+        return kBadInput;
+    }
     Session session;
     const bool terminal = options.statements.empty() && options.file.empty() &&
                           isatty(STDIN_FILENO) != 0 && isatty(STDOUT_FILENO) != 0;
     if (terminal) {
         Interrupt::Catch();
     }
-    ExitStatus status =
-        session.Open(options.host, options.port, static_cast<int>(options.timeout * 1000));
+    ExitStatus status = session.Open(options.host, options.port, Limit(options, terminal));
     if (status != kSuccess) {
         return status;
     }
     if (terminal) {
         std::printf("Connected to %s port %s. Results appear where that process prints.\n",
                     options.host.c_str(), options.port.c_str());
-        status = session.RunTerminal();
+        status = session.RunTerminal(words);
     } else {
         status = RunSources(&session, options);
     }
@@ -92,26 +121,40 @@ int Run(const Options& options)
     return status;
 }
 
+// Reads only the digits of a port: a service's name is none.
+std::string CheckPort(const std::string& text)
+{
+    const bool digits = !text.empty() && text.size() <= 5 &&
+                        text.find_first_not_of("0123456789") == std::string::npos;
+    const int port = digits ? std::stoi(text) : 0;
+    return port >= 1 && port <= 65535 ? "" : "a port is a number from 1 to 65535, not " + text;
+}
+
 int ParseAndRun(int argc, char** argv)
 {
     Options options;
     CLI::App app("Runs statements in a debugging console", "console");
     app.add_option("--host", options.host, "Where the console listens")->capture_default_str();
-    app.add_option("--port", options.port, "Its TCP port")->capture_default_str();
+    app.add_option("--port", options.port, "Its TCP port")->check(CheckPort)->capture_default_str();
     app.add_option("--timeout", options.timeout,
-                   "Seconds to wait for the first prompt; without it as long as it takes")
-        ->check(CLI::Range(0.001, 86400.0));
+                   "Seconds to wait for the first prompt, which comes late when the console serves "
+                   "somebody else; 0 as long as it takes. Without it 30, at a terminal 0")
+        ->check(CLI::Range(0.0, 86400.0));
     app.add_option("--exec", options.statements, "Run this line, before the file; may be repeated")
         ->type_name("LINE")
         ->allow_extra_args(false);
+    app.add_option("--words", options.words,
+                   "Complete the names in this file, one a line; the host's command \"commands "
+                   "PATH\" writes one")
+        ->type_name("PATH");
     app.add_option("FILE", options.file, "Run the lines of this file, - for standard input");
     app.footer(kFooter);
-    try {
-        app.parse(argc, argv);
-        return Run(options);
-    } catch (const CLI::ParseError& error) {
-        return app.exit(error) == 0 ? kSuccess : kBadInput;
+    int exitStatus = kSuccess;
+    if (!ParseCommandLine(app, argc, argv, exitStatus)) {
+        return exitStatus;
     }
+    ShowHeldOutput();
+    return Run(options);
 }
 }  // namespace
 

@@ -3,6 +3,9 @@
 #include <CLI/CLI.hpp>
 #include <vector>
 
+#include "tools/support/CommandLine.h"
+#include "tools/support/HeldOutput.h"
+
 namespace {
 constexpr const char* kDescription =
     "The reference player: takes the commands of a browser that uses libhtml5_video and reports\n"
@@ -69,7 +72,7 @@ void AddConsole(CLI::App& app, Options& options)
 
 bool ParseOptions(int argc, const char* const* argv, Options& options, int& exitStatus)
 {
-    CLI::App app(kDescription);
+    CLI::App app(kDescription, "player");
     app.footer(kFooter);
     options.engine = kEngines.front();
     app.add_option("--engine", options.engine, "What plays the media")
@@ -81,12 +84,11 @@ bool ParseOptions(int argc, const char* const* argv, Options& options, int& exit
     AddClock(app, options.clock);
     AddConsole(app, options);
     app.add_flag("-v,--verbose", options.verbose, "Log what the library does, too");
-    try {
-        app.parse(argc, argv);
-    } catch (const CLI::ParseError& error) {
-        exitStatus = app.exit(error) == 0 ? kExitEnded : kExitUsage;
+    AddLogOption(app, options.logMode);
+    if (!ParseCommandLine(app, argc, argv, exitStatus)) {
         return false;
     }
+    ShowHeldOutput();
     options.console = app.count("--console") > 0;
     return true;
 }

@@ -5,6 +5,7 @@
 #include <string>
 
 #include "tools/player/ClockEngine.h"
+#include "tools/support/LogMode.h"
 
 struct Options
 {
@@ -15,18 +16,18 @@ struct Options
     std::string browserAddress = "127.0.0.1";
     int browserPort = 56910;
     bool verbose = false;
+    int logMode = kLogAsConfigured;
     bool console = false;
     int consolePort = 28282;
     ClockEngine::Settings clock;
 };
 
-// Exit statuses, as --help lists them.
+// Exit statuses beside that of wrong usage, as --help lists them.
 constexpr int kExitEnded = 0;
 constexpr int kExitFailed = 1;
-constexpr int kExitUsage = 2;
 
-// False, with the status to exit with, when there is nothing to run: help was asked for, or the
-// command line is wrong.
+// False, with the status to exit with, when there is nothing to run: help or the version was
+// asked for, or the command line is wrong.
 bool ParseOptions(int argc, const char* const* argv, Options& options, int& exitStatus);
 
 #endif  // TOOLS_PLAYER_OPTIONS_H

@@ -1,6 +1,8 @@
 #include "tools/player/PlayerConsole.h"
 
+#include <cerrno>
 #include <cstdio>
+#include <cstring>
 
 #include "tools/player/Commands.h"
 #include "util/console/CmdClient.h"
@@ -19,7 +21,9 @@ public:
             line->GetCmdArgs(&value, 1) == 1 && value.GetType() == CmdValue::kInt;
         if (line->CompareCommand("player_state")) {
             Describe(result);
-        } else if (!hasNumber ||
+        } else if (line->CompareCommand("commands") && line->GetCount() == 1) {
+            WriteNames(line->GetNthArg(0), result);
+        } else if (!hasNumber || line->CompareCommand("commands") ||
                    !(line->CompareCommand("player_fail") ? mOwner->Fail(value.GetInt())
                                                          : mOwner->Delay(value.GetInt()))) {
             std::snprintf(result, CmdMgr::kResultSize, "%s", info->mHelp);
@@ -32,6 +36,24 @@ public:
     }
 
 private:
+    // A file that is there is left alone: whoever reaches the console could have chosen any.
+    static void WriteNames(const char* path, char* result)
+    {
+        std::FILE* const file = std::fopen(path, "wxe");
+        if (file == nullptr) {
+            std::snprintf(result, CmdMgr::kResultSize, "%s: %s", path, std::strerror(errno));
+            return;
+        }
+        CmdListMgr* const commands = CmdListMgr::GetInstance();
+        int count = 0;
+        while (const CmdInfo* const known = commands->GetInfo(count)) {
+            std::fprintf(file, "%s\n", known->mName);
+            ++count;
+        }
+        const bool written = std::fclose(file) == 0;
+        std::snprintf(result, CmdMgr::kResultSize, written ? "%d names" : "Not written", count);
+    }
+
     void Describe(char* result)
     {
         const PlaybackState state = mOwner->GetState();
@@ -59,6 +81,8 @@ constexpr Offer kOffers[] = {
      "player_fail CODE : tell that media status, an error from 100 to 104; 0 ends it"},
     {"player_delay", "player_delay int",
      "player_delay MS : answer every command later, at most 35000; 0 ends it"},
+    {"commands", "commands string",
+     "commands FILE : write the names of all commands to a new file"},
 };
 }  // namespace
 
@@ -85,6 +109,7 @@ bool PlayerConsole::Start()
     CmdMgr* const console = CmdMgr::GetInstance(mPort);
     console->SetAddress("127.0.0.1");
     console->SetTolerant(true);
+    console->SetVerbose(true);
     return console->Start() == 0;
 }
 

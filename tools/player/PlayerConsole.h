@@ -4,6 +4,7 @@
 //     player_state        the state as it was told last
 //     player_fail CODE    tell that media status instead of the engine's, 0: the engine's again
 //     player_delay MS     answer every command that much later, 0: at once
+//     commands FILE       write the names of all commands to a new file
 //
 // Each leaves its answer as the line's result and prints it.
 #ifndef TOOLS_PLAYER_PLAYERCONSOLE_H

@@ -11,10 +11,11 @@
 #include "tools/player/Commands.h"
 #include "tools/player/Options.h"
 #include "tools/player/Player.h"
-#include "tools/player/PlayerChannel.h"
 #include "tools/player/PlayerConsole.h"
 #include "tools/player/PlayerLog.h"
 #include "tools/player/StatusPusher.h"
+#include "tools/support/LogMode.h"
+#include "util/ipc/IPCSocketChannel.h"
 #ifdef PLAYER_HAS_GSTREAMER
 #include "tools/player/GstEngine.h"
 #endif
@@ -52,21 +53,26 @@ sigset_t BlockEndSignals()
     return signals;
 }
 
-void SetUpLog(bool verbose)
+void SetUpLog(const Options& options)
 {
-    Logger::ChangeMode(1);
+    const int mode = ChooseLogMode(options.logMode);
+    if (mode != kLogAsConfigured) {
+        Logger::ChangeMode(mode);
+    }
     // An absent browser is an error to the library and everyday life to a player, which tells it
     // in its own words.
-    Logger::GetLogger(kLibraryLogger)->SetLevel(verbose ? Logger::kInfo : Logger::kError + 1);
+    Logger::GetLogger(kLibraryLogger)
+        ->SetLevel(options.verbose ? Logger::kInfo : Logger::kError + 1);
 }
 
 int Run(const Options& options)
 {
     const sigset_t signals = BlockEndSignals();
-    SetUpLog(options.verbose);
+    SetUpLog(options);
 
-    PlayerChannel channel("HTML5 Video Socket", options.browserAddress.c_str(),
-                          options.listenAddress.c_str(), options.browserPort, options.listenPort);
+    IPCSocketChannel channel("HTML5 Video Socket", options.browserAddress.c_str(),
+                             options.listenAddress.c_str(), options.browserPort,
+                             options.listenPort);
     StatusPusher pusher(channel);
     PlayerConsole console(options.consolePort);
     Player player([&](std::function<void()> wake) { return MakeEngine(options, std::move(wake)); },
@@ -77,7 +83,7 @@ int Run(const Options& options)
         return kExitFailed;
     }
     channel.Start();
-    if (!channel.IsListening()) {
+    if (!channel.IsBound()) {
         PLAYER_ERROR("Can not listen on %s port %d: is another player running?",
                      options.listenAddress.c_str(), options.listenPort);
         return kExitFailed;

@@ -63,14 +63,22 @@ void CmdMgr::SetAddress(const char* address)
 
 void CmdMgr::SetTolerant(bool tolerant)
 {
-    mServer->ChangeSettings(
-        [tolerant](ConsoleSettings& settings) { settings.tolerant = tolerant; });
+    mServer->Set(&ConsoleSettings::tolerant, tolerant ? 1 : 0);
 }
 
 void CmdMgr::SetStartTimeout(int milliseconds)
 {
-    mServer->ChangeSettings(
-        [milliseconds](ConsoleSettings& settings) { settings.startTimeout = milliseconds; });
+    mServer->Set(&ConsoleSettings::startTimeout, milliseconds);
+}
+
+void CmdMgr::SetLinger(int seconds)
+{
+    mServer->Set(&ConsoleSettings::linger, seconds);
+}
+
+void CmdMgr::SetVerbose(bool verbose)
+{
+    mServer->Set(&ConsoleSettings::verbose, verbose ? 1 : 0);
 }
 
 int CmdMgr::Start()

@@ -51,6 +51,10 @@ public:
     //                  console
     //   starttimeout=  milliseconds a new client may stay silent before the next one is taken,
     //                  10000 without it
+    //   linger=        seconds after which a statement whose client has left is stopped as Stop
+    //                  stops it, and the next client is served; -1 never, 10 without it
+    //   verbose=       1: each statement that failed or named nothing is told on standard output,
+    //                  one line with its text, code and result text; 0 (the default): it is not
     void LoadConfig();
 
     // Applies one such line.
@@ -62,6 +66,8 @@ public:
     void SetAddress(const char* address);
     void SetTolerant(bool tolerant);
     void SetStartTimeout(int milliseconds);
+    void SetLinger(int seconds);
+    void SetVerbose(bool verbose);
 
     // Reads the configuration and starts the console's thread: the thread's start result, or -1
     // when it runs already. After Stop it waits up to two seconds for the former thread to end.

@@ -43,6 +43,11 @@ void ConsoleServer::ParseConfig(const char* line)
     ChangeSettings([&copy](ConsoleSettings& settings) { settings.Apply(copy); });
 }
 
+void ConsoleServer::Set(int ConsoleSettings::*setting, int value)
+{
+    ChangeSettings([setting, value](ConsoleSettings& settings) { settings.*setting = value; });
+}
+
 int ConsoleServer::Start()
 {
     const StaticLockHold hold(mStartLock);
@@ -161,5 +166,6 @@ int ConsoleServer::Open()
         }
         settings = current;
     });
+    mLanguage.verbose = settings.verbose != 0;
     return mLink.Open(settings);
 }

@@ -37,6 +37,7 @@ public:
         const StaticLockHold hold(mSettingsLock);
         change(mSettings);
     }
+    void Set(int ConsoleSettings::*setting, int value);
 
     int Start();
     void Stop();

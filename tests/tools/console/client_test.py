@@ -18,7 +18,7 @@ class Scripts(unittest.TestCase):
         self.assertGreater(len(expected), 5)
         for path in expected:
             with self.subTest(script=path):
-                host = Host(files)
+                host = Host(files, "verbose=0\n")
                 result = run("--port", host.port, os.path.splitext(path)[0] + ".txt")
                 with open(path, encoding="utf-8") as output:
                     self.assertEqual(host.output(), output.read())
@@ -57,8 +57,12 @@ class Lines(unittest.TestCase):
         self.assertEqual(result.returncode, 1)
         self.assertIn("has no END and was not sent", result.stderr)
         self.assertEqual(self.run_client("nowhere.txt").returncode, 1)
-        self.assertEqual(self.run_client("--unknown").returncode, 1)
-        self.assertEqual(self.run_client("--timeout", "-1").returncode, 1)
+        for usage in (["--unknown"], ["--timeout", "-1"], ["--port", "0"], ["--port", "70000"]):
+            self.assertEqual(self.run_client(*usage).returncode, 2, usage)
+        wrong = run("--port", "abc")
+        self.assertEqual((wrong.returncode, wrong.stdout), (2, ""))
+        self.assertIn("a port is a number from 1 to 65535, not abc", wrong.stderr)
+        self.assertEqual(self.run_client("--words", "nowhere.txt").returncode, 1)
         self.assertEqual(self.host.output(), "before\n")
 
     def test_reach_the_hosts_own_commands(self):
@@ -69,6 +73,13 @@ class Lines(unittest.TestCase):
         self.assertIn(" All Thread Count = 4\n  [0] Thread[Tuner thread]", self.host.log())
         self.assertIn("Thread[Command line Tester thread] Priority = 0, Status = 2, IsRunning = 1",
                       self.host.log())
+        names = self.host.path("names")
+        self.run_client("--exec", f"commands {names}", "--exec", f"commands {names}")
+        with open(names, encoding="ascii") as file:
+            self.assertEqual(sorted(file.read().split()),
+                             ["List", "commands", "thread_show", "tune"])
+        self.assertTrue(self.host.output().endswith("commands FILE : write all names to a new "
+                                                    "file\n"), "a file that is there is left alone")
         self.run_client("--exec", "list")
         for line in (usage, "List : show all commands", "thread_show : show all threads"):
             self.assertIn(line + "\n", self.host.output())
@@ -99,7 +110,7 @@ class Connection(unittest.TestCase):
     def test_fails_in_ways_that_are_told_apart(self):
         prompt = b"tavi\5\0\0\0\nCMD>"
         cases = [
-            ("nobody there", free_port(), 2, "cannot connect to 127.0.0.1 port"),
+            ("nobody there", free_port(), 3, "cannot connect to 127.0.0.1 port"),
             ("closed at once", self.serve([b""]), 3, None),
             ("another service", self.serve([b"HTTP/1.1 400 Bad Request"]), 3, "is no console"),
             ("a huge frame", self.serve([b"tavi\xff\xff\xff\xff"]), 3, "is no console"),
@@ -112,7 +123,7 @@ class Connection(unittest.TestCase):
                 self.assertEqual(result.returncode, status, result.stderr)
                 self.assertIn(message or "console: ", result.stderr)
         result = run("--host", "no.such.host.invalid", "--exec", "x")
-        self.assertEqual(result.returncode, 2)
+        self.assertEqual(result.returncode, 3)
 
     def test_waits_as_long_as_it_is_told_to(self):
         with socket.socket() as silent:
@@ -121,6 +132,13 @@ class Connection(unittest.TestCase):
             result = run("--port", silent.getsockname()[1], "--timeout", "0.2", "--exec", "x")
             self.assertEqual(result.returncode, 3)
             self.assertIn("no answer", result.stderr)
+            self.assertNotIn("waiting", result.stderr)
+            result = run("--port", silent.getsockname()[1], "--timeout", "1.2", "--exec", "x")
+            self.assertEqual(result.returncode, 3)
+            self.assertIn("waiting: the console may be serving somebody else\n", result.stderr)
+        for line in ("Without it 30, at a terminal 0", "3 no connection"):
+            self.assertIn(line, run("--help").stdout)
+        self.assertRegex(run("--version").stdout, r"\Aconsole \d+\.\d+\.\d+\n\Z")
 
     def test_help_says_where_results_are(self):
         result = run("--help")

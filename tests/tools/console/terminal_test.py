@@ -4,21 +4,21 @@ import subprocess
 import tempfile
 import unittest
 
-from console_process import CLIENT, Host, wait_until
+from console_process import CLIENT, Host, run, wait_until
 
 class Terminal:
     """The client in a terminal of its own."""
 
     count = 0
 
-    def __init__(self, port, home):
+    def __init__(self, port, home, options=""):
         Terminal.count += 1
         self.socket = os.path.join(home, f"tmux{Terminal.count}")
         self.status = os.path.join(home, f"status{Terminal.count}")
         environment = dict(os.environ, HOME=home, TERM="screen", LC_ALL="C.UTF-8")
         environment.pop("XDG_STATE_HOME", None)
         environment.pop("TMUX", None)
-        command = f"'{CLIENT}' --port {port}; echo $? > '{self.status}'; cat"
+        command = f"'{CLIENT}' --port {port} {options}; echo $? > '{self.status}'; cat"
         subprocess.run(["tmux", "-S", self.socket, "-f", "/dev/null", "new-session", "-d", "-x",
                         "100", "-y", "40", command], env=environment, check=True)
 
@@ -61,8 +61,8 @@ class AtATerminal(unittest.TestCase):
         self.addCleanup(self.home.cleanup)
         self.terminal = self.connect()
 
-    def connect(self):
-        terminal = Terminal(self.host.port, self.home.name)
+    def connect(self, options=""):
+        terminal = Terminal(self.host.port, self.home.name, options)
         self.addCleanup(terminal.close)
         self.assertTrue(terminal.ends_with("CMD>"), terminal.screen())
         return terminal
@@ -119,14 +119,27 @@ class AtATerminal(unittest.TestCase):
         self.assert_screen_ends("CMD>WHILE")
         self.terminal.keys("C-c")
         self.assert_screen_ends("CMD>")
-        self.terminal.enter("tune 3")  # a command that only the host knows, once seen
-        self.assert_output("channel 3\n")
-        self.terminal.type("tu")
+        self.terminal.enter("tunw")
+        self.terminal.enter("INT counter 3")
+        names = self.host.path("names")
+        self.terminal.enter(f"commands {names}")
+        self.assertTrue(wait_until(lambda: os.path.exists(names)))
+        self.terminal.type("PRINT cou")
         self.terminal.keys("Tab")
+        self.assert_screen_ends("CMD>PRINT counter")
+        self.terminal.keys("Enter")
+        mistyped = "tunw -> 0 no such command\n"
+        self.assert_output(mistyped + "3\n")
+        self.terminal.keys("C-d")
+        self.assertEqual(self.terminal.exit_status(), "0")
+        self.terminal.close()
+        self.terminal = self.connect(f"--words {names}")
+        self.terminal.type("tu")
+        self.terminal.keys("Tab")  # the host's command, and not what was mistyped before
         self.terminal.type("4")
         self.assert_screen_ends("CMD>tune 4")
         self.terminal.keys("Enter")
-        self.assert_output("channel 3\nchannel 4\n")
+        self.assert_output(mistyped + "3\nchannel 4\n")
 
     def test_blocks_continue_and_can_be_forgotten(self):
         self.terminal.enter("FOR 1 2 1")
@@ -157,9 +170,37 @@ class AtATerminal(unittest.TestCase):
         self.terminal.enter("SLEEP 100000")
         self.assert_screen_ends("SLEEP 100000")
         self.terminal.keys("C-c")
-        self.assert_screen_ends("^C again leaves it there")
+        self.assert_screen_ends("^C again leaves, and the host ends\n"
+                                "it after its linger time (10 s unless its cmd.conf says otherwise)")
         self.terminal.keys("C-c")
         self.assertEqual(self.terminal.exit_status(), "130")
+
+    def test_it_waits_for_a_console_that_serves_somebody_else(self):
+        waiting = Terminal(self.host.port, self.home.name)
+        self.addCleanup(waiting.close)
+        self.assertTrue(waiting.ends_with("console: waiting: the console may be serving somebody "
+                                          "else; ^C ends this"), waiting.screen())
+        waiting.keys("C-c")
+        self.assertEqual(waiting.exit_status(), "130")
+
+class AfterItsClient(unittest.TestCase):
+    def test_an_endless_loop_ends_and_the_next_client_is_served(self):
+        host = Host(settings="linger=1\n")
+        self.addCleanup(host.stop)
+        with tempfile.TemporaryDirectory() as home:
+            for line in ("WHILE 1 == 1", "SLEEP 100000"):
+                terminal = Terminal(host.port, home)
+                self.addCleanup(terminal.close)
+                self.assertTrue(terminal.ends_with("CMD>"), terminal.screen())
+                for part in (line, "SLEEP 10", "END")[:3 if line.startswith("WHILE") else 1]:
+                    terminal.enter(part)
+                    self.assertTrue(wait_until(lambda part=part: part in terminal.screen()))
+                terminal.keys("C-c")
+                self.assertTrue(wait_until(lambda: "linger time" in terminal.screen()))
+                terminal.keys("C-c")
+                self.assertEqual(terminal.exit_status(), "130")
+                self.assertEqual(run("--port", host.port, "--exec", "PRINT next").returncode, 0)
+        self.assertEqual(host.output(), "next\nnext\n")
 
 if __name__ == "__main__":
     unittest.main()

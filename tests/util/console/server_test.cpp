@@ -203,6 +203,66 @@ TEST(CmdMgr, RemovesAPromptForClients)
     EXPECT_STREQ(CmdMgr::RemovePrompt(""), "");
 }
 
+TEST(Linger, EndsWhatRunsForAClientThatHasLeft)
+{
+    const RunningConsole console("linger=1\n");
+    test::WriteFile("long.txt", "FOR 1 1 0\nFILE none\nEND\n");
+    for (const std::string statement : {"SLEEP 100000", "WHILE 1 == 1\nEND", "FILE long.txt",
+                                        "FOR 1 1 0\nSLEEP 1\nEND\nSLEEP 100000"}) {
+        ConsoleClient client(console.Port());
+        ASSERT_TRUE(client.Start()) << statement;
+        for (const std::string& line : test::Lines(statement)) {
+            client.Send(ConsoleFrame(line));
+        }
+        EXPECT_FALSE(client.HasInput(300)) << statement << " goes on while its client is there";
+        const auto begin = std::chrono::steady_clock::now();
+        client.Close();
+        EXPECT_TRUE(console.ServesNextClient()) << statement;
+        EXPECT_GE(std::chrono::steady_clock::now() - begin, std::chrono::milliseconds(900));
+    }
+}
+
+TEST(Linger, RunsWithinItsTimeWhatTheClientSentBefore)
+{
+    for (const char* const linger : {"", "linger=-1\n", "LINGER=0\n"}) {
+        RunningConsole console(linger);
+        {
+            ConsoleClient client(console.Port());
+            ASSERT_TRUE(client.Start());
+            client.Send(ConsoleFrame("SLEEP 500") + ConsoleFrame("PRINT late"));
+        }
+        EXPECT_TRUE(console.ServesNextClient());
+        const bool cut = std::string(linger) == "LINGER=0\n";
+        EXPECT_EQ(console.Output(), cut ? "served\n" : "late\nserved\n") << linger;
+        Console().SetLinger(10);
+    }
+}
+
+TEST(Verbose, TellsOfWhatFailedOrNamedNothing)
+{
+    test::WriteFile("wrong.txt", "PRINT right\ntun 7\n");
+    RunningConsole console("verbose=1\n");
+    const ConsoleClient client(console.Port());
+    ASSERT_TRUE(client.Start());
+    for (const char* const line :
+         {"INT n 3", "n = 4", "n = n + 1", "n = n / 0", "FREE nobody", "FILE none", "FILE\r\n",
+          "FILE wrong.txt", "m = 5", "m = thread_shaw all", "END", "# nothing", ""}) {
+        EXPECT_TRUE(client.Run(line)) << line;
+    }
+    for (const char* const line : {"IF 1 == 1", "m = n + 1", "WHILE 1", "SLEEP 1", "END", "END"}) {
+        client.Send(ConsoleFrame(line));
+    }
+    EXPECT_TRUE(client.ReadPrompt());
+    EXPECT_EQ(console.Output(),
+              "n = n / 0 -> -1 argument fail\nFREE nobody -> -1\n"
+              "FILE none -> -1 Can not find file\nFILE -> -1 argument fail\n"
+              "right\ntun 7 -> 0 no such command\nm = 5 -> 0 not assigned\n"
+              "m = thread_shaw all -> 0 no such command\n"
+              "END -> 0 no such command\n"
+              "m = n + 1 -> 0 not assigned\nWHILE 1 -> -1 argument fail\n");
+    Console().SetVerbose(false);
+}
+
 // What the console's loop writes when the text is its standard input.
 std::string OutputFor(const std::string& text)
 {

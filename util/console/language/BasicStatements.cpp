@@ -108,13 +108,13 @@ int statement::File(StatementContext& context, CmdParser& line, char* result)
     return CmdLanguage::kDone;
 }
 
-// The wait ends early when the console is told to stop.
+// The wait ends early when the console is told to stop, or its client was gone for its time.
 int statement::Sleep(StatementContext& context, CmdParser& line, char* result)
 {
     if (line.GetCount() != 1) {
         return Fail(result, "argument fail");
     }
-    context.stop.Wait(-1, 0, std::max(Symbols().GetIntValue(line.GetNthArg(0)), 0));
+    context.stop.Sleep(std::max(Symbols().GetIntValue(line.GetNthArg(0)), 0));
     return CmdLanguage::kDone;
 }
 

@@ -4,9 +4,13 @@
 #include "util/console/CmdParser.h"
 #include "util/console/CommandRecords.h"
 #include "util/console/SymListMgr.h"
-#include "util/console/language/ResultText.h"
 #include "util/console/language/StatementContext.h"
 #include "util/console/lines/StopSignal.h"
+
+namespace {
+// Turns of nothing but shortcuts, after which it is looked whether to stop.
+constexpr int kTurnsPerLook = 256;
+}  // namespace
 
 BlockRunner::BlockRunner(StatementContext& context)
     : mContext(context),
@@ -33,9 +37,9 @@ int BlockRunner::Run(BlockStep& step, char* result)
         case BlockStep::Kind::kIdle:
             return CmdLanguage::kDone;
         case BlockStep::Kind::kBadArguments:
-            return Fail(result, "argument fail");
+            return mContext.Refuse(*step.line, result, "argument fail");
         case BlockStep::Kind::kTooDeep:
-            return Fail(result, "Block too deep");
+            return mContext.Refuse(*step.line, result, "Block too deep");
         case BlockStep::Kind::kUnknown:
             break;
     }
@@ -59,7 +63,7 @@ int BlockRunner::RunLoop(BlockStep& step, char* result, Next next)
     BlockStep* const begin = step.body.data();
     const BlockStep* const end = begin + step.body.size();
     int code = CmdLanguage::kDone;
-    while (next() && !mStop.IsRaised()) {
+    while (next() && MayGoOn()) {
         code = RunBody(begin, end, result);
         if (code == CmdLanguage::kBreak) {
             code = CmdLanguage::kDone;
@@ -68,6 +72,14 @@ int BlockRunner::RunLoop(BlockStep& step, char* result, Next next)
     }
     result[0] = '\0';
     return code;
+}
+
+bool BlockRunner::LookAround()
+{
+    mStop.Look();
+    const bool raised = mStop.IsRaised();
+    mTurnsToLook = raised ? 0 : kTurnsPerLook;
+    return !raised;
 }
 
 int BlockRunner::RunFor(BlockStep& step, char* result)
@@ -138,6 +150,7 @@ bool BlockRunner::IsCommandWord(BlockStep& step)
 int BlockRunner::RunPlain(BlockStep& step, char* result)
 {
     mHold.reset();  // a statement may last, and what is removed meanwhile would gather
+    mTurnsToLook = 0;
     const int code = RunStatement(*step.statement, mContext, *step.line, result);
     if (step.lineGeneration != step.line->GetGeneration()) {
         step.PrepareLine();

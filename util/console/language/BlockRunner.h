@@ -40,6 +40,10 @@ private:
     bool IsTrue(BlockStep& condition);
     bool IsCommandWord(BlockStep& step);
 
+    // Whether a loop may take another turn, or its thread is to stop.
+    bool MayGoOn() { return --mTurnsToLook > 0 || LookAround(); }
+    bool LookAround();
+
     // Makes the step's places usable.
     void Refresh(BlockStep& step)
     {
@@ -50,10 +54,11 @@ private:
     void Renew(BlockStep& step);
 
     StatementContext& mContext;
-    const StopSignal& mStop;
+    StopSignal& mStop;
     SymbolRecords& mSymbols;
     CommandRecords& mCommands;
     std::optional<RegistryHold<SymbolRecords>> mHold;
+    int mTurnsToLook = 0;       // a plain statement makes it 0, since it may last
     bool mLineChanged = false;  // a handler parsed its own line anew, perhaps to an ELSE
 };
 

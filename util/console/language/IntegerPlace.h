@@ -31,12 +31,13 @@ private:
 class IntegerTarget
 {
 public:
-    // An integer symbol takes the value. No symbol, a reserved one and a pointer take nothing;
-    // texts and floats take the value's text, which is not this class's business: NeedsText.
+    // An integer symbol takes the value. Without a name nothing does. Texts and floats take the
+    // value's text, and a name that can not be assigned is to be told of; neither is this class's
+    // business: NeedsText.
     void Resolve(SymbolRecords& symbols, const char* name)
     {
         SymInfo* const info = symbols.Match(name);
-        mNeedsText = false;
+        mNeedsText = name != nullptr;
         mPlace = &mIgnored;
         if (info == nullptr || info->mReserved != 0 || info->mType == SymInfo::kPointer) {
             return;

@@ -5,7 +5,6 @@
 #include "util/console/language/BlockReader.h"
 #include "util/console/language/BlockRunner.h"
 #include "util/console/language/BlockTree.h"
-#include "util/console/language/ResultText.h"
 
 int Interpreter::RunLine(CmdParser& parser, const char* line, char* result)
 {
@@ -26,7 +25,8 @@ int Interpreter::RunBlock(const char* firstLine, char* result)
     result[0] = '\0';
     CmdBlock* const block = new CmdBlock;
     const char* const reason = BlockReader(lines).Read(block, new CmdParser(firstLine), nullptr);
-    const int code = reason != nullptr ? Fail(result, reason) : RunBlock(*block, result);
+    const int code =
+        reason != nullptr ? Refuse(*block->mCommand, result, reason) : RunBlock(*block, result);
     FreeBlock(block);
     return code;
 }

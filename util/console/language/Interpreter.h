@@ -11,7 +11,7 @@ struct CmdBlock;
 class Interpreter final : public StatementContext
 {
 public:
-    Interpreter(LineSource& lineSource, const StopSignal& stopSignal)
+    Interpreter(LineSource& lineSource, StopSignal& stopSignal)
         : StatementContext(lineSource, stopSignal)
     {}
 

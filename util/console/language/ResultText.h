@@ -57,10 +57,6 @@ private:
 };
 
 // The result of a statement that failed: the reason as its text, -1 as its code.
-inline int Fail(char* result, const char* reason)
-{
-    ResultText(result).Append(reason);
-    return -1;
-}
+int Fail(char* result, const char* reason);
 
 #endif  // UTIL_CONSOLE_LANGUAGE_RESULTTEXT_H

@@ -7,10 +7,12 @@
 #include "util/console/CmdLanguage.h"
 #include "util/console/CmdListMgr.h"
 #include "util/console/CmdParser.h"
+#include "util/console/CommandRecords.h"
 #include "util/console/RegistryHold.h"
 #include "util/console/SymListMgr.h"
 #include "util/console/language/BasicStatements.h"
 #include "util/console/language/IntegerOperation.h"
+#include "util/console/language/StatementContext.h"
 
 namespace {
 int DoNothing(StatementContext& /*context*/, CmdParser& /*line*/, char* /*result*/)
@@ -95,14 +97,39 @@ bool IsCommentLine(const char* line)
     return *line == '\0' || *line == '\n' || *line == '#';
 }
 
+namespace {
+// Whether a line is assigned as a word when no command has it as its name.
+bool IsWord(const CmdParser& line)
+{
+    return line.GetReturn() != nullptr && line.GetCount() == 0;
+}
+
+// A block without a body runs as a plain line that does nothing.
+bool NamesNothing(const Statement& statement, const CmdParser& line)
+{
+    return &statement == &kCommandStatement && !IsWord(line) && !OpensBlock(BlockWordOf(line)) &&
+           !CommandRecords::Get().IsKnown(line.GetCommand());
+}
+}  // namespace
+
 int RunStatement(const Statement& statement, StatementContext& context, CmdParser& line,
                  char* result)
 {
     result[0] = '\0';
+    const bool unknown = context.verbose && NamesNothing(statement, line);
+    const char* reason = unknown ? "no such command" : nullptr;
     const int code = statement.run(context, line, result);
+    if (code == CmdLanguage::kFailed) {
+        reason = result;
+    }
     if (code != CmdLanguage::kNoCommand && line.GetReturn() != nullptr) {
-        const bool word = result[0] == '\0' && line.GetCount() == 0;
-        SymListMgr::GetInstance()->SetValue(line.GetReturn(), word ? line.GetCommand() : result);
+        const char* const text = result[0] == '\0' && IsWord(line) ? line.GetCommand() : result;
+        if (SymListMgr::GetInstance()->SetValue(line.GetReturn(), text) != 0 && reason == nullptr) {
+            reason = "not assigned";
+        }
+    }
+    if (reason != nullptr) {
+        context.Report(line, code, reason);
     }
     return code;
 }

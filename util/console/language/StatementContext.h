@@ -16,11 +16,19 @@ public:
     // whose others are read from the line source, or a plain line. Its code.
     virtual int RunLine(CmdParser& parser, const char* line, char* result) = 0;
 
+    // When verbose, tells on standard output, in one line, of a statement that failed or named
+    // nothing: its line, code and reason.
+    void Report(const CmdParser& line, int code, const char* reason) const;
+
+    // The result of a statement that can not be run, which is told of.
+    int Refuse(const CmdParser& line, char* result, const char* reason) const;
+
     LineSource& lines;
-    const StopSignal& stop;
+    StopSignal& stop;
+    bool verbose = false;
 
 protected:
-    StatementContext(LineSource& lineSource, const StopSignal& stopSignal)
+    StatementContext(LineSource& lineSource, StopSignal& stopSignal)
         : lines(lineSource), stop(stopSignal)
     {}
     ~StatementContext() = default;

@@ -50,7 +50,7 @@ bool FillAddress(const ConsoleSettings& settings, sockaddr_in* address)
 }
 }  // namespace
 
-ConsoleLink::ConsoleLink(const StopSignal& stop)
+ConsoleLink::ConsoleLink(StopSignal& stop)
     : mStop(stop), mClient(kStandardStreams), mListener(-1), mGone(false)
 {}
 
@@ -83,8 +83,14 @@ void ConsoleLink::Close()
     mGone = false;
 }
 
+bool ConsoleLink::IsGone() const
+{
+    return mGone || mClient < 0 || mStop.HasLapsed();
+}
+
 void ConsoleLink::DropClient()
 {
+    mStop.Watch(-1, 0);
     CloseDescriptor(&mClient);
     mGone = false;
 }
@@ -123,11 +129,12 @@ int ConsoleLink::AcceptClient()
         }
         const Read outcome = Handshake();
         if (outcome == Read::kFull) {
+            mStop.Watch(mClient, mSettings.linger);
             return 0;
         }
         DropClient();
         // Who says nothing at all is no reason to end: the next one may.
-        if (mStop.IsRaised() || (outcome == Read::kShort && !mSettings.tolerant)) {
+        if (mStop.IsRaised() || (outcome == Read::kShort && mSettings.tolerant == 0)) {
             break;
         }
     }

@@ -4,7 +4,8 @@
 // A frame is four letters ("TAVI" from the client, "tavi" to it), the length of the text as an
 // unsigned 32-bit little-endian number, and the text of one line or prompt without terminator.
 //
-// Used by one thread at a time; another may stop its waits through the StopSignal.
+// Used by one thread at a time; another may stop its waits through the StopSignal, which is told to
+// watch each client.
 #ifndef UTIL_CONSOLE_LINES_CONSOLELINK_H
 #define UTIL_CONSOLE_LINES_CONSOLELINK_H
 
@@ -18,7 +19,7 @@ class StopSignal;
 class ConsoleLink
 {
 public:
-    explicit ConsoleLink(const StopSignal& stop);
+    explicit ConsoleLink(StopSignal& stop);
     ConsoleLink(const ConsoleLink&) = delete;
     ConsoleLink& operator=(const ConsoleLink&) = delete;
     ~ConsoleLink();
@@ -34,8 +35,9 @@ public:
     // The next line: its length, or -1 for a line that was dropped or without a client.
     int Receive(char* line);
 
-    // Whether no further line can come, from this client or at all.
-    bool IsGone() const { return mGone || mClient < 0; }
+    // Whether no further line can come, from this client or at all; none is taken of a client that
+    // was gone for its time.
+    bool IsGone() const;
     bool IsAtEnd() const { return mGone && mClient == 0; }
 
     // The length of the text, or -1. A client that takes nothing for a second is given up.
@@ -62,7 +64,7 @@ private:
     bool SendFrame(const char* text, std::size_t length);
     bool SendAll(const char* data, std::size_t size);
 
-    const StopSignal& mStop;
+    StopSignal& mStop;
     ConsoleSettings mSettings;
     StandardInput mInput;
     int mClient;    // 0 the standard streams, above it a socket, below it none

@@ -4,6 +4,18 @@
 #include "util/os_linux/ConfigText.h"
 
 namespace {
+struct Number
+{
+    char key[16];
+    int ConsoleSettings::*setting;
+};
+
+constexpr Number kNumbers[] = {
+    {"mode=", &ConsoleSettings::mode},         {"port=", &ConsoleSettings::port},
+    {"tolerant=", &ConsoleSettings::tolerant}, {"starttimeout=", &ConsoleSettings::startTimeout},
+    {"linger=", &ConsoleSettings::linger},     {"verbose=", &ConsoleSettings::verbose},
+};
+
 std::string WithoutTrailingBlanks(const std::string& text)
 {
     return text.substr(0, text.find_last_not_of(" \t\r\n") + 1);
@@ -12,15 +24,12 @@ std::string WithoutTrailingBlanks(const std::string& text)
 
 void ConsoleSettings::Apply(const char* line)
 {
-    if (const char* value = ConfigValueOf(line, "mode=")) {
-        mode = IntegerOf(value);
-    } else if ((value = ConfigValueOf(line, "port=")) != nullptr) {
-        port = IntegerOf(value);
-    } else if ((value = ConfigValueOf(line, "address=")) != nullptr) {
+    if (const char* const value = ConfigValueOf(line, "address=")) {
         address = WithoutTrailingBlanks(value);
-    } else if ((value = ConfigValueOf(line, "tolerant=")) != nullptr) {
-        tolerant = IntegerOf(value) != 0;
-    } else if ((value = ConfigValueOf(line, "starttimeout=")) != nullptr) {
-        startTimeout = IntegerOf(value);
+    }
+    for (const Number& number : kNumbers) {
+        if (const char* const value = ConfigValueOf(line, number.key)) {
+            this->*number.setting = IntegerOf(value);
+        }
     }
 }

@@ -18,8 +18,10 @@ struct ConsoleSettings
     int mode = kTcp;
     int port = 0;              // 0 or less: the default port
     std::string address;       // IPv4 address to listen on, "" for every interface
-    bool tolerant = false;     // a failed handshake costs only that client
+    int tolerant = 0;          // other than 0: a failed handshake costs only that client
     int startTimeout = 10000;  // milliseconds a new client may stay silent
+    int linger = 10;           // seconds that go on for a client that has left, below 0 for ever
+    int verbose = 0;           // other than 0: failed statements are told on standard output
 };
 
 #endif  // UTIL_CONSOLE_LINES_CONSOLESETTINGS_H

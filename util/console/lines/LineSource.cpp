@@ -8,6 +8,7 @@
 
 int LineSource::Next(char* line)
 {
+    mStop.Look();
     if (mStop.IsRaised()) {
         return -1;
     }

@@ -11,12 +11,12 @@ class StopSignal;
 class LineSource
 {
 public:
-    LineSource(ConsoleLink& link, const StopSignal& stop) : mLink(link), mStop(stop) {}
+    LineSource(ConsoleLink& link, StopSignal& stop) : mLink(link), mStop(stop) {}
     LineSource(const LineSource&) = delete;
     LineSource& operator=(const LineSource&) = delete;
 
     // Reads the next line into CmdLanguage::kLineSize bytes: its length, or -1 when it was dropped
-    // or none can come. None comes once the console was told to stop. A script needs no client.
+    // or none can come. None comes once the StopSignal says so. A script needs no client.
     int Next(char* line);
 
     // How many scripts are being read, one called by the other.
@@ -26,7 +26,7 @@ private:
     friend class ScriptScope;
 
     ConsoleLink& mLink;
-    const StopSignal& mStop;
+    StopSignal& mStop;
     FILE* mScript = nullptr;
     int mDepth = 0;
 };

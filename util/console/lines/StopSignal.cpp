@@ -3,11 +3,16 @@
 #include <poll.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cstdint>
+
+namespace {
+constexpr int kLookInterval = 100;  // milliseconds
+}
 
 void StopSignal::Raise()
 {
-    mRaised = true;
+    mState.fetch_or(kRaised);
     const std::uint64_t one = 1;
     WriteBytes(mEvent.Get(), &one, sizeof(one));
 }
@@ -16,7 +21,47 @@ void StopSignal::Clear()
 {
     std::uint64_t count = 0;
     static_cast<void>(!read(mEvent.Get(), &count, sizeof(count)));
-    mRaised = false;
+    mState.fetch_and(~kRaised);
+}
+
+void StopSignal::Watch(int client, int seconds)
+{
+    mClient = seconds < 0 ? -1 : client;
+    mSeconds = seconds;
+    mGone = false;
+    mNextLook = 0;
+    mState.fetch_and(~kLapsed);
+}
+
+void StopSignal::Look()
+{
+    const long long now = mClient < 0 ? -1 : MonotonicMilliseconds();
+    if (now < mNextLook) {
+        return;
+    }
+    pollfd entry = {mClient, POLLRDHUP, 0};
+    if (mGone) {
+        mState.fetch_or(kLapsed);
+    } else if (poll(&entry, 1, 0) > 0) {
+        mGone = true;
+        mNextLook = now + 1000LL * mSeconds;
+    } else {
+        mNextLook = now + kLookInterval;
+    }
+}
+
+void StopSignal::Sleep(int milliseconds)
+{
+    const long long end = MonotonicMilliseconds() + milliseconds;
+    for (;;) {
+        Look();
+        const long long left = end - MonotonicMilliseconds();
+        if (left <= 0 || IsRaised()) {
+            return;
+        }
+        const long long slice = mClient < 0 ? left : std::min<long long>(left, kLookInterval);
+        Wait(-1, 0, static_cast<int>(slice));
+    }
 }
 
 StopSignal::Outcome StopSignal::Wait(int descriptor, short events, int milliseconds) const
