@@ -56,12 +56,12 @@ TEST_F(ClockEngineTest, PositionFollowsEveryChangeOfSpeedWithoutLosingAFraction)
     EXPECT_EQ(mEngine.Update().position, 2033);
     mEngine.SetSpeed(0);
     EXPECT_EQ(After(700).position, 2033);
-    EXPECT_EQ(mEngine.Update().status, MediaStatus::kPlaying);
+    EXPECT_EQ(mEngine.Update().status, HTML5_VIDEO_STATUS_PLAYING);
     mEngine.SetSpeed(-100);
     EXPECT_EQ(After(1000).position, 1033);
     mEngine.Pause();
     EXPECT_EQ(After(1000).position, 1033);
-    EXPECT_EQ(mEngine.Update().status, MediaStatus::kPaused);
+    EXPECT_EQ(mEngine.Update().status, HTML5_VIDEO_STATUS_PAUSED);
     EXPECT_EQ(mEngine.Update().speed, -100);
     mEngine.Play();
     EXPECT_EQ(After(33).position, 1000);
@@ -70,20 +70,21 @@ TEST_F(ClockEngineTest, PositionFollowsEveryChangeOfSpeedWithoutLosingAFraction)
 TEST_F(ClockEngineTest, EndsAtEitherSideAndPlaysAgainFromTheOther)
 {
     LoadAndPlay();
-    EXPECT_EQ(After(9999).status, MediaStatus::kPlaying);
+    EXPECT_EQ(After(9999).status, HTML5_VIDEO_STATUS_PLAYING);
     const PlaybackState ended = After(50);
-    EXPECT_EQ(ended.status, MediaStatus::kEnded);
+    EXPECT_EQ(ended.status, HTML5_VIDEO_STATUS_ENDED);
     EXPECT_EQ(ended.position, 10000);
     mEngine.Play();
     EXPECT_EQ(After(250).position, 250);
     mEngine.SetSpeed(-200);
-    EXPECT_EQ(After(151).status, MediaStatus::kEnded);
+    EXPECT_EQ(After(151).status, HTML5_VIDEO_STATUS_ENDED);
     EXPECT_EQ(mEngine.Update().position, 0);
     mEngine.Play();
     EXPECT_EQ(After(100).position, 9800);
-    EXPECT_EQ(After(9800).status, MediaStatus::kEnded);
+    EXPECT_EQ(After(9800).status, HTML5_VIDEO_STATUS_ENDED);
     mEngine.Seek(3000);
-    EXPECT_EQ(After(kSeekTime + 500).status, MediaStatus::kPaused) << "a seek holds its position";
+    EXPECT_EQ(After(kSeekTime + 500).status, HTML5_VIDEO_STATUS_PAUSED)
+        << "a seek holds its position";
     EXPECT_EQ(mEngine.Update().position, 3000);
 }
 
@@ -95,7 +96,7 @@ TEST_F(ClockEngineTest, SeeksIntoTheLengthAndGoesOnAsBefore)
     const PlaybackState seeking = After(kSeekTime - 1);
     EXPECT_TRUE(seeking.inSeek);
     EXPECT_EQ(seeking.position, 4000);
-    EXPECT_EQ(seeking.status, MediaStatus::kPlaying);
+    EXPECT_EQ(seeking.status, HTML5_VIDEO_STATUS_PLAYING);
     // However late the end of the seek is noticed, it was when it was.
     const PlaybackState playing = After(1 + 300);
     EXPECT_FALSE(playing.inSeek);
@@ -106,7 +107,7 @@ TEST_F(ClockEngineTest, SeeksIntoTheLengthAndGoesOnAsBefore)
     for (const auto& [target, position] : cases) {
         mEngine.Seek(target);
         EXPECT_EQ(After(kSeekTime).position, position);
-        EXPECT_EQ(mEngine.Update().status, MediaStatus::kPaused);
+        EXPECT_EQ(mEngine.Update().status, HTML5_VIDEO_STATUS_PAUSED);
     }
 }
 
@@ -122,7 +123,7 @@ TEST_F(ClockEngineTest, RemembersWhatIsAskedForWhileLoading)
     mEngine.Load("clock:10");
     mEngine.Play();
     mEngine.Pause();
-    EXPECT_EQ(After(kLoadTime).status, MediaStatus::kPaused);
+    EXPECT_EQ(After(kLoadTime).status, HTML5_VIDEO_STATUS_PAUSED);
 }
 
 TEST_F(ClockEngineTest, WithNothingLoadedCommandsChangeNothing)
@@ -132,7 +133,7 @@ TEST_F(ClockEngineTest, WithNothingLoadedCommandsChangeNothing)
     mEngine.Seek(500);
     mEngine.Play();
     const PlaybackState state = After(1000);
-    EXPECT_EQ(state.status, MediaStatus::kIdle);
+    EXPECT_EQ(state.status, HTML5_VIDEO_STATUS_IDLE);
     EXPECT_EQ(state.position, 0);
     EXPECT_EQ(state.duration, 0);
     EXPECT_FALSE(state.inSeek);
@@ -145,12 +146,12 @@ TEST_F(ClockEngineTest, WhatCanNotBeLoadedShowsAsAnError)
         const char* address;
         MediaStatus status;
     } cases[] = {
-        {"nowhere.webm", MediaStatus::kErrorNotFound},
-        {".", MediaStatus::kErrorUnsupported},
-        {"rtsp://127.0.0.1/x", MediaStatus::kErrorUnsupported},
-        {"clock:", MediaStatus::kErrorUnsupported},
-        {"clock:nan", MediaStatus::kErrorUnsupported},
-        {"clock:1e300", MediaStatus::kErrorUnsupported},
+        {"nowhere.webm", HTML5_VIDEO_STATUS_ERROR_NOT_FOUND},
+        {".", HTML5_VIDEO_STATUS_ERROR_UNSUPPORTED},
+        {"rtsp://127.0.0.1/x", HTML5_VIDEO_STATUS_ERROR_UNSUPPORTED},
+        {"clock:", HTML5_VIDEO_STATUS_ERROR_UNSUPPORTED},
+        {"clock:nan", HTML5_VIDEO_STATUS_ERROR_UNSUPPORTED},
+        {"clock:1e300", HTML5_VIDEO_STATUS_ERROR_UNSUPPORTED},
     };
     for (const auto& load : cases) {
         LoadAndPlay(load.address);

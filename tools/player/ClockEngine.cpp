@@ -37,22 +37,22 @@ MediaStatus ClockEngine::Open(const MediaAddress& address)
             return InspectFile(address.path, mState.totalBytes);
         case MediaAddress::kNetwork:
             mState.duration = mSettings.duration;
-            return MediaStatus::kLoading;
+            return HTML5_VIDEO_STATUS_LOADING;
         case MediaAddress::kClock:
             mState.duration = address.duration;
-            return MediaStatus::kLoading;
+            return HTML5_VIDEO_STATUS_LOADING;
         case MediaAddress::kUnknown:
             break;
     }
-    return MediaStatus::kErrorUnsupported;
+    return HTML5_VIDEO_STATUS_ERROR_UNSUPPORTED;
 }
 
 void ClockEngine::Load(const std::string& address)
 {
-    Reset(MediaStatus::kLoading);
+    Reset(HTML5_VIDEO_STATUS_LOADING);
     const MediaStatus opened = Open(MediaAddress::Parse(address));
     if (IsError(opened)) {
-        PLAYER_ERROR("Can not load %s: %s", address.c_str(), Name(opened));
+        PLAYER_ERROR("Can not load %s: %s", address.c_str(), html5_video_media_status_name(opened));
         Reset(opened);
         return;
     }
@@ -61,34 +61,34 @@ void ClockEngine::Load(const std::string& address)
 
 void ClockEngine::CancelLoad()
 {
-    Reset(MediaStatus::kIdle);
+    Reset(HTML5_VIDEO_STATUS_IDLE);
 }
 
 void ClockEngine::Play()
 {
     Advance();
-    if (mState.status == MediaStatus::kEnded) {
+    if (mState.status == HTML5_VIDEO_STATUS_ENDED) {
         MoveTo(mState.speed < 0 ? mState.duration : 0);
     }
     if (IsLoaded(mState.status)) {
-        mState.status = MediaStatus::kPlaying;
+        mState.status = HTML5_VIDEO_STATUS_PLAYING;
     }
-    mPlayWanted = IsLoaded(mState.status) || mState.status == MediaStatus::kLoading;
+    mPlayWanted = IsLoaded(mState.status) || mState.status == HTML5_VIDEO_STATUS_LOADING;
 }
 
 void ClockEngine::Pause()
 {
     Advance();
     mPlayWanted = false;
-    if (mState.status == MediaStatus::kPlaying) {
-        mState.status = MediaStatus::kPaused;
+    if (mState.status == HTML5_VIDEO_STATUS_PLAYING) {
+        mState.status = HTML5_VIDEO_STATUS_PAUSED;
     }
 }
 
 void ClockEngine::Seek(int milliseconds)
 {
     Advance();
-    if (mState.status == MediaStatus::kLoading) {
+    if (mState.status == HTML5_VIDEO_STATUS_LOADING) {
         MoveTo(milliseconds);
         return;
     }
@@ -98,7 +98,7 @@ void ClockEngine::Seek(int milliseconds)
     MoveTo(milliseconds);
     mState.inSeek = true;
     mWaitingUntil = mClock() + mSettings.seekTime;
-    mState.status = mPlayWanted ? MediaStatus::kPlaying : MediaStatus::kPaused;
+    mState.status = mPlayWanted ? HTML5_VIDEO_STATUS_PLAYING : HTML5_VIDEO_STATUS_PAUSED;
 }
 
 void ClockEngine::SetSpeed(int speed)
@@ -145,13 +145,13 @@ void ClockEngine::Advance()
 
 void ClockEngine::FinishWaiting()
 {
-    const bool loading = mState.status == MediaStatus::kLoading;
+    const bool loading = mState.status == HTML5_VIDEO_STATUS_LOADING;
     if ((!loading && !mState.inSeek) || mClock() < mWaitingUntil) {
         return;
     }
     mState.inSeek = false;
     if (loading) {
-        mState.status = mPlayWanted ? MediaStatus::kPlaying : MediaStatus::kPaused;
+        mState.status = mPlayWanted ? HTML5_VIDEO_STATUS_PLAYING : HTML5_VIDEO_STATUS_PAUSED;
         mState.width = mSettings.width;
         mState.height = mSettings.height;
     }
@@ -162,7 +162,7 @@ void ClockEngine::Move()
 {
     const std::int64_t now = mClock();
     const std::int64_t elapsed = now - std::exchange(mMovedAt, now);
-    if (mState.status != MediaStatus::kPlaying || mState.inSeek) {
+    if (mState.status != HTML5_VIDEO_STATUS_PLAYING || mState.inSeek) {
         return;
     }
     const std::int64_t end = mState.duration * kScale;
@@ -170,7 +170,7 @@ void ClockEngine::Move()
     mPosition = std::clamp<std::int64_t>(reached, 0, end);
     const bool ended = mState.speed > 0 ? reached >= end : mState.speed < 0 && reached <= 0;
     if (ended) {
-        mState.status = MediaStatus::kEnded;
+        mState.status = HTML5_VIDEO_STATUS_ENDED;
         mPlayWanted = false;
     }
 }

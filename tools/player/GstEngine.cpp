@@ -32,10 +32,10 @@ MediaStatus UriOf(const std::string& text, std::string& uri)
     const MediaAddress address = MediaAddress::Parse(text);
     if (address.kind == MediaAddress::kNetwork) {
         uri = text;
-        return MediaStatus::kLoading;
+        return HTML5_VIDEO_STATUS_LOADING;
     }
     if (address.kind != MediaAddress::kFile) {
-        return MediaStatus::kErrorUnsupported;
+        return HTML5_VIDEO_STATUS_ERROR_UNSUPPORTED;
     }
     std::uint64_t size = 0;
     gchar* const converted = gst_filename_to_uri(address.path.c_str(), nullptr);
@@ -48,7 +48,7 @@ MediaStatus UriOf(const std::string& text, std::string& uri)
 GstEngine::GstEngine(bool headless, std::function<void()> wake)
     : mHeadless(headless || !HasDisplay()),
       mWake(std::move(wake)),
-      mStatus(InitGStreamer() ? MediaStatus::kIdle : MediaStatus::kErrorInternal),
+      mStatus(InitGStreamer() ? HTML5_VIDEO_STATUS_IDLE : HTML5_VIDEO_STATUS_ERROR_INTERNAL),
       mLoaded(false),
       mEnded(false),
       mBuffering(false),
@@ -94,12 +94,12 @@ void GstEngine::Drop(MediaStatus status)
 
 void GstEngine::Load(const std::string& address)
 {
-    Drop(MediaStatus::kIdle);
+    Drop(HTML5_VIDEO_STATUS_IDLE);
     std::string uri;
     const MediaStatus opened =
-        gst_is_initialized() ? UriOf(address, uri) : MediaStatus::kErrorInternal;
+        gst_is_initialized() ? UriOf(address, uri) : HTML5_VIDEO_STATUS_ERROR_INTERNAL;
     if (IsError(opened)) {
-        PLAYER_ERROR("Can not load %s: %s", address.c_str(), Name(opened));
+        PLAYER_ERROR("Can not load %s: %s", address.c_str(), html5_video_media_status_name(opened));
         Drop(opened);
         return;
     }
@@ -112,7 +112,7 @@ void GstEngine::Load(const std::string& address)
 
 void GstEngine::CancelLoad()
 {
-    Drop(MediaStatus::kIdle);
+    Drop(HTML5_VIDEO_STATUS_IDLE);
 }
 
 void GstEngine::Play()
@@ -201,15 +201,15 @@ MediaStatus GstEngine::Status() const
         return mStatus;
     }
     if (!mLoaded) {
-        return MediaStatus::kLoading;
+        return HTML5_VIDEO_STATUS_LOADING;
     }
     if (mEnded) {
-        return MediaStatus::kEnded;
+        return HTML5_VIDEO_STATUS_ENDED;
     }
     if (!mPlayWanted) {
-        return MediaStatus::kPaused;
+        return HTML5_VIDEO_STATUS_PAUSED;
     }
-    return mBuffering ? MediaStatus::kBuffering : MediaStatus::kPlaying;
+    return mBuffering ? HTML5_VIDEO_STATUS_BUFFERING : HTML5_VIDEO_STATUS_PLAYING;
 }
 
 void GstEngine::TakeNews()

@@ -91,11 +91,11 @@ MediaStatus InspectFile(const std::string& path, std::uint64_t& size)
 {
     struct stat status = {};
     if (stat(path.c_str(), &status) != 0 || access(path.c_str(), R_OK) != 0) {
-        return MediaStatus::kErrorNotFound;
+        return HTML5_VIDEO_STATUS_ERROR_NOT_FOUND;
     }
     if (!S_ISREG(status.st_mode)) {
-        return MediaStatus::kErrorUnsupported;
+        return HTML5_VIDEO_STATUS_ERROR_UNSUPPORTED;
     }
     size = static_cast<std::uint64_t>(status.st_size);
-    return MediaStatus::kLoading;
+    return HTML5_VIDEO_STATUS_LOADING;
 }

@@ -6,7 +6,7 @@
 #include <cstdint>
 #include <string>
 
-#include "tools/player/MediaStatus.h"
+#include "tools/support/MediaStatus.h"
 
 struct MediaAddress
 {

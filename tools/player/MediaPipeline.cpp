@@ -13,22 +13,22 @@ MediaStatus StatusOf(const GstMessage* message, const GError* error)
 {
     if (g_error_matches(error, GST_RESOURCE_ERROR, GST_RESOURCE_ERROR_NOT_FOUND) ||
         g_error_matches(error, GST_RESOURCE_ERROR, GST_RESOURCE_ERROR_NOT_AUTHORIZED)) {
-        return MediaStatus::kErrorNotFound;
+        return HTML5_VIDEO_STATUS_ERROR_NOT_FOUND;
     }
     if (error->domain == GST_RESOURCE_ERROR) {
-        return MediaStatus::kErrorRead;
+        return HTML5_VIDEO_STATUS_ERROR_READ;
     }
     if (g_error_matches(error, GST_STREAM_ERROR, GST_STREAM_ERROR_TYPE_NOT_FOUND) ||
         g_error_matches(error, GST_STREAM_ERROR, GST_STREAM_ERROR_WRONG_TYPE) ||
         g_error_matches(error, GST_STREAM_ERROR, GST_STREAM_ERROR_CODEC_NOT_FOUND) ||
         g_error_matches(error, GST_CORE_ERROR, GST_CORE_ERROR_MISSING_PLUGIN)) {
-        return MediaStatus::kErrorUnsupported;
+        return HTML5_VIDEO_STATUS_ERROR_UNSUPPORTED;
     }
     if (GST_OBJECT_FLAG_IS_SET(GST_MESSAGE_SRC(message), GST_ELEMENT_FLAG_SOURCE)) {
-        return MediaStatus::kErrorRead;  // reported as a failure of the stream
+        return HTML5_VIDEO_STATUS_ERROR_READ;  // reported as a failure of the stream
     }
-    return error->domain == GST_STREAM_ERROR ? MediaStatus::kErrorDecode
-                                             : MediaStatus::kErrorInternal;
+    return error->domain == GST_STREAM_ERROR ? HTML5_VIDEO_STATUS_ERROR_DECODE
+                                             : HTML5_VIDEO_STATUS_ERROR_INTERNAL;
 }
 
 MediaPipeline::Size CapsSize(GstElement* element, const char* padName)

@@ -11,7 +11,7 @@
 #include <memory>
 #include <string>
 
-#include "tools/player/MediaStatus.h"
+#include "tools/support/MediaStatus.h"
 
 template <typename Object>
 struct GstUnref
@@ -35,7 +35,7 @@ public:
         };
         Kind kind = kNone;
         int percent = 0;  // of the buffer's filling
-        MediaStatus error = MediaStatus::kErrorInternal;
+        MediaStatus error = HTML5_VIDEO_STATUS_ERROR_INTERNAL;
     };
 
     struct Size

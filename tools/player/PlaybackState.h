@@ -4,11 +4,11 @@
 
 #include <cstdint>
 
-#include "tools/player/MediaStatus.h"
+#include "tools/support/MediaStatus.h"
 
 struct PlaybackState
 {
-    MediaStatus status = MediaStatus::kIdle;
+    MediaStatus status = HTML5_VIDEO_STATUS_IDLE;
     std::int64_t position = 0;  // milliseconds
     std::int64_t duration = 0;  // milliseconds, 0 when not known
     int speed = 100;            // hundredths of the nominal rate

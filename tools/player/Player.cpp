@@ -14,8 +14,9 @@ constexpr milliseconds kIdleTurn{1000};
 
 bool IsMoving(const PlaybackState& state)
 {
-    return state.inSeek || state.status == MediaStatus::kLoading ||
-           state.status == MediaStatus::kPlaying || state.status == MediaStatus::kBuffering;
+    return state.inSeek || state.status == HTML5_VIDEO_STATUS_LOADING ||
+           state.status == HTML5_VIDEO_STATUS_PLAYING ||
+           state.status == HTML5_VIDEO_STATUS_BUFFERING;
 }
 }  // namespace
 

@@ -60,7 +60,7 @@ private:
         std::snprintf(
             result, CmdMgr::kResultSize,
             "%s at %lld of %lld ms, speed %d, volume %d, %d x %d, %llu of %llu bytes%s",
-            Name(state.status), static_cast<long long>(state.position),
+            html5_video_media_status_name(state.status), static_cast<long long>(state.position),
             static_cast<long long>(state.duration), state.speed, state.volume, state.width,
             state.height, static_cast<unsigned long long>(state.currentOffset),
             static_cast<unsigned long long>(state.totalBytes), state.inSeek ? ", in seek" : "");
@@ -132,8 +132,8 @@ PlaybackState PlayerConsole::GetState()
 
 bool PlayerConsole::Fail(int code)
 {
-    if (code != 0 && (code < static_cast<int>(MediaStatus::kErrorNotFound) ||
-                      code > static_cast<int>(MediaStatus::kErrorInternal))) {
+    if (code != 0 && (code < static_cast<int>(HTML5_VIDEO_STATUS_ERROR_NOT_FOUND) ||
+                      code > static_cast<int>(HTML5_VIDEO_STATUS_ERROR_INTERNAL))) {
         return false;
     }
     mForced = code;

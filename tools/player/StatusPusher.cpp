@@ -112,8 +112,8 @@ bool StatusPusher::IsUrgent() const
     if (!mPushed) {
         return true;
     }
-    return mLatest->status == MediaStatus::kPlaying ? !SameButProgress(*mLatest, *mPushed)
-                                                    : !(*mLatest == *mPushed);
+    return mLatest->status == HTML5_VIDEO_STATUS_PLAYING ? !SameButProgress(*mLatest, *mPushed)
+                                                         : !(*mLatest == *mPushed);
 }
 
 // Under mMutex.
