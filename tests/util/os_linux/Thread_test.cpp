@@ -17,7 +17,6 @@
 #include <thread>
 
 #include "tests/support/support.h"
-#include "util/os_linux/Sleep.h"
 #include "util/os_linux/ThreadList.h"
 
 // From plain_entry.c: waits until it is cancelled.
@@ -300,9 +299,9 @@ TEST_F(ThreadTest, StartBesideAJoinMakesOneThread)
 
 TEST_F(ThreadTest, OperationsMeetTheEndOfTheThread)
 {
-    Logger::ChangeMode(0);
     Thread thread("brief", nullptr, false, 0);
     for (int round = 0; round < 300; ++round) {
+        Logger::ChangeMode(round % 2);
         ASSERT_TRUE(test::WaitUntil([&] { return thread.Start(nullptr) == 0; }));
         test::InThreads(3, [&](int id) {
             if (id == 0) {
@@ -310,15 +309,30 @@ TEST_F(ThreadTest, OperationsMeetTheEndOfTheThread)
                 thread.Kill();
             } else if (id == 1) {
                 thread.Join();
-            } else {
+            } else if (round % 3 != 0) {
                 thread.Start(nullptr);
             }
         });
+        while (thread.GetThreadHandle() != 0) {
+            thread.Join();
+        }
+        ASSERT_EQ(thread.GetStatus(), Thread::kNotStarted) << round;
     }
-    while (thread.GetThreadHandle() != 0) {
-        thread.Join();
+}
+
+TEST_F(ThreadTest, ADetachMeetsTheEndOfTheThread)
+{
+    Thread thread("brief", Gate::WaitAt, false, 0);
+    for (int round = 0; round < 300; ++round) {
+        Gate gate;
+        ASSERT_EQ(thread.Start(&gate), 0);
+        ASSERT_TRUE(Reaches(thread, Thread::kRunning));
+        int detached = -2;
+        test::InThreads(2,
+                        [&](int id) { id == 0 ? gate.Open() : void(detached = thread.Detach()); });
+        ASSERT_TRUE(Reaches(thread, Thread::kExited)) << round;
+        ASSERT_EQ(thread.Join(), detached == 0 ? -1 : 0) << round;
     }
-    EXPECT_EQ(thread.GetStatus(), Thread::kNotStarted);
 }
 
 TEST_F(ThreadTest, AThreadOfTheHostsOwnMayRunTheBody)
@@ -537,17 +551,23 @@ TEST_F(ThreadTest, NothingIsLoggedUnderTheRegistrysLock)
     ASSERT_EQ(ending.Start(&gate), 0);
     ASSERT_TRUE(Reaches(ending, Thread::kRunning));
     Logger::Lock();
-    std::thread listing([] { ThreadList::GetInstance()->ShowThread(); });
-    gate.Open();  // both wait for the log now
+    std::atomic<int> tid{0};
+    std::thread listing([&tid] {
+        tid = Thread::GetTid();
+        ThreadList::GetInstance()->ShowThread();
+    });
+    gate.Open();
+    const std::string before = mLog.Text();
+    EXPECT_TRUE(test::WaitUntil([&] {  // both wait for the log
+        return tid != 0 && test::IsAsleep(tid) && test::IsAsleep(ending.GetThreadPID());
+    }));
     std::atomic<bool> answered{false};
     std::thread asking([&] {
-        for (int count = 0; count < 100; ++count) {
-            EXPECT_EQ(Thread::GetCurrentThread(), nullptr);
-            MSleep(1);
-        }
+        EXPECT_EQ(Thread::GetCurrentThread(), nullptr);
         answered = true;
     });
     EXPECT_TRUE(test::WaitUntil([&] { return answered.load(); }));
+    EXPECT_EQ(mLog.Text(), before);
     Logger::Unlock();
     asking.join();
     listing.join();
