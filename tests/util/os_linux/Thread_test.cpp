@@ -320,6 +320,36 @@ TEST_F(ThreadTest, OperationsMeetTheEndOfTheThread)
     }
 }
 
+TEST_F(ThreadTest, AKilledThreadHasItsStatusBeforeItEnds)
+{
+    struct Leaving
+    {
+        ~Leaving() { left = true; }
+        std::atomic<bool>& left;
+    };
+    Gate gate;
+    std::atomic<bool> left{false};
+    std::function<void()> wait = [&] {
+        const Leaving leaving{left};
+        gate.Wait();
+    };
+    Thread thread("victim", Call, false, 0);
+    ASSERT_EQ(thread.Start(&wait), 0);
+    ASSERT_TRUE(Reaches(thread, Thread::kRunning));
+    const std::string task = "/proc/self/task/" + std::to_string(thread.GetThreadPID());
+    const auto exists = [&task] { return access(task.c_str(), F_OK) == 0; };
+    Logger::Lock();
+    std::thread killer([&] { EXPECT_EQ(thread.Kill(), 0); });  // the line of its status waits
+    EXPECT_TRUE(test::WaitUntil([&] { return left.load(); }));
+    EXPECT_TRUE(
+        test::WaitUntil([&] { return !exists() || test::IsAsleep(thread.GetThreadPID()); }));
+    EXPECT_TRUE(exists());
+    Logger::Unlock();
+    killer.join();
+    EXPECT_EQ(thread.GetStatus(), Thread::kKilled);
+    EXPECT_EQ(thread.Join(), 0);
+}
+
 TEST_F(ThreadTest, ADetachMeetsTheEndOfTheThread)
 {
     Thread thread("brief", Gate::WaitAt, false, 0);
