@@ -32,7 +32,7 @@ using test::Text;
 
 constexpr int kCommandPort = 56911;
 constexpr int kStatusPort = 56910;
-const std::string kEmptyReply = Hex("08 00 00 00") + EmptyRecord();
+const std::string kEmptyReply = test::EmptyReply();
 
 // Play time, end time, speed, media status, in seek, total bytes, offset, width, height.
 using Status = std::vector<long long>;

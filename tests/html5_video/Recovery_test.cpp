@@ -27,7 +27,7 @@ using test::WaitUntil;
 
 constexpr int kCommandPort = 56911;
 constexpr int kStatusPort = 56910;
-const std::string kEmptyReply = Hex("08 00 00 00") + EmptyRecord();
+const std::string kEmptyReply = test::EmptyReply();
 
 bool IsConnected()
 {

@@ -1,7 +1,9 @@
 """The installed tree, as somebody meets it who has nothing else: installed into a folder, moved to
 another one, found by pkg-config and by CMake, its headers compiled each alone.
 
-    installed_tree_test.py SOURCE BUILD CXX CC
+    installed_tree_test.py SOURCE BUILD CXX CC InstalledTree | SourcesTakenIn
+
+The second is slow: it compiles the library twice more, as a part of another project.
 """
 import os
 import pathlib
@@ -35,10 +37,37 @@ def run(*command, **options):
     return done.stdout
 
 
-class InstalledTree(unittest.TestCase):
+class Users(unittest.TestCase):
+    environment = None
+
     @classmethod
     def setUpClass(cls):
         cls.folder = pathlib.Path(tempfile.mkdtemp())
+
+    @classmethod
+    def tearDownClass(cls):
+        shutil.rmtree(cls.folder)
+
+    def runs(self, program):
+        """The program finds its library and prints its usage."""
+        done = subprocess.run([program], env=self.environment, capture_output=True, text=True)
+        self.assertEqual(done.returncode, 2, done.stderr)
+        self.assertIn("Usage", done.stderr)
+
+    def build_with_cmake(self, name, way, *options):
+        project = self.folder / name
+        project.mkdir()
+        (project / "CMakeLists.txt").write_text(PROJECT % (way, SOURCE, SOURCE))
+        run("cmake", "-S", project, "-B", project / "build", f"-DCMAKE_CXX_COMPILER={CXX}",
+            f"-DCMAKE_C_COMPILER={CC}", *options)
+        run("cmake", "--build", project / "build", "--parallel", "2")
+        self.runs(project / "build" / "user_browser")
+
+
+class InstalledTree(Users):
+    @classmethod
+    def setUpClass(cls):
+        super().setUpClass()
         first = cls.folder / "first"
         run("cmake", "--install", BUILD, "--prefix", first)
         cls.prefix = cls.folder / "moved" / "here"
@@ -48,18 +77,8 @@ class InstalledTree(unittest.TestCase):
         cls.environment = {**os.environ, "PKG_CONFIG_PATH": str(pkgconfig),
                            "LD_LIBRARY_PATH": str(pkgconfig.parent)}
 
-    @classmethod
-    def tearDownClass(cls):
-        shutil.rmtree(cls.folder)
-
     def flags(self):
         return run("pkg-config", "--cflags", "--libs", "html5_video", env=self.environment).split()
-
-    def runs(self, program):
-        """The program finds its library and prints its usage."""
-        done = subprocess.run([program], env=self.environment, capture_output=True, text=True)
-        self.assertEqual(done.returncode, 2, done.stderr)
-        self.assertIn("Usage", done.stderr)
 
     def test_headers_stand_alone(self):
         root = self.prefix / "include" / "html5_video-1"
@@ -83,28 +102,9 @@ class InstalledTree(unittest.TestCase):
         run(CXX, "-std=c++17", SOURCE / "examples/console_host.cpp", "-o", self.folder / "pc_host",
             *self.flags(), "-pthread")
 
-    def build_with_cmake(self, name, way, *options):
-        project = self.folder / name
-        project.mkdir()
-        (project / "CMakeLists.txt").write_text(PROJECT % (way, SOURCE, SOURCE))
-        run("cmake", "-S", project, "-B", project / "build", f"-DCMAKE_CXX_COMPILER={CXX}",
-            f"-DCMAKE_C_COMPILER={CC}", *options)
-        run("cmake", "--build", project / "build", "--parallel", "2")
-        self.runs(project / "build" / "user_browser")
-
     def test_cmake_finds_the_package(self):
         self.build_with_cmake("package", "find_package(html5_video 1 REQUIRED)",
                               f"-DCMAKE_PREFIX_PATH={self.prefix}")
-
-    def test_a_project_takes_the_sources_in(self):
-        # Our warnings are not errors there: -Weverything of theirs would be theirs to bear.
-        self.build_with_cmake("subdirectory", f"""
-add_compile_options(-Wall -Wextra -Wpadded)
-add_subdirectory({SOURCE} html5_video)""")
-        self.build_with_cmake("fetched", f"""
-include(FetchContent)
-FetchContent_Declare(html5_video SOURCE_DIR {SOURCE})
-FetchContent_MakeAvailable(html5_video)""")
 
     def test_no_file_names_the_prefix_or_the_sources(self):
         for path in self.prefix.rglob("*"):
@@ -114,5 +114,19 @@ FetchContent_MakeAvailable(html5_video)""")
                     self.assertNotIn(folder.encode(), content, path)
 
 
+class SourcesTakenIn(Users):
+    def test_by_the_folder(self):
+        # Our warnings are not errors there: -Weverything of theirs would be theirs to bear.
+        self.build_with_cmake("subdirectory", f"""
+add_compile_options(-Wall -Wextra -Wpadded)
+add_subdirectory({SOURCE} html5_video)""")
+
+    def test_by_fetching(self):
+        self.build_with_cmake("fetched", f"""
+include(FetchContent)
+FetchContent_Declare(html5_video SOURCE_DIR {SOURCE})
+FetchContent_MakeAvailable(html5_video)""")
+
+
 if __name__ == "__main__":
-    unittest.main(argv=sys.argv[:1])
+    unittest.main(argv=[sys.argv[0], sys.argv[5]])

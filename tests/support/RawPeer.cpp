@@ -96,6 +96,11 @@ std::string EmptyRecord()
     return Hex("00 00 00 48 00 00 00 00");
 }
 
+std::string EmptyReply()
+{
+    return Number(8) + EmptyRecord();
+}
+
 RawPeer RawPeer::TryToConnect(int descriptor, const sockaddr* address, socklen_t length)
 {
     RawPeer peer(descriptor);

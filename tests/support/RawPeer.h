@@ -25,6 +25,9 @@ std::string Text(const std::string& text);
 std::string Frame(const std::string& method, const std::string& record);
 std::string EmptyRecord();
 
+// The reply of a player that took a command, or of a browser that took a report.
+std::string EmptyReply();
+
 // One stream connection; every receive gives up after kPatience.
 class RawPeer
 {

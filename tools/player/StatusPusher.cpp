@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <limits>
+#include <optional>
 
 #include "tools/player/PlayerLog.h"
 #include "util/ipc/IPCParam.h"
@@ -42,13 +43,9 @@ void Fill(IPCParam& request, const PlaybackState& state)
 }  // namespace
 
 StatusPusher::StatusPusher(IPCSocketChannel& channel)
-    : mChannel(channel),
-      mLatest(PlaybackState()),
-      mHolds(0),
-      mPushing(false),
-      mReached(false),
-      mStop(false)
+    : mChannel(channel), mPushing(false), mStop(false)
 {
+    mSchedule.Update(PlaybackState());
     mChannel.SetReplyTimeout(static_cast<int>(kAnswer.count()));
 }
 
@@ -80,11 +77,7 @@ void StatusPusher::Update(const PlaybackState& state)
 {
     {
         const std::lock_guard<std::mutex> hold(mMutex);
-        if (mHolds > 0) {
-            return;
-        }
-        mLatest = state;
-        if (!IsUrgent()) {
+        if (!mSchedule.Update(state)) {
             return;
         }
     }
@@ -94,41 +87,14 @@ void StatusPusher::Update(const PlaybackState& state)
 void StatusPusher::Hold()
 {
     std::unique_lock<std::mutex> lock(mMutex);
-    ++mHolds;
-    mLatest.reset();
-    mPushed.reset();
+    mSchedule.Hold();
     mPushEnded.wait(lock, [this] { return !mPushing; });
 }
 
 void StatusPusher::Release()
 {
     const std::lock_guard<std::mutex> hold(mMutex);
-    --mHolds;
-}
-
-// Under mMutex, with a state to tell. While playing, the position alone can wait for its turn.
-bool StatusPusher::IsUrgent() const
-{
-    if (!mPushed) {
-        return true;
-    }
-    return mLatest->status == HTML5_VIDEO_STATUS_PLAYING ? !SameButProgress(*mLatest, *mPushed)
-                                                         : !(*mLatest == *mPushed);
-}
-
-// Under mMutex.
-bool StatusPusher::IsDue(Time now) const
-{
-    return mLatest && (IsUrgent() || now >= NextPush());
-}
-
-// Under mMutex.
-StatusPusher::Time StatusPusher::NextPush() const
-{
-    if (!mReached) {
-        return mPushedAt + kRetry;
-    }
-    return mPushedAt + (mLatest == mPushed ? kHeartbeat : kProgress);
+    mSchedule.Release();
 }
 
 void StatusPusher::Run()
@@ -149,15 +115,13 @@ bool StatusPusher::WaitForPush(PlaybackState& state)
             PLAYER_INFO("Waiting for the browser's commands");
             mChannel.Start();
         }
-        const Time now = std::chrono::steady_clock::now();
-        if (IsDue(now)) {
-            state = *mLatest;
-            mPushed = mLatest;
-            mPushedAt = now;
+        const PushSchedule::Time now = std::chrono::steady_clock::now();
+        if (const std::optional<PlaybackState> due = mSchedule.Take(now)) {
+            state = *due;
             mPushing = true;
             return true;
         }
-        mNews.wait_until(lock, mLatest ? std::min(NextPush(), now + kProgress) : now + kProgress);
+        mNews.wait_until(lock, mSchedule.Next(now));
     }
     return false;
 }
@@ -178,10 +142,10 @@ void StatusPusher::Report(bool reached)
 {
     {
         const std::lock_guard<std::mutex> hold(mMutex);
-        if (reached != mReached && !mStop) {
+        if (reached != mSchedule.IsReached() && !mStop) {
             PLAYER_INFO("%s", reached ? "The browser takes the state" : "The browser has gone");
         }
-        mReached = reached;
+        mSchedule.Report(reached);
         mPushing = false;
     }
     mPushEnded.notify_all();

@@ -1,11 +1,11 @@
 // Tells the browser the player's state, from one thread, and keeps the channel alive: a browser
 // may be absent, come late, go and come back.
 //
-// A change is pushed at once, the progress of a playback every kProgress, and a state that does
-// not change every kHeartbeat, so that a browser which has just come learns it. Each push waits
-// for the browser's answer, at most kAnswer: only so a browser that has gone is noticed with the
-// first push, and the state that it missed is sent again to the next one. When pushes come faster
-// than the browser answers, the newest state goes out and those in between are left out.
+// PushSchedule tells what goes out when, again and again so that a browser which has just come
+// learns it. Each push waits for the browser's answer, at most kAnswer: only so a browser that has
+// gone is noticed with the first push, and the state that it missed is sent again to the next one.
+// When states come faster than the browser answers, the newest goes out and those in between are
+// left out.
 //
 // A load makes what was told so far untrue, and a browser can not see which medium a report is
 // about. So nothing is told between Hold and Release; what is told afterwards is of the new medium.
@@ -15,19 +15,16 @@
 #include <chrono>
 #include <condition_variable>
 #include <mutex>
-#include <optional>
 #include <thread>
 
 #include "tools/player/PlaybackState.h"
+#include "tools/player/PushSchedule.h"
 
 class IPCSocketChannel;
 
 class StatusPusher
 {
 public:
-    static constexpr std::chrono::milliseconds kProgress{250};
-    static constexpr std::chrono::milliseconds kHeartbeat{1000};
-    static constexpr std::chrono::milliseconds kRetry{250};
     static constexpr std::chrono::milliseconds kAnswer{2000};
 
     // The channel must outlive this.
@@ -52,13 +49,8 @@ public:
     void Release();
 
 private:
-    using Time = std::chrono::steady_clock::time_point;
-
     void Run();
     bool WaitForPush(PlaybackState& state);
-    bool IsUrgent() const;
-    bool IsDue(Time now) const;
-    Time NextPush() const;
     bool Push(const PlaybackState& state);
     void Report(bool reached);
 
@@ -67,12 +59,8 @@ private:
     std::mutex mMutex;
     std::condition_variable mNews;
     std::condition_variable mPushEnded;
-    std::optional<PlaybackState> mLatest;  // under mMutex, as all of these
-    std::optional<PlaybackState> mPushed;  // what the browser knows, or was tried to tell
-    Time mPushedAt;
-    int mHolds;  // not yet released
+    PushSchedule mSchedule;  // under mMutex, as these
     bool mPushing;
-    bool mReached;  // the last push was answered
     bool mStop;
 
     std::thread mThread;

@@ -1,29 +1,9 @@
 """The console's client with lines from files, arguments and standard input."""
-import glob
-import os
 import socket
 import threading
 import unittest
 
 from console_process import Host, free_port, run
-
-SCRIPTS = os.path.join(os.environ["SOURCE_ROOT"], "tests/util/console/scripts")
-
-class Scripts(unittest.TestCase):
-    """The scripts of the language's own test, through the real client."""
-
-    def test_give_their_output(self):
-        files = glob.glob(os.path.join(SCRIPTS, "*.txt"))
-        expected = glob.glob(os.path.join(SCRIPTS, "*.out"))
-        self.assertGreater(len(expected), 5)
-        for path in expected:
-            with self.subTest(script=path):
-                host = Host(files, "verbose=0\n")
-                result = run("--port", host.port, os.path.splitext(path)[0] + ".txt")
-                with open(path, encoding="utf-8") as output:
-                    self.assertEqual(host.output(), output.read())
-                self.assertEqual((result.returncode, result.stdout, result.stderr), (0, "", ""))
-                self.assertEqual(host.stop(), 0)
 
 class Lines(unittest.TestCase):
     def setUp(self):

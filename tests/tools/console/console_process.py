@@ -31,13 +31,9 @@ def wait_until(condition, seconds=20):
 class Host:
     """console_host in a directory of its own; what it prints after its start is its output."""
 
-    def __init__(self, files=(), settings=""):
+    def __init__(self, settings=""):
         self.directory = tempfile.TemporaryDirectory()
         self.port = free_port()
-        for path in files:
-            with open(path, "rb") as source:
-                with open(os.path.join(self.directory.name, os.path.basename(path)), "wb") as copy:
-                    copy.write(source.read())
         with open(self.path("cmd.conf"), "w", encoding="ascii") as configuration:
             configuration.write(f"{settings}port={self.port}\n")
         with open(self.path("stdout"), "wb") as output, open(self.path("stderr"), "wb") as log:

@@ -237,7 +237,7 @@ TEST(Statements, GiveTheirCodes)
         {"a + 1", 0, "2", true},    {"SLEEP", -1, "argument fail", true},
         {"SLEEP 0", 0, "", true},   {"FILE none", -1, "Can not find file", true},
         {"FREE a", 0, "", true},    {"FREE a", -1, "", true},
-        {"unknown", 0, "", false},
+        {"unknown", 0, "", false},  {"1 +1 1", 0, "", false},
     };
     for (const auto& expected : cases) {
         SCOPED_TRACE(expected.line);

@@ -13,6 +13,7 @@
 #include "util/console/CmdParser.h"
 #include "util/console/RegistryHold.h"
 #include "util/console/SymListMgr.h"
+#include "util/os_linux/Thread.h"
 
 namespace {
 SymListMgr& Symbols()
@@ -246,11 +247,14 @@ TEST(CmdListMgr, RemovesACommandWhileItsHandlerRuns)
     ASSERT_TRUE(test::WaitUntil([&] { return inside.load(); }));
     Commands().UnregisterCommand("wait", &client);
     std::atomic<bool> waited{false};
+    std::atomic<int> tid{0};
     std::thread remover([&] {
+        tid = Thread::GetTid();
         Commands().WaitForHandlers();
         waited = true;
     });
-    EXPECT_FALSE(waited);
+    EXPECT_TRUE(test::WaitUntil([&] { return waited || (tid != 0 && test::IsAsleep(tid)); }));
+    EXPECT_FALSE(waited) << "the handler runs";
     go = true;
     remover.join();
     console.join();

@@ -473,12 +473,12 @@ TEST(Settings, HoldFromTheNextOpeningOn)
 TEST(Settings, AreTakenByCallToo)
 {
     const int port = test::FreePort();
-    CmdMgr console(port);
-    console.SetAddress("127.0.0.1");
-    console.SetTolerant(true);
-    console.SetStartTimeout(100);
+    auto console = std::make_unique<CmdMgr>(port);
+    console->SetAddress("127.0.0.1");
+    console->SetTolerant(true);
+    console->SetStartTimeout(100);
     testing::internal::CaptureStdout();
-    ASSERT_EQ(console.Start(), 0);
+    ASSERT_EQ(console->Start(), 0);
     {
         ConsoleClient silent(port);
         EXPECT_TRUE(silent.WaitClosed());
@@ -489,5 +489,7 @@ TEST(Settings, AreTakenByCallToo)
         EXPECT_TRUE(client.Start());
     }
     EXPECT_EQ(testing::internal::GetCapturedStdout(), "Can not open config file\nSTART FAIL\n");
+    console.reset();
+    EXPECT_FALSE(RawPeer::TryToConnect(port).IsOpen()) << "its thread has ended with it";
 }
 }  // namespace

@@ -94,9 +94,16 @@ TEST_F(VectorTest, AdvanceStaysInsideOrBecomesNull)
     {
         int from, by, to;  // to -1: null
     };
-    constexpr Case kCases[] = {{0, 0, 0},          {0, 9, 9},          {0, 10, -1},
-                               {5, -5, 0},         {5, -6, -1},        {9, 1, -1},
-                               {9, INT32_MAX, -1}, {9, INT32_MIN, -1}, {0x7FFFFFFF, -5, -1}};
+    constexpr Case kCases[] = {{0, 0, 0},
+                               {0, 9, 9},
+                               {0, 10, -1},
+                               {5, -5, 0},
+                               {5, -6, -1},
+                               {9, 1, -1},
+                               {9, INT32_MAX, -1},
+                               {9, INT32_MIN, -1},
+                               {0x7FFFFFFF, -5, -1},
+                               {0x7FFFFFFF, -0x7FFFFFFF, -1}};
     Fill(10);
     for (const Case& c : kCases) {
         tavi::VectorIterator<std::string*> it(&mVector, c.from);

@@ -24,7 +24,7 @@ using test::Number;
 using test::RawListener;
 using test::RawPeer;
 
-const std::string kEmptyReply = Hex("08 00 00 00") + EmptyRecord();
+const std::string kEmptyReply = test::EmptyReply();
 
 // A reply record with one integer.
 std::string IntegerReply(int value)

@@ -8,8 +8,8 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <atomic>
 #include <cerrno>
-#include <chrono>
 #include <cstring>
 #include <memory>
 #include <numeric>
@@ -20,6 +20,7 @@
 #include "util/ipc/IPCTCPSocket.h"
 #include "util/ipc/IPCUnixSocket.h"
 #include "util/os_linux/Logger.h"
+#include "util/os_linux/Thread.h"
 
 namespace {
 using SocketPtr = std::unique_ptr<IPCSocket>;
@@ -166,8 +167,12 @@ TYPED_TEST(IPCSocketTest, ShutdownWakesAReaderInAnotherThread)
 {
     char byte = 0;
     int result = 99;
-    std::thread reader([&] { result = this->accepted->Read(&byte, 1); });
-    std::this_thread::sleep_for(std::chrono::milliseconds(20));
+    std::atomic<int> tid{0};
+    std::thread reader([&] {
+        tid = Thread::GetTid();
+        result = this->accepted->Read(&byte, 1);
+    });
+    EXPECT_TRUE(test::WaitUntil([&] { return tid != 0 && test::IsAsleep(tid); }));
     this->accepted->Shutdown();
     reader.join();
     EXPECT_EQ(result, 0);
@@ -175,9 +180,11 @@ TYPED_TEST(IPCSocketTest, ShutdownWakesAReaderInAnotherThread)
 
 TYPED_TEST(IPCSocketTest, SignalsDoNotEndAWait)
 {
+    static std::atomic<int> signals{0};
     struct sigaction action = {};
-    action.sa_handler = [](int) {};
+    action.sa_handler = [](int) { ++signals; };
     sigaction(SIGUSR1, &action, nullptr);  // without SA_RESTART
+    signals = 0;
     int selected = -2;
     int read = -2;
     std::thread waiter([&] {
@@ -185,9 +192,9 @@ TYPED_TEST(IPCSocketTest, SignalsDoNotEndAWait)
         selected = this->accepted->Select(5);
         read = this->accepted->Read(bytes, 4);
     });
-    for (int round = 0; round < 50; ++round) {
+    for (int round = 1; round <= 50; ++round) {
         pthread_kill(waiter.native_handle(), SIGUSR1);
-        std::this_thread::sleep_for(std::chrono::milliseconds(1));
+        EXPECT_TRUE(test::WaitUntil([&] { return signals == round; }));
     }
     this->caller->WriteBytes("abcd", 4);
     waiter.join();

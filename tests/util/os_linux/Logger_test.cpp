@@ -18,6 +18,7 @@
 
 #include "tests/support/RawPeer.h"
 #include "tests/support/support.h"
+#include "util/os_linux/Thread.h"
 
 namespace {
 using testing::HasSubstr;
@@ -235,7 +236,11 @@ TEST_F(LoggerTest, TheLockHoldsBackEveryLine)
 {
     LogToFile();
     Logger::Lock();
-    std::thread printer([this] { mLogger->Print(0, 1, "F", "f", 1, "after"); });
+    std::atomic<int> tid{0};
+    std::thread printer([&] {
+        tid = Thread::GetTid();
+        mLogger->Print(0, 1, "F", "f", 1, "after");
+    });
     std::atomic<bool> configured{false};
     std::thread configurer([&] {
         test::WriteFile("./logger.conf", "mode=3\n");
@@ -244,6 +249,7 @@ TEST_F(LoggerTest, TheLockHoldsBackEveryLine)
         configured = true;
     });
     EXPECT_TRUE(test::WaitUntil([&] { return configured.load(); })) << "settings may be read";
+    EXPECT_TRUE(test::WaitUntil([&] { return tid != 0 && test::IsAsleep(tid); }));
     EXPECT_EQ(Text(), "");
     Logger::Unlock();
     printer.join();

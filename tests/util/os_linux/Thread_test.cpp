@@ -17,7 +17,6 @@
 #include <thread>
 
 #include "tests/support/support.h"
-#include "util/os_linux/Sleep.h"
 #include "util/os_linux/ThreadList.h"
 
 // From plain_entry.c: waits until it is cancelled.
@@ -75,18 +74,6 @@ protected:
 
     test::CapturedLog mLog;
 };
-
-TEST_F(ThreadTest, NamesAreCopiedAndCut)
-{
-    EXPECT_STREQ(Thread(nullptr, nullptr, false, 0).GetThreadName(), "Undefined");
-    EXPECT_STREQ(Thread(nullptr, Thread::GetSelf()).GetThreadName(), "Undefined");
-    for (std::size_t length : {63U, 64U, 70U, 5000U}) {
-        const std::string name(length, 'n');
-        const Thread thread(name.c_str(), nullptr, false, 0);
-        EXPECT_EQ(thread.GetThreadName(), name.substr(0, 63));
-        EXPECT_EQ(Thread(name.c_str(), Thread::GetSelf()).GetThreadName(), name.substr(0, 63));
-    }
-}
 
 TEST_F(ThreadTest, LivesFromStartToJoinAndAgain)
 {
@@ -300,9 +287,9 @@ TEST_F(ThreadTest, StartBesideAJoinMakesOneThread)
 
 TEST_F(ThreadTest, OperationsMeetTheEndOfTheThread)
 {
-    Logger::ChangeMode(0);
     Thread thread("brief", nullptr, false, 0);
     for (int round = 0; round < 300; ++round) {
+        Logger::ChangeMode(round % 2);
         ASSERT_TRUE(test::WaitUntil([&] { return thread.Start(nullptr) == 0; }));
         test::InThreads(3, [&](int id) {
             if (id == 0) {
@@ -310,15 +297,60 @@ TEST_F(ThreadTest, OperationsMeetTheEndOfTheThread)
                 thread.Kill();
             } else if (id == 1) {
                 thread.Join();
-            } else {
+            } else if (round % 3 != 0) {
                 thread.Start(nullptr);
             }
         });
+        while (thread.GetThreadHandle() != 0) {
+            thread.Join();
+        }
+        ASSERT_EQ(thread.GetStatus(), Thread::kNotStarted) << round;
     }
-    while (thread.GetThreadHandle() != 0) {
-        thread.Join();
+}
+
+TEST_F(ThreadTest, AKilledThreadHasItsStatusBeforeItEnds)
+{
+    struct Leaving
+    {
+        ~Leaving() { left = true; }
+        std::atomic<bool>& left;
+    };
+    Gate gate;
+    std::atomic<bool> left{false};
+    std::function<void()> wait = [&] {
+        const Leaving leaving{left};
+        gate.Wait();
+    };
+    Thread thread("victim", Call, false, 0);
+    ASSERT_EQ(thread.Start(&wait), 0);
+    ASSERT_TRUE(Reaches(thread, Thread::kRunning));
+    const std::string task = "/proc/self/task/" + std::to_string(thread.GetThreadPID());
+    const auto exists = [&task] { return access(task.c_str(), F_OK) == 0; };
+    Logger::Lock();
+    std::thread killer([&] { EXPECT_EQ(thread.Kill(), 0); });  // the line of its status waits
+    EXPECT_TRUE(test::WaitUntil([&] { return left.load(); }));
+    EXPECT_TRUE(
+        test::WaitUntil([&] { return !exists() || test::IsAsleep(thread.GetThreadPID()); }));
+    EXPECT_TRUE(exists());
+    Logger::Unlock();
+    killer.join();
+    EXPECT_EQ(thread.GetStatus(), Thread::kKilled);
+    EXPECT_EQ(thread.Join(), 0);
+}
+
+TEST_F(ThreadTest, ADetachMeetsTheEndOfTheThread)
+{
+    Thread thread("brief", Gate::WaitAt, false, 0);
+    for (int round = 0; round < 300; ++round) {
+        Gate gate;
+        ASSERT_EQ(thread.Start(&gate), 0);
+        ASSERT_TRUE(Reaches(thread, Thread::kRunning));
+        int detached = -2;
+        test::InThreads(2,
+                        [&](int id) { id == 0 ? gate.Open() : void(detached = thread.Detach()); });
+        ASSERT_TRUE(Reaches(thread, Thread::kExited)) << round;
+        ASSERT_EQ(thread.Join(), detached == 0 ? -1 : 0) << round;
     }
-    EXPECT_EQ(thread.GetStatus(), Thread::kNotStarted);
 }
 
 TEST_F(ThreadTest, AThreadOfTheHostsOwnMayRunTheBody)
@@ -504,7 +536,7 @@ TEST_F(ThreadTest, TheListShowsTheObjectsThatExist)
     EXPECT_EQ(mLog.Text(), " All Thread Count = 0\n");
 
     Gate gate;
-    Thread idle("idle", nullptr, false, 7);
+    Thread idle(nullptr, nullptr, false, 7);
     Thread running("running", Gate::WaitAt, false, 0);
     running.Start(&gate);
     ASSERT_TRUE(test::WaitUntil([&] { return running.IsRunning(); }));
@@ -519,7 +551,7 @@ TEST_F(ThreadTest, TheListShowsTheObjectsThatExist)
     char expected[512];
     std::snprintf(expected, sizeof(expected),
                   " All Thread Count = 2\n"
-                  "  [0] Thread[idle] Priority = 7, Status = 0, IsRunning = 0, pid = 0, "
+                  "  [0] Thread[Undefined] Priority = 7, Status = 0, IsRunning = 0, pid = 0, "
                   "ThreadID = 0\n"
                   "  [1] Thread[running] Priority = 0, Status = 1, IsRunning = 1, pid = %d, "
                   "ThreadID = %x\n",
@@ -537,17 +569,23 @@ TEST_F(ThreadTest, NothingIsLoggedUnderTheRegistrysLock)
     ASSERT_EQ(ending.Start(&gate), 0);
     ASSERT_TRUE(Reaches(ending, Thread::kRunning));
     Logger::Lock();
-    std::thread listing([] { ThreadList::GetInstance()->ShowThread(); });
-    gate.Open();  // both wait for the log now
+    std::atomic<int> tid{0};
+    std::thread listing([&tid] {
+        tid = Thread::GetTid();
+        ThreadList::GetInstance()->ShowThread();
+    });
+    gate.Open();
+    const std::string before = mLog.Text();
+    EXPECT_TRUE(test::WaitUntil([&] {  // both wait for the log
+        return tid != 0 && test::IsAsleep(tid) && test::IsAsleep(ending.GetThreadPID());
+    }));
     std::atomic<bool> answered{false};
     std::thread asking([&] {
-        for (int count = 0; count < 100; ++count) {
-            EXPECT_EQ(Thread::GetCurrentThread(), nullptr);
-            MSleep(1);
-        }
+        EXPECT_EQ(Thread::GetCurrentThread(), nullptr);
         answered = true;
     });
     EXPECT_TRUE(test::WaitUntil([&] { return answered.load(); }));
+    EXPECT_EQ(mLog.Text(), before);
     Logger::Unlock();
     asking.join();
     listing.join();
