@@ -3,7 +3,7 @@
 // It registers commands of its own, "tune", "List" and "commands", runs a few threads to list with
 // "thread_show", and serves the console on 127.0.0.1 until it is interrupted. Try it with
 //
-//     console --exec 'tune 7' --exec List --exec thread_show
+//     html5-video-console --exec 'tune 7' --exec List --exec thread_show
 //
 // What the statements print appears here.
 #include <unistd.h>

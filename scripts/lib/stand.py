@@ -14,6 +14,11 @@ import threading
 PORTS = (56910, 56911)
 
 
+def program(programs, name):
+    """The file of the player, the browser, the console's client or boxinfo."""
+    return programs / f"html5-video-{name}"
+
+
 class Failure(Exception):
     """What was expected did not happen; the text says what."""
 
@@ -47,13 +52,13 @@ class Process:
 
 class Player(Process):
     def __init__(self, programs, directory, *options, engine="clock", name="player"):
-        super().__init__([programs / "player", "--engine", engine, "--headless", *options],
+        super().__init__([program(programs, "player"), "--engine", engine, "--headless", *options],
                          directory, name, stdout=subprocess.DEVNULL)
 
 
 class Browser(Process):
     def __init__(self, programs, directory, name="browser", options=()):
-        super().__init__([programs / "browser", "--script", "-", *options], directory, name,
+        super().__init__([program(programs, "browser"), "--script", "-", *options], directory, name,
                          stdin=subprocess.PIPE, stdout=subprocess.PIPE, text=True)
         self.events = []  # all but statuses
         self._lines = queue.Queue()

@@ -256,7 +256,7 @@ class Loopback(DissectorTest):
             browser.ask("wait-status paused 10")
             browser.tell("seek 0.25", "play")
             browser.ask("wait-status ended 10")
-            subprocess.run([PROGRAMS / "console", "--exec", "player_state"], check=True, timeout=30)
+            subprocess.run([stand.program(PROGRAMS, "console"), "--exec", "player_state"], check=True, timeout=30)
             self.assertEqual(browser.quit(), 0)
         path = sniffer.stop()
         methods = [method for method, in self.fields("html5_video.method", path=path)]

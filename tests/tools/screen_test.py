@@ -12,6 +12,7 @@ import termios
 import time
 import unittest
 
+from stand import program
 from tools_case import PROGRAMS, ToolsTest
 
 class Screen(ToolsTest):
@@ -26,7 +27,7 @@ class Screen(ToolsTest):
 
     def open_terminal(self, *arguments, prefix=""):
         """Runs the browser in a terminal of 80 x 24."""
-        command = shlex.join([str(PROGRAMS / "browser"), *arguments])
+        command = shlex.join([str(program(PROGRAMS, "browser")), *arguments])
         pid = pathlib.Path(self.directory) / "pid"
         pid.unlink(missing_ok=True)
         self.tmux("new-session", "-d", "-x", "80", "-y", "24",
@@ -212,7 +213,7 @@ paused
     def test_what_the_console_prints_leaves_the_screen_alone(self):
         self.open_paused_screen("--console", "--log-file", "log")
         whole = self.shown()
-        subprocess.run([PROGRAMS / "console", "--exec", "PRINT hello", "--exec", "help"],
+        subprocess.run([program(PROGRAMS, "console"), "--exec", "PRINT hello", "--exec", "help"],
                        check=True, timeout=60)
         log = (pathlib.Path(self.directory) / "log").read_text()
         self.assertIn("hello\nYou can find", log)

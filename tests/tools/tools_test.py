@@ -14,6 +14,7 @@ import subprocess
 import tempfile
 import unittest
 
+from stand import program
 from tools_case import PROGRAMS, ToolsTest
 from wire import request
 
@@ -184,7 +185,7 @@ class Consoles(ToolsTest):
 
     def console(self, *lines):
         executed = [word for line in lines for word in ("--exec", line)]
-        subprocess.run([PROGRAMS / "console", "--port", self.PORT, *executed], check=True,
+        subprocess.run([program(PROGRAMS, "console"), "--port", self.PORT, *executed], check=True,
                        timeout=60)
 
     def test_a_player_fails_and_answers_late_on_request(self):
@@ -228,7 +229,8 @@ class Consoles(ToolsTest):
 
 class Endings(ToolsTest):
     def run_program(self, name, *arguments, directory=None, stdout=subprocess.PIPE, **named):
-        return subprocess.run([PROGRAMS / name, *arguments], cwd=directory or self.directory,
+        file = PROGRAMS / name if name == "example_browser" else program(PROGRAMS, name)
+        return subprocess.run([file, *arguments], cwd=directory or self.directory,
                               timeout=60, stdout=stdout, stderr=subprocess.PIPE, text=True,
                               stdin=subprocess.DEVNULL, check=False, **named)
 
@@ -281,7 +283,7 @@ class Endings(ToolsTest):
             self.assertEqual(helped[:10], start, "nothing of the library's stands before")
             self.assertIn("Exit status: 0", helped)
             version = self.at_a_terminal(name, "--version")
-            self.assertRegex(version, rf"\A{name} \d+\.\d+\.\d+\n\Z")
+            self.assertRegex(version, rf"\Ahtml5-video-{name} \d+\.\d+\.\d+\n\Z")
 
     def test_the_log_goes_where_logger_conf_and_the_option_say(self):
         for text, options, errors, in_file in (

@@ -25,9 +25,9 @@ constexpr char kFooter[] =
     "first 4096 bytes of /proc/mounts are searched.\n"
     "\n"
     "Examples:\n"
-    "  boxinfo --mount /dev/sda1 --space /mnt/usb\n"
-    "  boxinfo --process /usr/bin/player && echo running\n"
-    "  boxinfo --json --checksum update.bin | jq -r '.checksums[0].sha1'";
+    "  html5-video-boxinfo --mount /dev/sda1 --space /mnt/usb\n"
+    "  html5-video-boxinfo --process /usr/bin/html5-video-player && echo running\n"
+    "  html5-video-boxinfo --json --checksum update.bin | jq -r '.checksums[0].sha1'";
 
 struct Options
 {
@@ -73,7 +73,7 @@ void AskTheUsual(Questions& questions)
 int main(int count, char** arguments)
 {
     Options options;
-    CLI::App app(kDescription, "boxinfo");
+    CLI::App app(kDescription, "html5-video-boxinfo");
     Describe(app, options);
     int exitStatus = kComplete;
     if (!ParseCommandLine(app, count, arguments, exitStatus)) {

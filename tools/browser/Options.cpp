@@ -46,7 +46,7 @@ std::string DefaultLibrary()
 
 bool ParseOptions(int argc, const char* const* argv, Options& options, int& exitStatus)
 {
-    CLI::App app(kDescription, "browser");
+    CLI::App app(kDescription, "html5-video-browser");
     app.footer(Footer);
     std::string exec;
     options.library = DefaultLibrary();

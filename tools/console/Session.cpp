@@ -18,7 +18,7 @@ constexpr int kLeaveTimeout = 1000;
 
 void Report(const std::string& message)
 {
-    std::fprintf(stderr, "console: %s\n", message.c_str());
+    std::fprintf(stderr, "html5-video-console: %s\n", message.c_str());
 }
 
 bool Fits(const std::string& line, const std::string& place)

@@ -53,7 +53,7 @@ ExitStatus RunFile(Session* session, const std::string& path)
     }
     std::ifstream file(path);
     if (!file) {
-        std::fprintf(stderr, "console: %s: cannot be opened\n", path.c_str());
+        std::fprintf(stderr, "html5-video-console: %s: cannot be opened\n", path.c_str());
         return kBadInput;
     }
     return session->RunLines(file, path);
@@ -97,7 +97,7 @@ int Run(const Options& options)
 {
     std::vector<std::string> words;
     if (!ReadWords(options.words, &words)) {
-        std::fprintf(stderr, "console: %s: cannot be read\n", options.words.c_str());
+        std::fprintf(stderr, "html5-video-console: %s: cannot be read\n", options.words.c_str());
         return kBadInput;
     }
     Session session;
@@ -133,7 +133,7 @@ std::string CheckPort(const std::string& text)
 int ParseAndRun(int argc, char** argv)
 {
     Options options;
-    CLI::App app("Runs statements in a debugging console", "console");
+    CLI::App app("Runs statements in a debugging console", "html5-video-console");
     app.add_option("--host", options.host, "Where the console listens")->capture_default_str();
     app.add_option("--port", options.port, "Its TCP port")->check(CheckPort)->capture_default_str();
     app.add_option("--timeout", options.timeout,
@@ -163,7 +163,7 @@ int main(int argc, char** argv)
     try {
         return ParseAndRun(argc, argv);
     } catch (const std::exception& error) {
-        std::fprintf(stderr, "console: %s\n", error.what());
+        std::fprintf(stderr, "html5-video-console: %s\n", error.what());
         return kBadInput;
     }
 }

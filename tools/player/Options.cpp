@@ -72,7 +72,7 @@ void AddConsole(CLI::App& app, Options& options)
 
 bool ParseOptions(int argc, const char* const* argv, Options& options, int& exitStatus)
 {
-    CLI::App app(kDescription, "player");
+    CLI::App app(kDescription, "html5-video-player");
     app.footer(kFooter);
     options.engine = kEngines.front();
     app.add_option("--engine", options.engine, "What plays the media")

@@ -20,7 +20,7 @@ struct Answer
     explicit Answer(const std::string& arguments)
     {
         int status = -1;
-        text = test::OutputOf(test::Program("bin/boxinfo ") + arguments, &status);
+        text = test::OutputOf(test::Program("bin/html5-video-boxinfo ") + arguments, &status);
         code = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
     }
 

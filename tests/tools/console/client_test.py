@@ -31,7 +31,7 @@ class Lines(unittest.TestCase):
     def test_that_are_wrong_are_reported(self):
         result = self.run_client(text="PRINT before\nPRINT " + "x" * 1018 + "\nPRINT after")
         self.assertEqual(result.returncode, 1)
-        self.assertEqual(result.stderr, "console: standard input:2: a line has at most 1023 bytes, "
+        self.assertEqual(result.stderr, "html5-video-console: standard input:2: a line has at most 1023 bytes, "
                                         "this one has 1024\n")
         result = self.run_client(text="IF 1 == 1\nPRINT never\n")
         self.assertEqual(result.returncode, 1)
@@ -101,7 +101,7 @@ class Connection(unittest.TestCase):
             with self.subTest(name):
                 result = run("--port", port, "--timeout", "5", "--exec", "PRINT x")
                 self.assertEqual(result.returncode, status, result.stderr)
-                self.assertIn(message or "console: ", result.stderr)
+                self.assertIn(message or "html5-video-console: ", result.stderr)
         result = run("--host", "no.such.host.invalid", "--exec", "x")
         self.assertEqual(result.returncode, 3)
 

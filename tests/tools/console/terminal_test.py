@@ -164,7 +164,7 @@ class AtATerminal(unittest.TestCase):
         self.terminal = self.connect()
         self.host.process.terminate()
         self.assertEqual(self.terminal.exit_status(), "4")
-        self.assertIn("console: the connection was lost", self.terminal.screen())
+        self.assertIn("html5-video-console: the connection was lost", self.terminal.screen())
 
     def test_a_statement_that_runs_can_be_left(self):
         self.terminal.enter("SLEEP 100000")
@@ -178,7 +178,7 @@ class AtATerminal(unittest.TestCase):
     def test_it_waits_for_a_console_that_serves_somebody_else(self):
         waiting = Terminal(self.host.port, self.home.name)
         self.addCleanup(waiting.close)
-        self.assertTrue(waiting.ends_with("console: waiting: the console may be serving somebody "
+        self.assertTrue(waiting.ends_with("html5-video-console: waiting: the console may be serving somebody "
                                           "else; ^C ends this"), waiting.screen())
         waiting.keys("C-c")
         self.assertEqual(waiting.exit_status(), "130")
