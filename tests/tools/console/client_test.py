@@ -118,7 +118,7 @@ class Connection(unittest.TestCase):
             self.assertIn("waiting: the console may be serving somebody else\n", result.stderr)
         for line in ("Without it 30, at a terminal 0", "3 no connection"):
             self.assertIn(line, run("--help").stdout)
-        self.assertRegex(run("--version").stdout, r"\Aconsole \d+\.\d+\.\d+\n\Z")
+        self.assertRegex(run("--version").stdout, r"\Ahtml5-video-console \d+\.\d+\.\d+\n\Z")
 
     def test_help_says_where_results_are(self):
         result = run("--help")
