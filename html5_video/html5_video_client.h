@@ -88,10 +88,10 @@ HTML5_VIDEO_API int html5_video_client_reconnect(void);
 
 /* A descriptor for the host's loop (poll, epoll, GLib, libuv): readable when the status or the
  * connection has changed since it was last read. Read it with read(fd, buffer, 8), an eventfd's
- * count in the machine's byte order, then look at the status; changes in between are told once. The
- * descriptor is the library's own: always the same, never closed, non-blocking, close-on-exec. It
- * costs one system call for each report of the player from the first call on. -1 with errno when
- * there is none to be had; the next call tries again. Starts the client. */
+ * count in the machine's byte order, then look at the status; changes in between make it readable
+ * once. The descriptor is the library's own: always the same, never closed, non-blocking,
+ * close-on-exec. It costs one system call for each report of the player from the first call on. -1
+ * with errno when there is none to be had; the next call tries again. Starts the client. */
 HTML5_VIDEO_API int html5_video_client_get_event_fd(void);
 
 /* How the calling thread's last command (load to setMuted) ended: 0 when the player answered it, or

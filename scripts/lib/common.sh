@@ -40,16 +40,16 @@ require_web_engine() {
     require_packages libwpewebkit-1.1-dev libwpebackend-fdo-1.0-dev libpng-dev libx11-dev
 }
 
-# quietly COMMAND...: runs it in the repository; prints only what went wrong.
+# quietly COMMAND...: runs it in the repository; prints only what went wrong. Its output stays in the
+# file log_to, where that is set.
 quietly() {
-    local log
-    log=$(mktemp)
+    local log=${log_to:-$(mktemp)}
     if ! (cd "$repository" && "$@") >"$log" 2>&1; then
         grep -E 'error|warning|FAILED|CMake' "$log" | head -n 40 >&2
         tail -n 20 "$log" >&2
         fail "the build failed, see $log"
     fi
-    rm -f "$log"
+    [ -n "${log_to:-}" ] || rm -f "$log"
 }
 
 # configure_preset PRESET: with it comes build/PRESET/compile_commands.json.

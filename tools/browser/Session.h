@@ -1,9 +1,9 @@
 // One video element: the commands, the state, and what it takes to get over a player that dies.
 // Used by one thread.
 //
-// The session remembers what was asked for. A player that has gone is told once by Poll; from then
-// on the session listens again and tries to bring the media back, until the next player reports a
-// state, which is told, too.
+// The session remembers what was asked for. A player that has gone is reported once by Poll; from
+// then on the session listens again and tries to bring the media back, until the next player
+// reports a state, which is reported, too.
 #ifndef TOOLS_BROWSER_SESSION_H
 #define TOOLS_BROWSER_SESSION_H
 

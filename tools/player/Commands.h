@@ -3,7 +3,7 @@
 // nearest one that it can. The answer is always an empty reply.
 //
 // "load" with the null string, which arrives as the integer 0, or with "" unloads. The answer to a
-// load, and to a cancelLoad, parts the media: no state of the medium before is told after it.
+// load, and to a cancelLoad, parts the media: no state of the medium before is reported after it.
 #ifndef TOOLS_PLAYER_COMMANDS_H
 #define TOOLS_PLAYER_COMMANDS_H
 

@@ -26,7 +26,7 @@ bool InitGStreamer()
     return false;
 }
 
-// The URI to open. The file is looked at here, so that a missing one is told as such.
+// The URI to open. The file is looked at here, so that a missing one is reported as such.
 MediaStatus UriOf(const std::string& text, std::string& uri)
 {
     const MediaAddress address = MediaAddress::Parse(text);

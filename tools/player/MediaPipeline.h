@@ -97,7 +97,7 @@ private:
     GstElement* mScaler;      // the playbin's; null without the plugins
     GstElement* mSizeFilter;  // in the scaler
     std::atomic<std::uint64_t> mOffset;
-    bool mFailed;  // could not be made; told once
+    bool mFailed;  // could not be made; reported once
 };
 
 #endif  // TOOLS_PLAYER_MEDIAPIPELINE_H

@@ -1,5 +1,5 @@
 // Runs an engine on a thread of its own: commands are queued from any thread and return at once,
-// and the engine's state is told at every turn.
+// and the engine's state is reported at every turn.
 #ifndef TOOLS_PLAYER_PLAYER_H
 #define TOOLS_PLAYER_PLAYER_H
 

@@ -76,7 +76,7 @@ struct Offer
 };
 
 constexpr Offer kOffers[] = {
-    {"player_state", "player_state", "player_state : show the state as it was told last"},
+    {"player_state", "player_state", "player_state : show the state as it was reported last"},
     {"player_fail", "player_fail int",
      "player_fail CODE : tell that media status, an error from 100 to 104; 0 ends it"},
     {"player_delay", "player_delay int",
@@ -115,13 +115,13 @@ bool PlayerConsole::Start()
 
 PlaybackState PlayerConsole::Filter(const PlaybackState& state)
 {
-    PlaybackState told = state;
+    PlaybackState reported = state;
     if (const int forced = mForced) {
-        told.status = static_cast<MediaStatus>(forced);
+        reported.status = static_cast<MediaStatus>(forced);
     }
     const std::lock_guard<std::mutex> hold(mMutex);
-    mLatest = told;
-    return told;
+    mLatest = reported;
+    return reported;
 }
 
 PlaybackState PlayerConsole::GetState()

@@ -1,7 +1,7 @@
 // The player's debugging console, for trying a browser against a player that misbehaves. It listens
 // on 127.0.0.1 only. Commands, run on the console's thread:
 //
-//     player_state        the state as it was told last
+//     player_state        the state as it was reported last
 //     player_fail CODE    tell that media status instead of the engine's, 0: the engine's again
 //     player_delay MS     answer every command that much later, 0: at once
 //     commands FILE       write the names of all commands to a new file
@@ -29,11 +29,12 @@ public:
     // Stops the console and waits for a command that runs.
     ~PlayerConsole();
 
-    // False when its thread could not be started. A port that is taken is told on standard output.
+    // False when its thread could not be started. A port that is taken is reported on standard
+    // output.
     bool Start();
 
-    // The engine's state as it is to be told: with the forced failure, if there is one. The player
-    // asks at every turn, so a new failure is told within a second.
+    // The engine's state as it is to be reported: with the forced failure, if there is one. The
+    // player asks at every turn, so a new failure is reported within a second.
     PlaybackState Filter(const PlaybackState& state);
 
     // What the commands do.

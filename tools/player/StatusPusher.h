@@ -7,8 +7,9 @@
 // When states come faster than the browser answers, the newest goes out and those in between are
 // left out.
 //
-// A load makes what was told so far untrue, and a browser can not see which medium a report is
-// about. So nothing is told between Hold and Release; what is told afterwards is of the new medium.
+// A load makes what was reported so far untrue, and a browser can not see which medium a report is
+// about. So nothing is reported between Hold and Release; what is reported afterwards is of the new
+// medium.
 #ifndef TOOLS_PLAYER_STATUSPUSHER_H
 #define TOOLS_PLAYER_STATUSPUSHER_H
 

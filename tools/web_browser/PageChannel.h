@@ -1,7 +1,7 @@
 // The messages between the page's script and the player. Up come commands, as arrays: name, page,
 // number, and what the command takes. Down go reports, as numbers in a call of the script's.
 //
-// Used by the main loop's thread. A page is not trusted: what is no command is told on standard
+// Used by the main loop's thread. A page is not trusted: what is no command is reported on standard
 // error and dropped.
 #ifndef TOOLS_WEB_BROWSER_PAGECHANNEL_H
 #define TOOLS_WEB_BROWSER_PAGECHANNEL_H

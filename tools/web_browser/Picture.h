@@ -13,7 +13,7 @@ struct Picture
     std::vector<std::uint32_t> pixels;  // rows from the top; 0xAARRGGBB, colours times alpha
 };
 
-// False, with the reason told on standard error, when the file can not be written.
+// False, with the reason reported on standard error, when the file can not be written.
 bool WritePng(const Picture& picture, const std::string& path);
 
 #endif  // TOOLS_WEB_BROWSER_PICTURE_H
