@@ -39,7 +39,7 @@ bool ParseSize(const std::string& text, Options& options)
 
 bool ParseOptions(int argc, const char* const* argv, Options& options, int& exitStatus)
 {
-    CLI::App app(kDescription);
+    CLI::App app(kDescription, "html5-video-web-browser");
     app.footer(kFooter);
     app.add_option("URL", options.url, "The page, an address or the path of a file")->required();
     app.add_flag("--headless", options.headless, "No window, and no display needed");
@@ -62,10 +62,8 @@ bool ParseOptions(int argc, const char* const* argv, Options& options, int& exit
            },
            "The page's size in pixels")
         ->default_str("1280x720");
-    try {
-        app.parse(argc, argv);
-    } catch (const CLI::ParseError& error) {
-        exitStatus = app.exit(error) == 0 ? kExitDone : kExitUsage;
+    AddLogOption(app, options.logMode);
+    if (!ParseCommandLine(app, argc, argv, exitStatus)) {
         return false;
     }
     options.url = AddressOf(options.url);

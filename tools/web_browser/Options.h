@@ -4,6 +4,9 @@
 
 #include <string>
 
+#include "tools/support/CommandLine.h"
+#include "tools/support/LogMode.h"
+
 struct Options
 {
     std::string url;  // a path was made a file:// address
@@ -12,7 +15,8 @@ struct Options
     bool headless = false;
     bool resume = false;
     double timeout = 0;  // seconds, 0 for none
-    int width = 1280;    // of the page, pixels
+    int logMode = kLogAsConfigured;
+    int width = 1280;  // of the page, pixels
     int height = 720;
 };
 
@@ -21,7 +25,7 @@ enum ExitStatus
 {
     kExitDone = 0,
     kExitFailed = 1,
-    kExitUsage = 2,
+    // kExitUsage, 2, is that of all the programs.
     kExitTimeout = 3,
     kExitEngineDied = 4
 };

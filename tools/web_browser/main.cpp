@@ -12,6 +12,9 @@
 #include <stdexcept>
 #include <string>
 
+#include "html5_video/html5_video_client.h"
+#include "tools/support/HeldOutput.h"
+#include "tools/support/LogMode.h"
 #include "tools/web_browser/ConsoleLines.h"
 #include "tools/web_browser/MediaElementScript.h"
 #include "tools/web_browser/Options.h"
@@ -121,7 +124,8 @@ WebPage::Events EventsFor(Loop& loop, PageChannel& channel, const std::unique_pt
 
 int Run(const Options& options)
 {
-    std::fflush(stdout);  // what the library told while it was loaded, before the page's lines
+    ShowHeldOutput();  // what the library told while it was loaded, before the page's lines
+    html5_video_client_set_log(ChooseLogMode(options.logMode), 0);
     std::signal(SIGPIPE, SIG_IGN);
     const std::string extraScript = ReadFile(options.script);
     Loop loop;
