@@ -4,7 +4,8 @@
 
 #include "html5_video/media_status.h"
 
-using MediaStatus = html5_video_media_status;
+// An integer: a player may report codes that the enumeration does not have.
+using MediaStatus = int;
 
 constexpr bool IsError(MediaStatus status)
 {
