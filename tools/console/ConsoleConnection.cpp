@@ -40,7 +40,7 @@ void LimitSending(int client, int milliseconds)
 {
     timeval limit = {};
     limit.tv_sec = milliseconds / 1000;
-    limit.tv_usec = milliseconds % 1000 * 1000;
+    limit.tv_usec = milliseconds % 1000 * 1000L;
     setsockopt(client, SOL_SOCKET, SO_SNDTIMEO, &limit, sizeof(limit));
 }
 
