@@ -125,6 +125,13 @@ extern "C" int __poll_chk(pollfd* entries, nfds_t count, int milliseconds, size_
     return poll(entries, count, milliseconds);
 }
 
+// What code with 64-bit times calls where a long has 32 bits.
+extern "C" int __setsockopt64(int fd, int level, int option, const void* value, socklen_t length)
+{
+    static const auto real = Real<int (*)(int, int, int, const void*, socklen_t)>("__setsockopt64");
+    return Judge("setsockopt") == Verdict::kFail ? -1 : real(fd, level, option, value, length);
+}
+
 extern "C" int pthread_create(pthread_t* thread, const pthread_attr_t* attributes,
                               void* (*entry)(void*), void* argument)
 {
