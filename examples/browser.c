@@ -24,6 +24,7 @@ enum
 struct view
 {
     int connected;
+    int cleared;  /* this player was told to forget what it played before */
     int loaded;   /* this player has taken the media */
     int position; /* milliseconds, where to go on */
     int status;
@@ -43,6 +44,7 @@ static void load(struct view* view, const char* url)
     html5_video_client_load(url);
     view->loaded = html5_video_client_get_last_result() == 0;
     if (view->loaded) {
+        view->status = HTML5_VIDEO_STATUS_UNKNOWN;
         if (view->position > 0) {
             html5_video_client_seek((float)view->position / 1000);
         }
@@ -50,17 +52,30 @@ static void load(struct view* view, const char* url)
     }
 }
 
-static void follow_connection(struct view* view, const char* url)
+/* A report does not say which media it is of, and a player's first one is of what it played for
+ * another browser. So it is cleared first: what it reports once it was idle is of this media. */
+static void begin(struct view* view, const char* url, int news)
+{
+    if (!view->cleared) {
+        html5_video_client_cancel_load();
+        view->cleared = html5_video_client_get_last_result() == 0;
+    } else if (view->status == HTML5_VIDEO_STATUS_IDLE || !news) {
+        load(view, url);
+    }
+}
+
+static void follow_connection(struct view* view, const char* url, int news)
 {
     const int connected = html5_video_client_is_connected();
     if (view->connected && !connected) {
         printf("\nthe player has gone\n");
+        view->cleared = 0;
         view->loaded = 0;
         html5_video_client_reconnect();
     }
     view->connected = connected;
     if (connected && !view->loaded) {
-        load(view, url);
+        begin(view, url, news);
     }
 }
 
@@ -71,7 +86,7 @@ static void show(struct view* view)
     html5_video_get_status(&playTime, &endTime, &speed, &view->status, &inSeek, &totalBytes,
                            &currentOffset);
     html5_video_get_video_dimension(&width, &height);
-    if (view->status >= HTML5_VIDEO_STATUS_PAUSED && !inSeek) {
+    if (view->loaded && view->status >= HTML5_VIDEO_STATUS_PAUSED && !inSeek) {
         view->position = playTime;
     }
     printf("\r%6.1f of %.1f s, %d x %d, %-12s", playTime / 1000.0, endTime / 1000.0, width, height,
@@ -86,7 +101,7 @@ static int is_over(int status)
 
 int main(int argc, char** argv)
 {
-    struct view view = {0, 0, 0, HTML5_VIDEO_STATUS_UNKNOWN};
+    struct view view = {0, 0, 0, 0, HTML5_VIDEO_STATUS_UNKNOWN};
     int alone = 0; /* turns without a player */
     int events;
     if (argc != 2) {
@@ -103,8 +118,8 @@ int main(int argc, char** argv)
     }
     while (alone < kPatience && !(view.loaded && is_over(view.status))) {
         const int news = wait_for_news(events);
-        follow_connection(&view, argv[1]);
         show(&view);
+        follow_connection(&view, argv[1], news);
         alone = view.connected ? 0 : alone + !news;
     }
     putchar('\n');

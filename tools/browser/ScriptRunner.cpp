@@ -13,7 +13,7 @@ constexpr int kLineWait = 50;  // milliseconds
 // How long to be without a player, and how long an end counts as that of the former media when
 // nothing else of this one was seen: a player tells its last state first.
 constexpr std::chrono::seconds kPlayerWait{30};
-constexpr std::chrono::milliseconds kFormerEnd{500};
+constexpr std::chrono::seconds kFormerEnd{2};
 
 // For numbers that the command's range bounds.
 int ToInt(double value)
