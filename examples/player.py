@@ -132,8 +132,7 @@ class Commands(socketserver.StreamRequestHandler):
 
 if __name__ == "__main__":
     signal.signal(signal.SIGINT, signal.SIG_DFL)
-    system = os.environ.get("HBB_SYSTEM_IP", "127.0.0.1")
-    browser = os.environ.get("HBB_BROWSER_IP", "127.0.0.1")
+    system, browser = (os.environ.get(f"HBB_{who}_IP", "127.0.0.1") for who in ("SYSTEM", "BROWSER"))
     socketserver.TCPServer.allow_reuse_address = True
     with socketserver.TCPServer((system, 56911), Commands) as server:  # one browser at a time
         server.player = Player()
@@ -141,7 +140,8 @@ if __name__ == "__main__":
         while True:
             try:
                 with socket.create_connection((browser, 56910), PATIENCE) as connection:
-                    server.player.push(connection, connection.makefile("rb"))
+                    if connection.getsockname() != connection.getpeername():  # joined to itself
+                        server.player.push(connection, connection.makefile("rb"))
             except ConnectionRefusedError:
                 pass  # no browser yet
             except (OSError, ValueError) as error:

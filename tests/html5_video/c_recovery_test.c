@@ -80,6 +80,16 @@ static size_t make_report(unsigned char* frame, int playTime, int mediaStatus)
     return (size_t)(at - frame);
 }
 
+/* Where nobody listens, TCP may join a socket to itself. */
+static int connect_to(int descriptor, const struct sockaddr_in* address)
+{
+    struct sockaddr_in own;
+    socklen_t size = sizeof(own);
+    return connect(descriptor, (const struct sockaddr*)address, sizeof(*address)) == 0 &&
+           getsockname(descriptor, (struct sockaddr*)&own, &size) == 0 &&
+           own.sin_port != address->sin_port;
+}
+
 /* Reports every 50 ms that it plays, from the given time on, and answers every command. Writes when
  * its first report was answered to the pipe. Ends with its parent's socket or by a signal. */
 static void play(int start, int started)
@@ -95,7 +105,7 @@ static void play(int start, int started)
     check(bind(listener, (struct sockaddr*)&address, sizeof(address)) == 0, "bind of the player");
     check(listen(listener, 1) == 0, "listen of the player");
     state = open_socket(kStatePort, &address);
-    while (connect(state, (struct sockaddr*)&address, sizeof(address)) != 0) {
+    while (!connect_to(state, &address)) {
         poll(NULL, 0, 20);
         close(state);
         state = open_socket(kStatePort, &address);

@@ -44,12 +44,28 @@ void LimitSending(int client, int milliseconds)
     setsockopt(client, SOL_SOCKET, SO_SNDTIMEO, &limit, sizeof(limit));
 }
 
+// Where nobody listens, TCP may join a socket to itself.
+bool Connect(int client, const addrinfo& to)
+{
+    sockaddr_storage own = {};
+    socklen_t size = sizeof(own);
+    if (connect(client, to.ai_addr, to.ai_addrlen) != 0) {
+        return false;
+    }
+    if (getsockname(client, reinterpret_cast<sockaddr*>(&own), &size) == 0 &&
+        std::memcmp(&own, to.ai_addr, to.ai_addrlen) == 0) {
+        errno = ECONNREFUSED;
+        return false;
+    }
+    return true;
+}
+
 int ConnectTo(const addrinfo* addresses, int milliseconds)
 {
     for (const addrinfo* at = addresses; at != nullptr; at = at->ai_next) {
         const int client = socket(at->ai_family, at->ai_socktype | SOCK_CLOEXEC, at->ai_protocol);
         LimitSending(client, milliseconds);
-        if (client >= 0 && connect(client, at->ai_addr, at->ai_addrlen) == 0) {
+        if (client >= 0 && Connect(client, *at)) {
             LimitSending(client, 0);
             const int on = 1;
             setsockopt(client, IPPROTO_TCP, TCP_NODELAY, &on, sizeof(on));
