@@ -132,7 +132,7 @@ class Commands(socketserver.StreamRequestHandler):
 
 if __name__ == "__main__":
     signal.signal(signal.SIGINT, signal.SIG_DFL)
-    system, browser = (os.environ.get(f"HBB_{who}_IP", "127.0.0.1") for who in ("SYSTEM", "BROWSER"))
+    system, browser = (os.getenv(f"HBB_{who}_IP", "127.0.0.1") for who in ("SYSTEM", "BROWSER"))
     socketserver.TCPServer.allow_reuse_address = True
     with socketserver.TCPServer((system, 56911), Commands) as server:  # one browser at a time
         server.player = Player()
