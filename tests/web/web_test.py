@@ -4,7 +4,6 @@ Usage: web_test.py PROGRAMS [unittest's arguments]. The folder scripts/lib must 
 stand has loopback addresses of its own, so several may run side by side.
 """
 
-import concurrent.futures
 import http.server
 import itertools
 import os
@@ -12,8 +11,6 @@ import pathlib
 import re
 import shutil
 import signal
-import socket
-import socketserver
 import subprocess
 import sys
 import tempfile
@@ -27,7 +24,6 @@ from stand import Player, Process
 PROGRAMS = pathlib.Path(sys.argv.pop(1)).resolve()
 BROWSER = PROGRAMS / "html5-video-web-browser"
 PAGES = pathlib.Path(__file__).resolve().parent / "pages"
-COMMANDS_PORT = 56911
 STANDS = itertools.count(1)
 
 
@@ -115,56 +111,13 @@ class Handler(http.server.BaseHTTPRequestHandler):
         pass
 
 
-class Dropper(socketserver.ThreadingTCPServer):
-    """Stands between browser and player, and keeps one command from the player: the browser gets
-    the empty answer of a player that took it."""
-
-    daemon_threads = True
-    allow_reuse_address = True
-
-    def __init__(self, address, player_address, method):
-        super().__init__((address, COMMANDS_PORT), DroppedConnection)
-        self.player_address = player_address
-        self.beginning = b"\0\0\0G" + method.encode() + b"\0"
-        self.dropped = 0
-        threading.Thread(target=self.serve_forever, daemon=True).start()
-
-
-class DroppedConnection(socketserver.BaseRequestHandler):
-    EMPTY_ANSWER = b"\x08\0\0\0" + b"\0\0\0H" + bytes(4)
-
-    def handle(self):
-        with socket.create_connection((self.server.player_address, COMMANDS_PORT)) as player:
-            while True:
-                frame = self.read_frame(self.request)
-                if frame is None:
-                    return
-                if frame[4:].startswith(self.server.beginning):
-                    self.server.dropped += 1
-                    self.request.sendall(self.EMPTY_ANSWER)
-                    continue
-                player.sendall(frame)
-                answer = self.read_frame(player)
-                if answer is None:
-                    return
-                self.request.sendall(answer)
-
-    def read_frame(self, connection):
-        length = connection.recv(4, socket.MSG_WAITALL)
-        if len(length) < 4:
-            return None
-        size = int.from_bytes(length, "little")
-        return length + (connection.recv(size, socket.MSG_WAITALL) if size else b"")
-
-
 class Stand:
     """A player, a site, and a folder for what they leave."""
 
-    def __init__(self, dropped=None, player=True):
+    def __init__(self, player=True):
         number = next(STANDS)
         self.folder = pathlib.Path(tempfile.mkdtemp())
-        self.player_address, self.browser_address, dropper_address = (
-            f"127.1.{number}.{last}" for last in (1, 2, 3))
+        self.player_address, self.browser_address = (f"127.1.{number}.{last}" for last in (1, 2))
         self.environment = dict(os.environ, HBB_BROWSER_IP=self.browser_address,
                                 HBB_SYSTEM_IP=self.player_address, HOME=str(self.folder),
                                 XDG_RUNTIME_DIR=str(self.folder), GIO_USE_PROXY_RESOLVER="dummy")
@@ -172,12 +125,8 @@ class Stand:
             self.environment.pop(name, None)
         self.site = Site(self)
         self.players = []
-        self.dropper = None
         if player:
             self.start_player()
-        if dropped:
-            self.dropper = Dropper(dropper_address, self.player_address, dropped)
-            self.environment["HBB_SYSTEM_IP"] = dropper_address
 
     def start_player(self):
         name = f"player{len(self.players)}"
@@ -215,10 +164,8 @@ class Stand:
     def __exit__(self, *_):
         for player in self.players:
             player.__exit__()
-        for server in (self.site, self.dropper):
-            if server:
-                server.shutdown()
-                server.server_close()
+        self.site.shutdown()
+        self.site.server_close()
         shutil.rmtree(self.folder, ignore_errors=True)
 
 
@@ -255,27 +202,6 @@ class Pages(WebTest):
 
     def test_a_player_that_dies_and_is_waited_for(self):
         self.passes("recovery.html#resume", "--resume")
-
-
-class Faults(WebTest):
-    # The step of playing.html that notices that this command does not arrive.
-    NOTICED = {"load": "metadata", "setSize": "size", "setVolume": "volume", "setMuted": "mute",
-               "play": "pace 1", "setRate": "pace 2", "pause": "pause", "seek": "seek",
-               "cancelLoad": "unload"}
-
-    def drop(self, command):
-        with Stand(dropped=command) as stand:
-            status, output = stand.browse(stand.url("playing.html"))
-            return command, stand.dropper.dropped, status, output
-
-    def test_each_command_that_is_dropped_is_noticed(self):
-        with concurrent.futures.ThreadPoolExecutor(3) as runs:
-            for command, dropped, status, output in runs.map(self.drop, self.NOTICED):
-                with self.subTest(command):
-                    print(command, "dropped:", output.strip().splitlines()[-1], flush=True)
-                    self.assertGreater(dropped, 0)
-                    self.assertEqual(status, 1)
-                    self.assertIn(f"RESULT FAIL {self.NOTICED[command]}:", output)
 
 
 class Program(WebTest):
