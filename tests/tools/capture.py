@@ -1,11 +1,8 @@
-"""Captures for tshark: written from the bytes, or taken on the loopback interface."""
+"""Captures for tshark, written from the bytes."""
 
 import pathlib
-import signal
 import socket
 import struct
-import subprocess
-import time
 
 RAW_IPV4 = 228  # the link type whose packets begin with the IPv4 header
 FIN, SYN, PSH, ACK = 1, 2, 8, 16
@@ -68,32 +65,3 @@ class Connection:
 
     def close(self, sender=0):
         self._segment(sender, FIN | ACK)
-
-
-class Sniffer:
-    """dumpcap on the loopback interface. is_running is false where that is not permitted."""
-
-    END = b"the end of this capture"
-
-    def __init__(self, path):
-        self.path = pathlib.Path(path)
-        self.child = subprocess.Popen(["dumpcap", "-q", "-i", "lo", "-w", self.path], text=True,
-                                      stderr=subprocess.PIPE)
-        self.said = ""
-        for line in self.child.stderr:
-            self.said += line
-            if line.startswith("File:"):
-                break
-        self.is_running = self.child.poll() is None and "File:" in self.said
-
-    def stop(self, seconds=20):
-        """Ends it when it has written all that came before."""
-        end = time.monotonic() + seconds
-        with socket.socket(socket.AF_INET, socket.SOCK_DGRAM) as last:
-            while self.END not in self.path.read_bytes():
-                assert time.monotonic() < end, self.said
-                last.sendto(self.END, ("127.0.0.1", 9))
-                time.sleep(0.1)
-        self.child.send_signal(signal.SIGINT)
-        self.child.communicate(timeout=seconds)
-        return self.path

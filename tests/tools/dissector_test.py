@@ -1,8 +1,6 @@
-"""tools/wireshark/html5_video.lua, read by tshark: captures written from the bytes, and one taken
-on the loopback interface while browser, player and console talk.
+"""tools/wireshark/html5_video.lua, read by tshark: captures written from the bytes.
 
-Usage: dissector_test.py PROGRAMS SOURCES [unittest's arguments]. The folder scripts/lib must be on
-the path.
+Usage: dissector_test.py SOURCES [unittest's arguments]. The folder scripts/lib must be on the path.
 """
 
 import os
@@ -15,12 +13,10 @@ import sys
 import tempfile
 import unittest
 
-import stand
 import wire
-from capture import LARGEST_PIECE, Capture, Sniffer
+from capture import LARGEST_PIECE, Capture
 from wire import framed, number, request
 
-PROGRAMS = pathlib.Path(sys.argv.pop(1)).resolve()
 SOURCES = pathlib.Path(sys.argv.pop(1)).resolve()
 SCRIPT = "tools/wireshark/html5_video.lua"
 EMPTY_REPLY = framed(wire.EMPTY_RECORD)
@@ -41,20 +37,20 @@ class DissectorTest(unittest.TestCase):
         self.directory = self.enterContext(tempfile.TemporaryDirectory())
         self.capture = Capture(pathlib.Path(self.directory) / "capture.pcap")
 
-    def tshark(self, *options, path=None):
+    def tshark(self, *options):
         """What it prints; in a home of its own, so that nobody's settings count."""
         done = subprocess.run(
-            ["tshark", "-X", f"lua_script:{SCRIPT}", "-r", path or self.capture.write(), *options],
+            ["tshark", "-X", f"lua_script:{SCRIPT}", "-r", self.capture.write(), *options],
             cwd=SOURCES, env={**os.environ, "HOME": self.directory}, timeout=120, check=True,
             capture_output=True, text=True, encoding="utf-8", errors="replace")
         for trouble in "Lua", "Dissector bug", "Malformed Packet":
             self.assertNotIn(trouble, done.stdout + done.stderr)
         return done.stdout
 
-    def fields(self, *names, only="html5_video or html5_video_console", path=None, options=()):
+    def fields(self, *names, only="html5_video or html5_video_console", options=()):
         """A list of values for each packet that has any; several of a name stand in one text."""
         columns = [word for name in names for word in ("-e", name)]
-        lines = self.tshark(*options, "-Y", only, "-T", "fields", *columns, path=path).splitlines()
+        lines = self.tshark(*options, "-Y", only, "-T", "fields", *columns).splitlines()
         return [line.split("\t") for line in lines if line.strip()]
 
 
@@ -242,36 +238,6 @@ class Malformed(DissectorTest):
                 connection.reply(data)
         self.tshark("-V")
         self.tshark("-2", "-o", "tcp.desegment_tcp_streams:FALSE")
-
-
-class Loopback(DissectorTest):
-    def test_what_the_programs_say(self):
-        sniffer = Sniffer(pathlib.Path(self.directory) / "loopback.pcapng")
-        if not sniffer.is_running:
-            self.skipTest("capturing on the loopback interface is not permitted: " + sniffer.said)
-        with stand.Player(PROGRAMS, self.directory, "--console"), \
-                stand.Browser(PROGRAMS, self.directory) as browser:
-            browser.ask("wait-player 10")
-            browser.tell("load clock:0.5")
-            browser.ask("wait-status paused 10")
-            browser.tell("seek 0.25", "play")
-            browser.ask("wait-status ended 10")
-            subprocess.run([stand.program(PROGRAMS, "console"), "--exec", "player_state"], check=True, timeout=30)
-            self.assertEqual(browser.quit(), 0)
-        path = sniffer.stop()
-        methods = [method for method, in self.fields("html5_video.method", path=path)]
-        self.assertEqual([method for method in methods if method != "SetStatus"],
-                         ["load", "seek", "play"])
-        self.assertEqual(self.fields("html5_video.load.url", path=path), [["clock:0.5"]])
-        self.assertEqual(self.fields("html5_video.seek.ms", path=path), [["250"]])
-        states = self.fields("html5_video.status.media", "html5_video.status.play_time",
-                             "html5_video.status.end_time", path=path,
-                             only="html5_video.status.media")
-        self.assertEqual((states[0], states[-1]), (["1", "0", "0"], ["6", "500", "500"]))
-        self.assertEqual([line for line, in self.fields("html5_video_console.line", path=path)],
-                         ["START", "player_state", "quit"])
-        self.assertEqual(self.fields("frame.number", path=path, only=(
-            "html5_video.malformed or html5_video.unusual or html5_video_console.malformed")), [])
 
 
 class Page(DissectorTest):
