@@ -202,14 +202,6 @@ paused
         self.press("C-c")
         self.wait_for_the_end(0)
 
-    def test_control_l_repairs_the_screen(self):
-        self.open_paused_screen()
-        whole = self.shown()
-        self.tty.write(b"\033[3;1Hgarbled")
-        self.wait_for("garbled")
-        self.press("C-l")
-        self.wait_for_lines(whole)
-
     def test_what_the_console_prints_leaves_the_screen_alone(self):
         self.open_paused_screen("--console", "--log-file", "log")
         whole = self.shown()
