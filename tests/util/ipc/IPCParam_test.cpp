@@ -87,6 +87,17 @@ TEST(IPCParam, DecodesWhatWasEncodedAndNullAsZero)
     EXPECT_EQ(trusted.GetCount(), 5);
 }
 
+TEST(IPCParam, PassesOverUnknownTypesAndCutsLongNames)
+{
+    IPCParam record;
+    const std::string bytes =
+        Hex("00 00 00 48") + test::Text("zi?") + test::Text(std::string(70, 'n')) + test::Number(9);
+    EXPECT_EQ(Decode(record, bytes), static_cast<int>(bytes.size()));
+    ASSERT_EQ(record.GetCount(), 1);
+    EXPECT_EQ(record.GetArg(0)->mName, std::string(63, 'n'));
+    EXPECT_EQ(record.GetArg(0)->mValue, 9);
+}
+
 TEST(IPCParam, TakesABlockWithoutBytes)
 {
     IPCParam record;
