@@ -9,7 +9,7 @@
 #include <thread>
 #include <vector>
 
-#include "html5_video/html5_video_client.h"
+#include "tests/html5_video/player.h"
 #include "tests/support/RawPeer.h"
 #include "tests/support/support.h"
 #include "util/ipc/IPCChannel.h"
@@ -72,8 +72,8 @@ TEST(Protocol, EveryBlockOfThePageIsWhatTheLibraryDoes)
     auto blocks = BlocksOf(test::ReadFile(TEST_SOURCE_DIR "/docs/protocol.md"));
     const test::CapturedStderr log;
     html5_video_client_init();
-    const RawListener listener(56911);
-    const RawPeer peer = RawPeer::Connect(56910);
+    const RawListener listener(test::kCommandPort);
+    const RawPeer peer = RawPeer::Connect(test::kStatusPort);
     const std::string status = "SetStatus 1000 60000 100 7 2 640 360 1 0 5000 0 2500";
     const std::map<std::string, std::function<std::string()>> actual = {
         {"call play", [&] { return FrameOf(listener, [] { html5_video_client_play(); }); }},
@@ -94,12 +94,8 @@ TEST(Protocol, EveryBlockOfThePageIsWhatTheLibraryDoes)
     }
     EXPECT_EQ(blocks.size(), actual.size() + 1);
     // The frame of the page arrived as its words say.
-    int playTime = 0, endTime = 0, speed = 0, mediaStatus = 0, inSeek = 0;
-    unsigned long long total = 0, offset = 0;
-    html5_video_get_status(&playTime, &endTime, &speed, &mediaStatus, &inSeek, &total, &offset);
     EXPECT_TRUE(log.WaitFor("7 1000 60000 100 2 inSeek 1 5000 2500"));
-    EXPECT_EQ(endTime, 60000);
-    EXPECT_EQ(offset, 2500u);
+    EXPECT_EQ(test::ReadStatus(), (test::Status{1000, 60000, 100, 2, 1, 5000, 2500, 640, 360}));
 }
 
 // A line of the session, with its continuations: a word, an arrow or none, and what follows.
@@ -151,11 +147,9 @@ public:
 private:
     static std::string Status()
     {
-        int playTime = 0, endTime = 0, speed = 0, mediaStatus = 0, inSeek = 0;
-        unsigned long long total = 0, offset = 0;
-        html5_video_get_status(&playTime, &endTime, &speed, &mediaStatus, &inSeek, &total, &offset);
-        return std::to_string(playTime) + " of " + std::to_string(endTime) + " ms, media status " +
-               std::to_string(mediaStatus);
+        const test::Status status = test::ReadStatus();
+        return std::to_string(status[0]) + " of " + std::to_string(status[1]) +
+               " ms, media status " + std::to_string(status[3]);
     }
 
     // As a host does that has noticed.
@@ -171,7 +165,7 @@ private:
         const bool isState = step.who == "state";
         const std::string bytes = test::Hex(step.text);
         if (step.text == "open") {
-            connection = isState ? RawPeer::Connect(56910) : mListener.Accept();
+            connection = isState ? RawPeer::Connect(test::kStatusPort) : mListener.Accept();
         } else if (step.text == "close") {
             connection.Close();
         } else if (isState == (step.arrow == '>')) {
@@ -195,7 +189,7 @@ private:
         {"html5_video_client_play()", [] { html5_video_client_play(); }},
         {"html5_video_client_reconnect()", Reconnect},
     };
-    const RawListener mListener{56911};
+    const RawListener mListener{test::kCommandPort};
     RawPeer mState{-1};
     RawPeer mCommands{-1};
     std::thread mCall;

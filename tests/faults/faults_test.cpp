@@ -4,7 +4,6 @@
 #include "tests/faults/faults.h"
 
 #include <gtest/gtest.h>
-#include <signal.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -362,40 +361,6 @@ TEST(ConsoleOpening, FailsWhereTheAddressCanNotBeReused)
         CmdMgr& console = *CmdMgr::GetInstance(test::FreePort());
         faults_arm("setsockopt", 1, ENOMEM);
         return console.Open() == -1 ? 0 : 1;
-    });
-    EXPECT_EQ(status, 0);
-}
-
-void OnSignal(int) {}
-
-// Every thread of the process is interrupted every 200 microseconds through a conversation.
-TEST(SignalStorm, DisturbsNoCall)
-{
-    const test::CapturedStderr log;
-    const int status = InChild([] {
-        struct sigaction action = {};
-        action.sa_handler = OnSignal;
-        sigaction(SIGUSR1, &action, nullptr);
-        const pid_t target = getpid();
-        const pid_t storm = fork();
-        if (storm == 0) {
-            alarm(20);
-            for (;;) {
-                kill(target, SIGUSR1);
-                usleep(200);
-            }
-        }
-        Pair pair(test::FreePort(), test::FreePort());
-        pair.server.Start();
-        pair.client.Open();
-        pair.client.SetReplyTimeout(10000);
-        bool served = true;
-        for (int number = 0; number < 2000 && served; ++number) {
-            served = pair.Ask(number);
-        }
-        kill(storm, SIGKILL);
-        waitpid(storm, nullptr, 0);
-        return served ? 0 : 1;
     });
     EXPECT_EQ(status, 0);
 }

@@ -126,19 +126,6 @@ TEST_F(ClockEngineTest, RemembersWhatIsAskedForWhileLoading)
     EXPECT_EQ(After(kLoadTime).status, HTML5_VIDEO_STATUS_PAUSED);
 }
 
-TEST_F(ClockEngineTest, WithNothingLoadedCommandsChangeNothing)
-{
-    LoadAndPlay();
-    mEngine.CancelLoad();
-    mEngine.Seek(500);
-    mEngine.Play();
-    const PlaybackState state = After(1000);
-    EXPECT_EQ(state.status, HTML5_VIDEO_STATUS_IDLE);
-    EXPECT_EQ(state.position, 0);
-    EXPECT_EQ(state.duration, 0);
-    EXPECT_FALSE(state.inSeek);
-}
-
 TEST_F(ClockEngineTest, WhatCanNotBeLoadedShowsAsAnError)
 {
     const struct

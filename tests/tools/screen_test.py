@@ -107,16 +107,6 @@ class Screen(ToolsTest):
         self.press("q")
         self.wait_for_the_end(0)
 
-    def test_a_dead_player_is_told_and_the_next_one_found(self):
-        self.open_screen()
-        self.player.kill()
-        self.wait_for("The player has gone")
-        self.start_player(name="second")
-        self.wait_for("The player is there")
-        self.wait_for("playing")
-        self.press("q")
-        self.wait_for_the_end(0)
-
     def test_signals_and_a_crash_restore_the_terminal(self):
         for how, status in ((signal.SIGTERM, 0), (signal.SIGINT, 0), (signal.SIGHUP, 0),
                             (signal.SIGABRT, 128 + signal.SIGABRT)):
@@ -201,18 +191,6 @@ paused
         self.wait_for("0:01.7 / 0:0")  # it has played to its end
         self.press("C-c")
         self.wait_for_the_end(0)
-
-    def test_what_the_console_prints_leaves_the_screen_alone(self):
-        self.open_paused_screen("--console", "--log-file", "log")
-        whole = self.shown()
-        subprocess.run([program(PROGRAMS, "console"), "--exec", "PRINT hello", "--exec", "help"],
-                       check=True, timeout=60)
-        log = (pathlib.Path(self.directory) / "log").read_text()
-        self.assertIn("hello\nYou can find", log)
-        self.assertEqual(self.shown(), whole)
-        self.press("s")
-        self.wait_for("window 640 x 360")
-        self.assertNotIn("hello", self.shown())
 
     def test_a_terminal_that_can_not_be_a_screen_is_served_with_lines(self):
         for terminal in ("dumb", "nonsense"):

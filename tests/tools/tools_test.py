@@ -192,12 +192,6 @@ class Endings(ToolsTest):
             player = self.start_player(name=how.name)
             self.wait_until_listening(player)
             self.assertEqual(player.end(how), 0)
-        player = self.start_player(name="playing")
-        browser = self.start_browser()
-        self.load(browser)
-        browser.tell("play")
-        browser.ask("wait-position 1 5")
-        self.assertEqual(player.end(), 0)
 
     def test_a_wrong_command_line_is_a_usage_error(self):
         for name, *arguments in (
@@ -265,9 +259,6 @@ class Endings(ToolsTest):
                 received += receiver.recv(4096)
             self.assertEqual(player.end(), 0)
             self.assertEqual(player.log_text(), "")
-            player = self.start_player("--log", "stderr", name="asked")
-            self.wait_until_listening(player)
-            self.assertEqual(player.end(), 0)
 
     def test_a_taken_port_is_told(self):
         with socket.socket() as other:
