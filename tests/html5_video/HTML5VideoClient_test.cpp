@@ -132,7 +132,10 @@ TEST_F(HTML5VideoClientTest, ReportsWhatThePlayerPushedLast)
     const RawPeer peer = RawPeer::Connect(kStatusPort);
     Push(peer, Integers({1000, 60000, 100, 7, 2, 640, 360, 1, 0, 5000, 0, 2500}));
     EXPECT_EQ(ReadStatus(), (Status{1000, 60000, 100, 2, 1, 5000, 2500, 640, 360}));
+    HTML5VideoClient* const client = HTML5VideoClient::GetInstance();
+    EXPECT_EQ(client->GetStatus().statusValue3, 7);
     EXPECT_TRUE(log.WaitFor("7 1000 60000 100 2 inSeek 1 5000 2500 -> SetStatus_IPC in "));
+    EXPECT_EQ(test::Count(log.Text(), "[LOG]:  -> SetStatus_IPC in "), 1);
     Push(peer, Integers({1, 2, -100, 4, -5, 6, 7, 5, 1, 0, 0, -1}));
     EXPECT_EQ(ReadStatus(), (Status{1, 2, -100, -5, 1, 4294967296, 4294967295, 6, 7}));
     // More arguments than twelve: the rest is passed over.
@@ -140,8 +143,6 @@ TEST_F(HTML5VideoClientTest, ReportsWhatThePlayerPushedLast)
     const long long nines = 9LL << 32 | 9;
     EXPECT_EQ(ReadStatus(), (Status{9, 9, 9, 9, 0, nines, nines, 9, 9}));
     EXPECT_EQ(test::Count(log.Text(), "ARG ERROR"), 0);
-    HTML5VideoClient* const client = HTML5VideoClient::GetInstance();
-    EXPECT_EQ(client->GetStatus().statusValue3, 9);
     client->setVideoDimension(1, 2);
     client->setStatus(3, 4, 5, 6, 7, true, 8, 9);
     EXPECT_EQ(ReadStatus(), (Status{3, 4, 5, 7, 1, 8, 9, 1, 2}));
@@ -210,6 +211,7 @@ TEST_F(HTML5VideoClientTest, TakesItsAddressesFromTheEnvironment)
                           "HTML5 Video Socket aSendAddress = 127.0.0.2:56911, "
                           "aRecvAddress = 127.0.0.3:56910"),
               1);
+    EXPECT_EQ(test::Count(log.Text(), "is no IPv4 address"), 0);
     const RawPeer peer = RawPeer::Connect(kStatusPort, "127.0.0.3");
     Push(peer, Integers({4}));
     EXPECT_EQ(PlayTime(), 4);

@@ -195,6 +195,7 @@ TEST_F(RecoveryTest, AReplyTimeOutHoldsForTheNextCommand)
     connection.ReceiveFrame();
     connection.Send(kEmptyReply);  // late, of the play
     connection.ReceiveFrame();
+    usleep(100000);  // too long for the former time-out
     connection.Send(kEmptyReply);
     command.join();
 }

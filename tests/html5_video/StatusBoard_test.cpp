@@ -5,6 +5,7 @@
 #include <atomic>
 #include <memory>
 #include <thread>
+#include <vector>
 
 #include "tests/support/support.h"
 #include "util/os_linux/Thread.h"
@@ -43,6 +44,23 @@ TEST(StatusBoard, ReadersNeverSeeAMixture)
     });
     EXPECT_EQ(torn, 0);
     EXPECT_EQ(board->Read().playTime, 3 * 20000) << "an update was lost";
+}
+
+TEST(StatusBoard, AReaderThatMeetsAnUpdateTakesTheOtherSlot)
+{
+    const std::unique_ptr<StatusBoard> board = NewBoard();
+    std::vector<const StatusBoard::Slot*> taken;
+    int seen = 0;
+    board->Read([&](const StatusBoard::Slot& slot) {
+        taken.push_back(&slot);
+        seen = slot.playTime;
+        if (taken.size() == 1) {
+            board->Update([](PlayerStatus& status) { status.playTime = 7; });
+        }
+    });
+    ASSERT_EQ(taken.size(), 2U);
+    EXPECT_EQ(taken[1], taken[0] + 1);
+    EXPECT_EQ(seen, 7);
 }
 
 TEST(StatusBoard, AnUpdateWaitsForTheOneThatHasBegun)

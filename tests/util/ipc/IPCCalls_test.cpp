@@ -239,6 +239,7 @@ TEST_F(IPCCalls, MovesRawBytes)
     unsigned char buffer[3] = {};
     EXPECT_EQ(channel.ReceiveRaw(buffer, 3), 3);
     EXPECT_EQ(buffer[2], 'c');
+    EXPECT_EQ(test::Count(log.Text(), "SetServerOption returns"), 0);
 }
 
 TEST_F(IPCCalls, CountsTheRepliesThatRawReceivesTake)
@@ -260,6 +261,7 @@ TEST_F(IPCCalls, CountsTheRepliesThatRawReceivesTake)
         ASSERT_EQ(channel.ReceiveRaw(buffer, length), length);
         EXPECT_EQ(Ask(), length == 0 ? 0 : length);
     }
+    EXPECT_EQ(test::Count(log.Text(), "SetServerOption returns"), 1) << "when it connected";
     unsigned char buffer[3] = {1, 2, 3};
     EXPECT_EQ(channel.ReceiveRaw(buffer, 3), 1);
     EXPECT_EQ(std::string(buffer, buffer + 3), std::string("x\0\0", 3));

@@ -88,7 +88,7 @@ TYPED_TEST(IPCSocketTest, PeekSeesWhatReadReturns)
     EXPECT_EQ(errno, EINVAL);
     EXPECT_EQ(this->caller->WriteBytes("none", -1), 0);
     ASSERT_EQ(this->caller->WriteBytes("abcdefgh", 8), 8);
-    EXPECT_EQ(reader.Select(INT_MAX), 1);
+    EXPECT_EQ(reader.Select(3), 1);
     char bytes[9] = "--------";
     EXPECT_EQ(reader.Peek(bytes, 0), 0);
     EXPECT_EQ(reader.Peek(bytes, 3), 3);
@@ -181,7 +181,7 @@ TYPED_TEST(IPCSocketTest, SignalsDoNotEndAWait)
     int read = -2;
     std::thread waiter([&] {
         char bytes[4];
-        selected = this->accepted->Select(5);
+        selected = this->accepted->Select(INT_MAX);
         read = this->accepted->Read(bytes, 4);
     });
     for (int round = 1; round <= 50; ++round) {
@@ -300,6 +300,21 @@ TEST(IPCUnixSocket, RefusesAPathThatDoesNotFit)
     nobody.Open();
     EXPECT_EQ(nobody.Connect(), -1);
     EXPECT_EQ(test::Count(log.Text(), "./nobody : No such file or directory -> Connect in"), 1);
+}
+
+TEST(IPCTCPSocket, TellsItsLife)
+{
+    const test::CapturedLog log;
+    const SocketPtr socket(IPCTCPSocket("127.0.0.1", 1).Duplicate());
+    const std::string descriptor = std::to_string(socket->Open());
+    socket->SetServerOption();
+    EXPECT_EQ(socket->Close(), 0);
+    for (const std::string& line :
+         {std::string("[LOG]:  -> Duplicate in (/IPCTCPSocket.cpp "),
+          "[LOG]: SetServerOption returns " + descriptor + " 0 0 -> SetServerOption in ",
+          "[LOG]: Socket is Closed : " + descriptor + " -> Close in "}) {
+        EXPECT_EQ(test::Count(log.Text(), line), 1) << line;
+    }
 }
 
 TEST(IPCTCPSocket, NeverConnectsToItself)
