@@ -4,6 +4,7 @@
 #include <stdlib.h>
 
 #include "html5_video/html5_video_client.h"
+#include "html5_video/media_status.h"
 #include "util/os_linux/LoggerPrint.h"
 #include "util/os_linux/Sleep.h"
 
@@ -25,6 +26,12 @@ int main(int argc, char** argv)
     result += html5_video_get_status(&numbers[0], &numbers[1], &numbers[2], &numbers[3],
                                      &numbers[4], &bytes[0], &bytes[1]);
     result += html5_video_get_video_dimension(&numbers[5], &numbers[6]);
+    result += html5_video_client_set_reply_timeout(10000);
+    result += html5_video_client_reconnect();
+    result += html5_video_client_is_connected();
+    result += html5_video_client_get_event_fd() < 0;
+    result += html5_video_client_get_last_result() != -1; /* there is no player */
+    result += *html5_video_media_status_text(HTML5_VIDEO_STATUS_PLAYING) != 'p';
     if (argc != 3) {
         Logger_Print(3, 1, 0, "main", __FILE__, __LINE__, "results %d", result);
     }

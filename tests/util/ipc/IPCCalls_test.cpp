@@ -210,6 +210,24 @@ TEST_F(IPCCalls, RefusesARequestThatNoPeerWouldAnswer)
     EXPECT_EQ(listener.Accept().Receive(100), Number(4 + 8 + 16));
 }
 
+TEST_F(IPCCalls, ARequestThatNobodyReadsEndsAtTheTimeOut)
+{
+    channel.SetReplyTimeout(200);
+    const RawListener listener(port);
+    const std::string block(1000000, 'b');
+    IPCParam request;
+    EXPECT_EQ(channel.CallWithoutReturn("play", &request), 0);
+    const RawPeer connection = listener.Accept();
+    connection.Send(Number(8).substr(0, 2));  // of its reply no more comes
+    request.Add("d", block.data(), static_cast<int>(block.size()));
+    int sent = 0;  // what fits into the system's buffers
+    while (channel.CallWithoutReturn("put", &request) == 0 && sent < 100) {
+        ++sent;
+    }
+    EXPECT_LT(sent, 100);
+    EXPECT_EQ(test::Count(log.Text(), "Write Failed"), 1);
+}
+
 TEST_F(IPCCalls, MovesRawBytes)
 {
     const RawListener listener(port);
@@ -221,6 +239,7 @@ TEST_F(IPCCalls, MovesRawBytes)
     unsigned char buffer[3] = {};
     EXPECT_EQ(channel.ReceiveRaw(buffer, 3), 3);
     EXPECT_EQ(buffer[2], 'c');
+    EXPECT_EQ(test::Count(log.Text(), "SetServerOption returns"), 0);
 }
 
 TEST_F(IPCCalls, CountsTheRepliesThatRawReceivesTake)
@@ -242,6 +261,7 @@ TEST_F(IPCCalls, CountsTheRepliesThatRawReceivesTake)
         ASSERT_EQ(channel.ReceiveRaw(buffer, length), length);
         EXPECT_EQ(Ask(), length == 0 ? 0 : length);
     }
+    EXPECT_EQ(test::Count(log.Text(), "SetServerOption returns"), 1) << "when it connected";
     unsigned char buffer[3] = {1, 2, 3};
     EXPECT_EQ(channel.ReceiveRaw(buffer, 3), 1);
     EXPECT_EQ(std::string(buffer, buffer + 3), std::string("x\0\0", 3));

@@ -78,6 +78,12 @@ const std::string kRecord = Hex("00 00 00 48 69 00 00 00 | 61 00 00 00 | 2A 00 0
 const std::string kEchoed = Hex("10 00 00 00") + kRecord;
 const std::string kNoRecord = Hex("00 00 00 00");
 
+void ExpectEcho(const RawPeer& peer)
+{
+    ASSERT_TRUE(peer.Send(Frame("echo", kRecord)));
+    EXPECT_EQ(peer.ReceiveFrame(), kEchoed);
+}
+
 class IPCServing : public testing::Test
 {
 protected:
@@ -91,12 +97,6 @@ protected:
         channel->Register("wrong", Wrong);
         gHandled = 0;
         channel->Start();
-    }
-
-    static void ExpectEcho(const RawPeer& peer)
-    {
-        ASSERT_TRUE(peer.Send(Frame("echo", kRecord)));
-        EXPECT_EQ(peer.ReceiveFrame(), kEchoed);
     }
 
     // Serves the next connection when the last one has ended.
@@ -298,12 +298,10 @@ TEST_F(IPCServing, ServesAsSoonAsItsPortIsFree)
     IPCSocketChannel second("second", test::FreePort(), port);
     second.Register("echo", Echo);
     second.Start();
-    std::this_thread::sleep_for(std::chrono::milliseconds(700));  // three attempts, one report
+    ASSERT_TRUE(log.WaitFor("127.0.0.1:" + std::to_string(port) + " : Address already in use"));
+    std::this_thread::sleep_for(std::chrono::milliseconds(300));  // one more attempt, no report
     EXPECT_EQ(test::Count(log.Text(), "Bind Failed Address already in use"), 1);
     EXPECT_EQ(test::Count(log.Text(), "Socket Bind() Failed"), 1);
-    EXPECT_EQ(
-        test::Count(log.Text(), "127.0.0.1:" + std::to_string(port) + " : Address already in use"),
-        1);
     EXPECT_LT(Milliseconds([&] { second.Quit(); }), 1000);
     ExpectEcho(RawPeer::Connect(port));  // by the first, undisturbed
     second.Start();
@@ -354,11 +352,7 @@ TEST(IPCSocketChannel, RunNeedsAnOpenAndBoundChannel)
     EXPECT_EQ(test::Count(log.Text(), "Not Binded!!"), 1);
     channel.Bind();
     std::thread caller([&] { channel.Run(); });
-    {
-        const RawPeer peer = RawPeer::Connect(port);
-        ASSERT_TRUE(peer.Send(Frame("echo", kRecord)));
-        EXPECT_EQ(peer.ReceiveFrame(), kEchoed);
-    }
+    ExpectEcho(RawPeer::Connect(port));
     caller.join();  // when the peer has gone
     EXPECT_EQ(channel.Close(), 0);
     EXPECT_EQ(test::Count(log.Text(), "Socket is Closed"), 3);
@@ -414,8 +408,7 @@ TEST(IPCSocketChannel, ServesAgainAfterItsThreadWasCancelled)
         RawPeer peer(-1);
         if (connected) {
             peer = RawPeer::Connect(port);
-            ASSERT_TRUE(peer.Send(Frame("echo", kRecord)));
-            EXPECT_EQ(peer.ReceiveFrame(), kEchoed);
+            ExpectEcho(peer);
         }
         ASSERT_TRUE(test::WaitUntil([&] { return runner.Kill() == 0; }));
         EXPECT_EQ(runner.Join(), 0);
@@ -423,9 +416,7 @@ TEST(IPCSocketChannel, ServesAgainAfterItsThreadWasCancelled)
         EXPECT_LT(Milliseconds([&] { channel.Quit(); }), 1000);
     }
     channel.Start();
-    const RawPeer peer = RawPeer::Connect(port);
-    ASSERT_TRUE(peer.Send(Frame("echo", kRecord)));
-    EXPECT_EQ(peer.ReceiveFrame(), kEchoed);
+    ExpectEcho(RawPeer::Connect(port));
 }
 
 TEST(IPCSocketChannel, AUnixChannelLetsInWhomItsFileModeNames)

@@ -10,6 +10,7 @@
 
 #include <atomic>
 #include <cerrno>
+#include <climits>
 #include <cstring>
 #include <memory>
 #include <numeric>
@@ -35,30 +36,17 @@ struct Unix
     static SocketPtr Make() { return SocketPtr(new IPCUnixSocket("./socket")); }
 };
 
-// Every operation that may be overridden, with its types.
-class Overriding : public IPCSocket
+// A host's own, of which only the size of what is written is seen.
+class Overriding : public IPCTCPSocket
 {
 public:
-    Overriding() : IPCSocket(-1) {}
-    IPCSocket* Duplicate() override { return nullptr; }
-    void SetServerOption() override {}
-    int Open() override { return -1; }
-    int Close() override { return -1; }
-    int Bind() override { return -1; }
-    int Listen(int) override { return -1; }
-    IPCSocket* Accept() override { return nullptr; }
-    int Connect() override { return -1; }
-    int Select(int) override { return -1; }
-    int Write(void*, int length) override { return length; }
-    int Read(void*, int) override { return -1; }
-    int Peek(void*, int) override { return -1; }
-    int GetStatus() override { return 7; }
+    using IPCTCPSocket::IPCTCPSocket;
+    int Write(void*, int length) override { return -length; }
 };
 
 TEST(IPCSocket, ConstDataIsWrittenByTheOverride)
 {
-    Overriding socket;
-    EXPECT_EQ(socket.WriteBytes("abc", 3), 3);
+    EXPECT_EQ(Overriding("127.0.0.1", 1).WriteBytes("abc", 3), -3);
 }
 
 // One suite for both families: a listener, a caller and the accepted connection.
@@ -96,9 +84,13 @@ TYPED_TEST(IPCSocketTest, PeekSeesWhatReadReturns)
 {
     IPCSocket& reader = *this->accepted;
     EXPECT_EQ(reader.Select(0), 0);
+    EXPECT_EQ(reader.Select(-1), -1);
+    EXPECT_EQ(errno, EINVAL);
+    EXPECT_EQ(this->caller->WriteBytes("none", -1), 0);
     ASSERT_EQ(this->caller->WriteBytes("abcdefgh", 8), 8);
     EXPECT_EQ(reader.Select(3), 1);
     char bytes[9] = "--------";
+    EXPECT_EQ(reader.Peek(bytes, 0), 0);
     EXPECT_EQ(reader.Peek(bytes, 3), 3);
     EXPECT_EQ(std::string(bytes, 3), "abc");
     EXPECT_EQ(reader.Peek(bytes, 9), 8);
@@ -189,7 +181,7 @@ TYPED_TEST(IPCSocketTest, SignalsDoNotEndAWait)
     int read = -2;
     std::thread waiter([&] {
         char bytes[4];
-        selected = this->accepted->Select(5);
+        selected = this->accepted->Select(INT_MAX);
         read = this->accepted->Read(bytes, 4);
     });
     for (int round = 1; round <= 50; ++round) {
@@ -308,6 +300,21 @@ TEST(IPCUnixSocket, RefusesAPathThatDoesNotFit)
     nobody.Open();
     EXPECT_EQ(nobody.Connect(), -1);
     EXPECT_EQ(test::Count(log.Text(), "./nobody : No such file or directory -> Connect in"), 1);
+}
+
+TEST(IPCTCPSocket, TellsItsLife)
+{
+    const test::CapturedLog log;
+    const SocketPtr socket(IPCTCPSocket("127.0.0.1", 1).Duplicate());
+    const std::string descriptor = std::to_string(socket->Open());
+    socket->SetServerOption();
+    EXPECT_EQ(socket->Close(), 0);
+    for (const std::string& line :
+         {std::string("[LOG]:  -> Duplicate in (/IPCTCPSocket.cpp "),
+          "[LOG]: SetServerOption returns " + descriptor + " 0 0 -> SetServerOption in ",
+          "[LOG]: Socket is Closed : " + descriptor + " -> Close in "}) {
+        EXPECT_EQ(test::Count(log.Text(), line), 1) << line;
+    }
 }
 
 TEST(IPCTCPSocket, NeverConnectsToItself)
