@@ -175,13 +175,5 @@ class AtATerminal(unittest.TestCase):
         self.terminal.keys("C-c")
         self.assertEqual(self.terminal.exit_status(), "130")
 
-    def test_it_waits_for_a_console_that_serves_somebody_else(self):
-        waiting = Terminal(self.host.port, self.home.name)
-        self.addCleanup(waiting.close)
-        self.assertTrue(waiting.ends_with("html5-video-console: waiting: the console may be serving somebody "
-                                          "else; ^C ends this"), waiting.screen())
-        waiting.keys("C-c")
-        self.assertEqual(waiting.exit_status(), "130")
-
 if __name__ == "__main__":
     unittest.main()

@@ -1,9 +1,9 @@
 // Blocks as trees, and the bounds of what one script may ask for.
 #include <gtest/gtest.h>
 
-#include <algorithm>
 #include <cstdint>
 #include <cstdio>
+#include <cstring>
 #include <limits>
 #include <string>
 
@@ -21,19 +21,20 @@ CmdMgr& Console()
     return *CmdMgr::GetInstance(0);
 }
 
-// Runs the script and returns the last statement's result text; the output goes to the text.
-std::string RunFile(const std::string& script, std::string* output = nullptr)
+struct Outcome
+{
+    std::string output;
+    std::string result;  // the last statement's text
+};
+
+Outcome RunFile(const std::string& script)
 {
     test::WriteFile("script.txt", script);
     CmdParser line("FILE script.txt");
     char result[CmdMgr::kResultSize];
     testing::internal::CaptureStdout();
     EXPECT_EQ(Console().CmdExecute(&line, result), 0);
-    const std::string captured = testing::internal::GetCapturedStdout();
-    if (output != nullptr) {
-        *output = captured;
-    }
-    return result;
+    return {testing::internal::GetCapturedStdout(), result};
 }
 
 std::string Repeat(const std::string& text, int count)
@@ -47,33 +48,28 @@ std::string Repeat(const std::string& text, int count)
 
 TEST(Blocks, NestToTheirBoundAndFailBeyondIt)
 {
-    std::string output;
-    const int depth = 64;
-    RunFile(Repeat("IF 1 == 1\n", depth) + "PRINT inside\n" + Repeat("END\nPRINT up\n", depth),
-            &output);
-    EXPECT_EQ(output, "inside\n" + Repeat("up\n", depth));
-    RunFile(
-        Repeat("IF 1 == 1\n", depth + 2) + "PRINT inside\n" + Repeat("END\nPRINT up\n", depth + 2),
-        &output);
-    EXPECT_EQ(output, Repeat("up\n", depth + 1)) << "the block that is too deep runs nothing";
-    RunFile(Repeat("FOR 1 1 1\n", 100000), &output);
-    EXPECT_EQ(output, "");
+    const auto nested = [](int depth) {
+        return Repeat("IF 1 == 1\n", depth) + "PRINT inside\n" + Repeat("END\nPRINT up\n", depth);
+    };
+    EXPECT_EQ(RunFile(nested(64)).output, "inside\n" + Repeat("up\n", 64));
+    EXPECT_EQ(RunFile(nested(66)).output, Repeat("up\n", 65)) << "what is too deep runs nothing";
+    EXPECT_EQ(RunFile(Repeat("FOR 1 1 1\n", 100000)).output, "");
 }
 
 TEST(Blocks, ThatAreTooLongAreReadToTheirEndAndNotRun)
 {
-    std::string output;
-    RunFile("IF 1 == 1\n" + Repeat("PRINT never\n", 16384) +
-                "FOR 1 1 1\nPRINT never\nEND\nEND\nPRINT after\n",
-            &output);
-    EXPECT_EQ(output, "after\n");
+    const std::string begin = "IF 1 == 1\n";
+    EXPECT_EQ(RunFile(begin + Repeat("PRINT never\n", 16384) +
+                      "FOR 1 1 1\nPRINT never\nEND\nEND\nPRINT after\n")
+                  .output,
+              "after\n");
     // With the END 16384 lines exactly, and one line more.
-    EXPECT_EQ(RunFile("IF 1 == 1\n" + Repeat("x\n", 16383) + "END\n"), "");
-    EXPECT_EQ(RunFile("IF 1 == 1\n" + Repeat("x\n", 16384) + "END\n"), "Block too long");
+    EXPECT_EQ(RunFile(begin + Repeat("x\n", 16383) + "END\n").result, "");
+    EXPECT_EQ(RunFile(begin + Repeat("x\n", 16384) + "END\n").result, "Block too long");
     // With the END a mebibyte exactly, and one byte more.
     const std::string wide = Repeat(std::string(1022, 'w') + "\n", 1024) + std::string(1019, 'w');
-    EXPECT_EQ(RunFile("IF 1 == 1\n" + wide + "\nEND\n"), "");
-    EXPECT_EQ(RunFile("IF 1 == 1\n" + wide + "w\nEND\n"), "Block too long");
+    EXPECT_EQ(RunFile(begin + wide + "\nEND\n").result, "");
+    EXPECT_EQ(RunFile(begin + wide + "w\nEND\n").result, "Block too long");
 }
 
 // Registers a command that any line of that word calls.
@@ -86,31 +82,24 @@ void RegisterCommand(const char* name, CmdHandlerFunction handler)
 // Parses blocks itself, with lines of the script that calls it.
 int ReadThreeBlocks(CmdParser* /*line*/, CmdInfo* /*info*/, char* result)
 {
-    std::string codes;
-    for (const int lines : {9000, 9000, 17000}) {
+    for (int count = 0; count < 3; ++count) {
         CmdBlock* const block = Console().NewCmdBlock();
-        codes +=
-            std::to_string(Console().ParseCmdBlock(block, new CmdParser("FOR 1 1 1"), nullptr));
-        int entries = 0;
-        for (const CmdBlock* at = block->mFirstChild; at != nullptr; at = at->mNext) {
-            ++entries;
-        }
-        codes += entries == std::min(lines, 16384) ? " whole, " : " cut, ";
+        const int code = Console().ParseCmdBlock(block, new CmdParser("FOR 1 1 1"), nullptr);
+        std::strcat(result,
+                    (std::to_string(code) + block->mFirstChild->mCommand->GetNthArg(0)).c_str());
         Console().FreeCmdBlock(block);
     }
-    std::snprintf(result, CmdMgr::kResultSize, "%s", codes.c_str());
     return 0;
 }
 
 TEST(Blocks, HaveTheirLimitsEach)
 {
     RegisterCommand("read_three", ReadThreeBlocks);
-    std::string output;
-    RunFile("STRING codes\ncodes = read_three\n" + Repeat("PRINT a\n", 9000) + "END\n" +
-                Repeat("PRINT b\n", 9000) + "END\n" + Repeat("PRINT c\n", 17000) +
-                "END\nPRINT codes\n",
-            &output);
-    EXPECT_EQ(output, "Block too long\n0 whole, 0 whole, -1 whole, \n");
+    EXPECT_EQ(RunFile("STRING codes\ncodes = read_three\n" + Repeat("PRINT a\n", 9000) + "END\n" +
+                      Repeat("PRINT b\n", 9000) + "END\n" + Repeat("PRINT c\n", 17000) +
+                      "END\nPRINT codes\n")
+                  .output,
+              "Block too long\n0a0b-1c\n");
 }
 
 TEST(Blocks, AreBuiltPrintedRunAndReleased)
@@ -208,11 +197,10 @@ TEST(Blocks, FollowALineThatItsHandlerParsesAnew)
         line->Parse("ELSE");
         return 0;
     });
-    std::string output;
-    RunFile("INT n\nFOR 1 4 1\n  change\nEND\nPRINT n\n", &output);
-    EXPECT_EQ(output, "2\n");
-    RunFile("FOR 1 2 1\n  IF 1 == 1\n    become_else\n    PRINT once\n  END\nEND\n", &output);
-    EXPECT_EQ(output, "once\n");
+    EXPECT_EQ(RunFile("INT n\nFOR 1 4 1\n  change\nEND\nPRINT n\n").output, "2\n");
+    EXPECT_EQ(
+        RunFile("FOR 1 2 1\n  IF 1 == 1\n    become_else\n    PRINT once\n  END\nEND\n").output,
+        "once\n");
 }
 
 TEST(Blocks, CountForEverWhenTheyDoNotCountUp)
@@ -279,30 +267,23 @@ TEST(Statements, GiveTheirCodes)
 
 TEST(Statements, CutTheirResultAt4095Characters)
 {
-    const std::string words = Repeat(" s", 100);
-    const std::string longText(255, 'l');
-    std::string output;
-    RunFile("STRING s " + longText + "\nSTRING t\nt = PRINT \"" + Repeat("%s", 100) + "\"" + words +
-                "\n",
-            &output);
-    EXPECT_EQ(output, std::string(4095, 'l') + "\n");
-    EXPECT_EQ(SymListMgr::GetInstance()->GetStringValue("t"), std::string(4095, 'l'));
-    RunFile("PRINT t\n", &output);
-    EXPECT_EQ(output, std::string(4095, 'l') + "\n");
-    RunFile("FLOAT f 1e400\nFLOAT g -3.4e38\nPRINT \"%f %f\" f g\n", &output);
-    EXPECT_EQ(output.substr(0, 10), "inf -33999");
+    const std::string whole(4095, 'l');
+    EXPECT_EQ(RunFile("STRING s " + std::string(255, 'l') + "\nSTRING t\nt = PRINT \"" +
+                      Repeat("%s", 100) + "\"" + Repeat(" s", 100) + "\nPRINT t\n")
+                  .output,
+              whole + "\n" + whole + "\n");
+    EXPECT_EQ(RunFile("FLOAT f 1e400\nFLOAT g -3.4e38\nPRINT \"%f %f\" f g\n").output.substr(0, 10),
+              "inf -33999");
 }
 
 TEST(Scripts, OfLongLinesAndStrangeFilesEnd)
 {
-    std::string output;
     // A line is read in pieces of 1023 characters; the last one here is a statement.
-    RunFile("# " + std::string(1021, 'c') + "PRINT piece\n", &output);
-    EXPECT_EQ(output, "piece\n");
-    RunFile(std::string("PRINT a\0b\nPRINT \xff\xfe\nPRINT last", 29), &output);
-    EXPECT_EQ(output, "a\n\xff\xfe\nlast\n");
+    EXPECT_EQ(RunFile("# " + std::string(1021, 'c') + "PRINT piece\n").output, "piece\n");
+    EXPECT_EQ(RunFile(std::string("PRINT a\0b\nPRINT \xff\xfe\nPRINT last", 29)).output,
+              "a\n\xff\xfe\nlast\n");
     for (const char* path : {"/dev/zero", "/dev/null", "/"}) {
-        EXPECT_EQ(RunFile(std::string("FILE ") + path), "Can not find file");
+        EXPECT_EQ(RunFile(std::string("FILE ") + path).result, "Can not find file");
     }
 }
 }  // namespace
