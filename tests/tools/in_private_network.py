@@ -5,6 +5,7 @@ the exit status tells whether it is."""
 import ctypes
 import fcntl
 import os
+import signal
 import socket
 import struct
 import sys
@@ -30,4 +31,5 @@ if __name__ == "__main__":
     private = enter_private_network()
     if len(sys.argv) == 1:
         sys.exit(not private)
+    signal.signal(signal.SIGPIPE, signal.SIG_DFL)  # which Python ignores, and the command would too
     os.execvp(sys.argv[1], sys.argv[1:])

@@ -1,9 +1,9 @@
 // Blocks as trees, and the bounds of what one script may ask for.
 #include <gtest/gtest.h>
 
-#include <algorithm>
 #include <cstdint>
 #include <cstdio>
+#include <cstring>
 #include <limits>
 #include <string>
 
@@ -21,19 +21,20 @@ CmdMgr& Console()
     return *CmdMgr::GetInstance(0);
 }
 
-// Runs the script and returns the last statement's result text; the output goes to the text.
-std::string RunFile(const std::string& script, std::string* output = nullptr)
+struct Outcome
+{
+    std::string output;
+    std::string result;  // the last statement's text
+};
+
+Outcome RunFile(const std::string& script)
 {
     test::WriteFile("script.txt", script);
     CmdParser line("FILE script.txt");
     char result[CmdMgr::kResultSize];
     testing::internal::CaptureStdout();
     EXPECT_EQ(Console().CmdExecute(&line, result), 0);
-    const std::string captured = testing::internal::GetCapturedStdout();
-    if (output != nullptr) {
-        *output = captured;
-    }
-    return result;
+    return {testing::internal::GetCapturedStdout(), result};
 }
 
 std::string Repeat(const std::string& text, int count)
@@ -47,59 +48,58 @@ std::string Repeat(const std::string& text, int count)
 
 TEST(Blocks, NestToTheirBoundAndFailBeyondIt)
 {
-    std::string output;
-    const int depth = CmdMgr::kMaxBlockDepth;
-    RunFile(Repeat("IF 1 == 1\n", depth) + "PRINT inside\n" + Repeat("END\nPRINT up\n", depth),
-            &output);
-    EXPECT_EQ(output, "inside\n" + Repeat("up\n", depth));
-    RunFile(
-        Repeat("IF 1 == 1\n", depth + 2) + "PRINT inside\n" + Repeat("END\nPRINT up\n", depth + 2),
-        &output);
-    EXPECT_EQ(output, Repeat("up\n", depth + 1)) << "the block that is too deep runs nothing";
-    RunFile(Repeat("FOR 1 1 1\n", 100000), &output);
-    EXPECT_EQ(output, "");
+    const auto nested = [](int depth) {
+        return Repeat("IF 1 == 1\n", depth) + "PRINT inside\n" + Repeat("END\nPRINT up\n", depth);
+    };
+    EXPECT_EQ(RunFile(nested(64)).output, "inside\n" + Repeat("up\n", 64));
+    EXPECT_EQ(RunFile(nested(66)).output, Repeat("up\n", 65)) << "what is too deep runs nothing";
+    EXPECT_EQ(RunFile(Repeat("FOR 1 1 1\n", 100000)).output, "");
 }
 
 TEST(Blocks, ThatAreTooLongAreReadToTheirEndAndNotRun)
 {
-    std::string output;
-    const std::string lines = Repeat("PRINT never\n", CmdMgr::kMaxBlockLines);
-    RunFile("IF 1 == 1\n" + lines + "FOR 1 1 1\nPRINT never\nEND\nEND\nPRINT after\n", &output);
-    EXPECT_EQ(output, "after\n");
-    EXPECT_EQ(RunFile("IF 1 == 1\n" + lines + "END\n"), "Block too long");
-    const std::string wide = Repeat("# \n" + std::string(1000, 'w') + "\n", 1100);
-    EXPECT_EQ(RunFile("IF 1 == 1\n" + wide + "END\n"), "Block too long");
+    const std::string begin = "IF 1 == 1\n";
+    EXPECT_EQ(RunFile(begin + Repeat("PRINT never\n", 16384) +
+                      "FOR 1 1 1\nPRINT never\nEND\nEND\nPRINT after\n")
+                  .output,
+              "after\n");
+    // With the END 16384 lines exactly, and one line more.
+    EXPECT_EQ(RunFile(begin + Repeat("x\n", 16383) + "END\n").result, "");
+    EXPECT_EQ(RunFile(begin + Repeat("x\n", 16384) + "END\n").result, "Block too long");
+    // With the END a mebibyte exactly, and one byte more.
+    const std::string wide = Repeat(std::string(1022, 'w') + "\n", 1024) + std::string(1019, 'w');
+    EXPECT_EQ(RunFile(begin + wide + "\nEND\n").result, "");
+    EXPECT_EQ(RunFile(begin + wide + "w\nEND\n").result, "Block too long");
 }
 
-// The handlers below parse blocks themselves, with lines of the script that calls them.
+// Registers a command that any line of that word calls.
+void RegisterCommand(const char* name, CmdHandlerFunction handler)
+{
+    const CmdParser word(name);
+    EXPECT_EQ(CmdListMgr::GetInstance()->RegisterCommand(handler, &word, nullptr, nullptr), 0);
+}
+
+// Parses blocks itself, with lines of the script that calls it.
 int ReadThreeBlocks(CmdParser* /*line*/, CmdInfo* /*info*/, char* result)
 {
-    std::string codes;
-    for (const int lines : {9000, 9000, 17000}) {
+    for (int count = 0; count < 3; ++count) {
         CmdBlock* const block = Console().NewCmdBlock();
-        codes +=
-            std::to_string(Console().ParseCmdBlock(block, new CmdParser("FOR 1 1 1"), nullptr));
-        int entries = 0;
-        for (const CmdBlock* at = block->mFirstChild; at != nullptr; at = at->mNext) {
-            ++entries;
-        }
-        codes += entries == std::min(lines, CmdMgr::kMaxBlockLines) ? " whole, " : " cut, ";
+        const int code = Console().ParseCmdBlock(block, new CmdParser("FOR 1 1 1"), nullptr);
+        std::strcat(result,
+                    (std::to_string(code) + block->mFirstChild->mCommand->GetNthArg(0)).c_str());
         Console().FreeCmdBlock(block);
     }
-    std::snprintf(result, CmdMgr::kResultSize, "%s", codes.c_str());
     return 0;
 }
 
 TEST(Blocks, HaveTheirLimitsEach)
 {
-    const CmdParser command("read_three");
-    CmdListMgr::GetInstance()->RegisterCommand(ReadThreeBlocks, &command, nullptr, nullptr);
-    std::string output;
-    RunFile("STRING codes\ncodes = read_three\n" + Repeat("PRINT a\n", 9000) + "END\n" +
-                Repeat("PRINT b\n", 9000) + "END\n" + Repeat("PRINT c\n", 17000) +
-                "END\nPRINT codes\n",
-            &output);
-    EXPECT_EQ(output, "Block too long\n0 whole, 0 whole, -1 whole, \n");
+    RegisterCommand("read_three", ReadThreeBlocks);
+    EXPECT_EQ(RunFile("STRING codes\ncodes = read_three\n" + Repeat("PRINT a\n", 9000) + "END\n" +
+                      Repeat("PRINT b\n", 9000) + "END\n" + Repeat("PRINT c\n", 17000) +
+                      "END\nPRINT codes\n")
+                  .output,
+              "Block too long\n0a0b-1c\n");
 }
 
 TEST(Blocks, AreBuiltPrintedRunAndReleased)
@@ -127,40 +127,45 @@ TEST(Blocks, AreBuiltPrintedRunAndReleased)
     SymListMgr* const symbols = SymListMgr::GetInstance();
     symbols->RegisterSymbol("n", "0", 1, false);
     symbols->RegisterSymbol("m", "", 3, false);
-    char result[CmdMgr::kResultSize] = "before";
-    EXPECT_EQ(Console().DoCmdBlock(block, result), 0);
-    EXPECT_STREQ(result, "");
-    EXPECT_EQ(symbols->GetIntValue("n"), 2);
+    const struct
+    {
+        int (CmdMgr::*run)(CmdBlock*, char*);
+        const char* line;
+        int code;
+        const char* result;
+        int n;  // afterwards
+    } cases[] = {
+        {&CmdMgr::DoCmdBlock, "WHILE n < 2", 0, "", 2},
+        {&CmdMgr::DoWHILE, "IF n < 4", 0, "", 4},
+        {&CmdMgr::DoIF, "WHILE n < 9", 0, "", 5},
+        {&CmdMgr::DoFOR, "IF n < 3", 0, "", 5},  // from 5 through the number of "<"
+        {&CmdMgr::DoFOR, "IF 1 3 1", 0, "", 8},
+        {&CmdMgr::DoDO, "WHILE n < 99", 0, "kept", 8},
+        {&CmdMgr::DoMACRO, "WHILE n < 99", 0, "kept", 8},
+        {&CmdMgr::DoCmdBlock, "OTHER n < 99", -1, "kept", 8},
+        {&CmdMgr::DoCmdBlock, "IF n", -1, "argument fail", 8},
+    };
+    for (const auto& c : cases) {
+        block->mCommand->Parse(c.line);
+        char result[CmdMgr::kResultSize] = "kept";
+        EXPECT_EQ((Console().*c.run)(block, result), c.code) << c.line;
+        EXPECT_STREQ(result, c.result) << c.line;
+        EXPECT_EQ(symbols->GetIntValue("n"), c.n) << c.line;
+    }
     EXPECT_STREQ(symbols->GetStringValue("m"), "n");
-
-    EXPECT_EQ(Console().DoMACRO(block, result), 0);
-    EXPECT_EQ(Console().DoFOR(block, result), 0) << "from 0 through the number of < by 2";
-    block->mCommand->Parse("OTHER a b c");
-    EXPECT_EQ(Console().DoCmdBlock(block, result), -1);
-    block->mCommand->Parse("IF a");
-    EXPECT_EQ(Console().DoCmdBlock(block, result), -1);
-    EXPECT_STREQ(result, "argument fail");
     Console().FreeCmdBlock(block);
     Console().FreeCmdBlock(nullptr);
-}
-
-int TakeWord(CmdParser* /*line*/, CmdInfo* /*info*/, char* result)
-{
-    std::snprintf(result, CmdMgr::kResultSize, "77");
-    return 0;
-}
-
-int RegisterWord(CmdParser* /*line*/, CmdInfo* /*info*/, char* /*result*/)
-{
-    const CmdParser parser("Word");
-    return CmdListMgr::GetInstance()->RegisterCommand(TakeWord, &parser, nullptr, nullptr);
 }
 
 // In a block assignments take a shorter way than as lines of their own.
 TEST(Blocks, SeeACommandThatAppearsInTheirLoop)
 {
-    const CmdParser parser("appear");
-    CmdListMgr::GetInstance()->RegisterCommand(RegisterWord, &parser, nullptr, nullptr);
+    RegisterCommand("appear", [](CmdParser*, CmdInfo*, char*) {
+        RegisterCommand("Word", [](CmdParser*, CmdInfo*, char* result) {
+            return std::snprintf(result, CmdMgr::kResultSize, "77");
+        });
+        return 0;
+    });
     RunFile(
         "INT n 5\nINT first\nINT turn\n"
         "WHILE turn < 2\n  n = word\n  IF turn == 0\n    first = n + 0\n    appear\n  END\n"
@@ -169,47 +174,33 @@ TEST(Blocks, SeeACommandThatAppearsInTheirLoop)
     EXPECT_EQ(SymListMgr::GetInstance()->GetIntValue("n"), 77);
 }
 
-int RenewSymbol(CmdParser* /*line*/, CmdInfo* /*info*/, char* /*result*/)
-{
-    SymListMgr* const symbols = SymListMgr::GetInstance();
-    symbols->UnregisterSymbol("n");
-    return symbols->RegisterSymbol("n", "50", 1, false);
-}
-
 TEST(Blocks, SeeASymbolThatIsReplacedInTheirLoop)
 {
-    const CmdParser parser("renew");
-    CmdListMgr::GetInstance()->RegisterCommand(RenewSymbol, &parser, nullptr, nullptr);
+    RegisterCommand("renew", [](CmdParser*, CmdInfo*, char*) {
+        SymListMgr::GetInstance()->UnregisterSymbol("n");
+        return SymListMgr::GetInstance()->RegisterSymbol("n", "50", 1, false);
+    });
     RunFile(
         "INT n 5\nINT turn\nWHILE turn < 2\n  n = n + 1\n  IF turn == 0\n    renew\n  END\n"
         "  turn = turn + 1\nEND\n");
     EXPECT_EQ(SymListMgr::GetInstance()->GetIntValue("n"), 51);
 }
 
-// Becomes, turn by turn, what the line "change" would be if it were written so.
-int ChangeLine(CmdParser* line, CmdInfo* /*info*/, char* /*result*/)
-{
-    line->Parse(line->GetCount() == 0 ? "change twice" : "n = n + 1");
-    return 0;
-}
-
-int BecomeElse(CmdParser* line, CmdInfo* /*info*/, char* /*result*/)
-{
-    line->Parse("ELSE");
-    return 0;
-}
-
 TEST(Blocks, FollowALineThatItsHandlerParsesAnew)
 {
-    for (const auto handler : {ChangeLine, BecomeElse}) {
-        const CmdParser parser(handler == ChangeLine ? "change" : "become_else");
-        CmdListMgr::GetInstance()->RegisterCommand(handler, &parser, nullptr, nullptr);
-    }
-    std::string output;
-    RunFile("INT n\nFOR 1 4 1\n  change\nEND\nPRINT n\n", &output);
-    EXPECT_EQ(output, "2\n");
-    RunFile("FOR 1 2 1\n  IF 1 == 1\n    become_else\n    PRINT once\n  END\nEND\n", &output);
-    EXPECT_EQ(output, "once\n");
+    // Becomes, turn by turn, what the line "change" would be if it were written so.
+    RegisterCommand("change", [](CmdParser* line, CmdInfo*, char*) {
+        line->Parse(line->GetCount() == 0 ? "change twice" : "n = n + 1");
+        return 0;
+    });
+    RegisterCommand("become_else", [](CmdParser* line, CmdInfo*, char*) {
+        line->Parse("ELSE");
+        return 0;
+    });
+    EXPECT_EQ(RunFile("INT n\nFOR 1 4 1\n  change\nEND\nPRINT n\n").output, "2\n");
+    EXPECT_EQ(
+        RunFile("FOR 1 2 1\n  IF 1 == 1\n    become_else\n    PRINT once\n  END\nEND\n").output,
+        "once\n");
 }
 
 TEST(Blocks, CountForEverWhenTheyDoNotCountUp)
@@ -225,70 +216,74 @@ TEST(Statements, GiveTheirCodes)
 {
     const struct
     {
+        int (CmdMgr::*run)(CmdParser*, char*);
         const char* line;
-        int code;
-        const char* result;
-        bool builtIn;
+        int code = 0;
+        const char* result = "";
     } cases[] = {
-        {"", -2, "", false},        {"# comment", -2, "", false},
-        {"x =", -2, "", false},     {"Quit", -5, "", true},
-        {"BREAK now", 1, "", true}, {"INT a 1", 0, "", true},
-        {"INT a 1", -1, "", true},  {"PRINT", -1, "", true},
-        {"a + 1", 0, "2", true},    {"SLEEP", -1, "argument fail", true},
-        {"SLEEP 0", 0, "", true},   {"FILE none", -1, "Can not find file", true},
-        {"FREE a", 0, "", true},    {"FREE a", -1, "", true},
-        {"unknown", 0, "", false},  {"1 +1 1", 0, "", false},
+        {&CmdMgr::NewINT, "any a 1"},
+        {&CmdMgr::NewSTRING, "any s"},
+        {&CmdMgr::NewFLOAT, "any f 1.5"},
+        {&CmdMgr::NewPOINTER, "any p"},
+        {&CmdMgr::SET, "any s text"},
+        {&CmdMgr::SET, "any nobody 9", -1},
+        {&CmdMgr::SET, "any", -1},
+        {&CmdMgr::DoPRINT, "any s", 0, "text"},
+        {&CmdMgr::DoPRINT, "any f", 0, "1.500000"},
+        {&CmdMgr::DoPRINT, "any p"},
+        {&CmdMgr::DoPRINT, "any", -1},
+        {&CmdMgr::DoADD, "7 any 2", 0, "9"},
+        {&CmdMgr::DoSUB, "7 any 2", 0, "5"},
+        {&CmdMgr::DoMUL, "7 any 2", 0, "14"},
+        {&CmdMgr::DoDIV, "7 any 2", 0, "3"},
+        {&CmdMgr::DoDIV, "7 any 0", -1, "argument fail"},
+        {&CmdMgr::DoSLEEP, "any 0"},
+        {&CmdMgr::DoFILE, "any", -1, "argument fail"},
+        {&CmdMgr::FREE, "any a"},
+        {&CmdMgr::FREE, "any a", -1},
+        {&CmdMgr::CmdExecute, "", -2},
+        {&CmdMgr::CmdExecute, "x =", -2},
+        {&CmdMgr::CmdExecute, "1 +1 1"},
+        {&CmdMgr::CmdExecute, "unknown"},
+        {&CmdMgr::DoBasicFunc, "unknown", -1},
+        {&CmdMgr::DoBasicFunc, "BREAK here", 1},
+        {&CmdMgr::DoBasicFunc, "Quit", -5},
     };
-    for (const auto& expected : cases) {
-        SCOPED_TRACE(expected.line);
-        CmdParser line(expected.line);
-        char result[CmdMgr::kResultSize] = "old text";
-        testing::internal::CaptureStdout();
-        EXPECT_EQ(Console().CmdExecute(&line, result), expected.code);
-        EXPECT_EQ(testing::internal::GetCapturedStdout(), "");
-        EXPECT_STREQ(result, expected.result);
-        EXPECT_EQ(CmdMgr::IsBasicFunc(&line), expected.builtIn);
+    testing::internal::CaptureStdout();
+    for (const auto& c : cases) {
+        CmdParser line(c.line);
+        char result[CmdMgr::kResultSize] = "";
+        EXPECT_EQ((Console().*c.run)(&line, result), c.code) << c.line;
+        EXPECT_STREQ(result, c.result) << c.line;
     }
-    SymListMgr::GetInstance()->RegisterSymbol("kept", "1", 1, false);
-    CmdParser set("SET kept 9");
-    char result[CmdMgr::kResultSize] = "";
-    EXPECT_EQ(Console().SET(&set, result), 0);
-    EXPECT_EQ(SymListMgr::GetInstance()->GetIntValue("kept"), 9);
-    set.Parse("SET nobody 9");
-    EXPECT_EQ(Console().SET(&set, result), -1);
-    set.Parse("SET");
-    EXPECT_EQ(Console().SET(&set, result), -1);
+    EXPECT_EQ(testing::internal::GetCapturedStdout(), "text\n1.500000\n\n");
+    const CmdParser loop("FOR 1 2 1");
+    const CmdParser sum("a + 1");
+    EXPECT_TRUE(CmdMgr::IsComment(" # comment") && !CmdMgr::IsComment("a # b"));
+    EXPECT_TRUE(CmdMgr::IsSign("*") && !CmdMgr::IsSign("**") && !CmdMgr::IsSign(nullptr));
+    EXPECT_TRUE(CmdMgr::IsControlCmd(&loop) && !CmdMgr::IsControlCmd(&sum));
+    EXPECT_TRUE(CmdMgr::IsBasicFunc(&sum) && !CmdMgr::IsBasicFunc(&loop));
 }
 
 TEST(Statements, CutTheirResultAt4095Characters)
 {
-    const std::string words = Repeat(" s", 100);
-    const std::string longText(255, 'l');
-    std::string output;
-    RunFile("STRING s " + longText + "\nSTRING t\nt = PRINT \"" + Repeat("%s", 100) + "\"" + words +
-                "\n",
-            &output);
-    EXPECT_EQ(output, std::string(4095, 'l') + "\n");
-    EXPECT_EQ(SymListMgr::GetInstance()->GetStringValue("t"), std::string(4095, 'l'));
-    RunFile("PRINT t\n", &output);
-    EXPECT_EQ(output, std::string(4095, 'l') + "\n");
-    RunFile("FLOAT f 1e400\nFLOAT g -3.4e38\nPRINT \"%f %f\" f g\n", &output);
-    EXPECT_EQ(output.substr(0, 10), "inf -33999");
+    const std::string whole(4095, 'l');
+    EXPECT_EQ(RunFile("STRING s " + std::string(255, 'l') + "\nSTRING t\nt = PRINT \"" +
+                      Repeat("%s", 100) + "\"" + Repeat(" s", 100) + "\nPRINT t\n")
+                  .output,
+              whole + "\n" + whole + "\n");
+    EXPECT_EQ(RunFile("FLOAT f 1e400\nFLOAT g -3.4e38\nPRINT \"%f %f\" f g\n").output.substr(0, 10),
+              "inf -33999");
 }
 
 TEST(Scripts, OfLongLinesAndStrangeFilesEnd)
 {
-    std::string output;
     // A line is read in pieces of 1023 characters; the last one here is a statement.
-    RunFile("# " + std::string(1021, 'c') + "PRINT piece\n", &output);
-    EXPECT_EQ(output, "piece\n");
-    RunFile(std::string("PRINT a\0b\nPRINT \xff\xfe\nPRINT last", 29), &output);
-    EXPECT_EQ(output, "a\n\xff\xfe\nlast\n");
-    for (const char* path : {"FILE /dev/zero", "FILE /dev/null", "FILE /"}) {
-        CmdParser line(path);
-        char result[CmdMgr::kResultSize];
-        EXPECT_EQ(Console().CmdExecute(&line, result), -1) << path;
-        EXPECT_STREQ(result, "Can not find file");
+    EXPECT_EQ(RunFile("# " + std::string(1021, 'c') + "PRINT piece\n").output, "piece\n");
+    EXPECT_EQ(RunFile(std::string("PRINT a\0b\nPRINT \xff\xfe\nPRINT last", 29)).output,
+              "a\n\xff\xfe\nlast\n");
+    for (const char* path : {"/dev/zero", "/dev/null", "/"}) {
+        EXPECT_EQ(RunFile(std::string("FILE ") + path).result, "Can not find file");
     }
 }
 }  // namespace

@@ -3,17 +3,17 @@
 
 #include <atomic>
 #include <functional>
+#include <memory>
 #include <string>
 #include <thread>
 
-#include "tests/support/support.h"
+#include "tests/support/Background.h"
 #include "util/console/CmdClient.h"
 #include "util/console/CmdListMgr.h"
 #include "util/console/CmdMgr.h"
 #include "util/console/CmdParser.h"
 #include "util/console/RegistryHold.h"
 #include "util/console/SymListMgr.h"
-#include "util/os_linux/Thread.h"
 
 namespace {
 SymListMgr& Symbols()
@@ -70,27 +70,28 @@ TEST(SymListMgr, ReadsWordsThatAreNoSymbolsAsThemselves)
     EXPECT_EQ(Symbols().GetFloatValue("2.5"), 2.5F);
     EXPECT_EQ(Symbols().GetPointerValue("hello"), nullptr);
     EXPECT_EQ(Symbols().GetIntValue(nullptr), 0);
+    EXPECT_EQ(Symbols().GetFloatValue(nullptr), 0);
     EXPECT_EQ(Symbols().GetStringValue(nullptr), nullptr);
     EXPECT_EQ(Symbols().SetValue("hello", "1"), -1);
-    EXPECT_EQ(Symbols().GetMatch("hello"), nullptr);
 }
 
 TEST(SymListMgr, KeepsNamesUniqueAndInOrder)
 {
+    const std::string longName(300, 'n');
     EXPECT_EQ(Symbols().RegisterSymbol("n", "42", 1, false), 0);
-    EXPECT_EQ(Symbols().RegisterSymbol("n", "43", 3, false), -1);
     EXPECT_EQ(Symbols().RegisterSymbol("N", "44", 1, true), 0);
+    EXPECT_EQ(Symbols().RegisterSymbol(longName.c_str(), "1", 1, false), 0);
+    EXPECT_EQ(Symbols().RegisterSymbol("n", "43", 3, false), -1);
+    EXPECT_EQ(Symbols().RegisterSymbol(longName.c_str(), "1", 1, false), -1);
     EXPECT_EQ(Symbols().RegisterSymbol(nullptr, "1", 1, false), -1);
-    EXPECT_EQ(Symbols().GetCount(), 2);
-    EXPECT_STREQ(Symbols().GetInfo(1)->mName, "N");
+    EXPECT_EQ(Symbols().GetCount(), 3);
+    EXPECT_EQ(std::string(Symbols().GetInfo(2)->mName).size(), 256U);
     EXPECT_EQ(Symbols().GetMatch("n")->mIntValue, 42);
     EXPECT_EQ(Symbols().GetMatch("N")->mReserved, 1);
     EXPECT_EQ(Symbols().GetIntValue("N"), 0);
     EXPECT_EQ(Symbols().SetValue("N", "5"), -1);
-    const std::string longName(300, 'n');
-    EXPECT_EQ(Symbols().RegisterSymbol(longName.c_str(), "1", 1, false), 0);
-    EXPECT_EQ(Symbols().RegisterSymbol(longName.c_str(), "1", 1, false), -1);
-    EXPECT_EQ(std::string(Symbols().GetInfo(2)->mName).size(), 256U);
+    EXPECT_EQ(Symbols().GetMatch("N")->mIntValue, 44);
+    EXPECT_EQ(Symbols().SetValue("n", nullptr), -1);
 
     EXPECT_EQ(Symbols().UnregisterSymbol("nobody"), -1);
     EXPECT_EQ(Symbols().UnregisterSymbol(3), -1);
@@ -99,13 +100,22 @@ TEST(SymListMgr, KeepsNamesUniqueAndInOrder)
     EXPECT_STREQ(Symbols().GetInfo(0)->mName, "N");
     EXPECT_EQ(Symbols().GetInfo(2), nullptr);
     EXPECT_EQ(Symbols().GetInfo(-1), nullptr);
+}
 
-    SymInfo* const own = Symbols().NewSymInfo();
-    own->mName = new char[2]();
-    EXPECT_EQ(Symbols().FreeSymInfo(own), 0);
-    EXPECT_EQ(own->mName, nullptr);
+// Records of the caller's own.
+TEST(Registries, EmptyARecordButDoNotDeleteIt)
+{
+    const std::unique_ptr<SymInfo> symbol(Symbols().NewSymInfo());
+    EXPECT_EQ(symbol->mType, 0);
+    symbol->mName = new char[2]();
+    EXPECT_EQ(Symbols().FreeSymInfo(symbol.get()), 0);
+    EXPECT_EQ(symbol->mName, nullptr);
     EXPECT_EQ(Symbols().FreeSymInfo(nullptr), -1);
-    delete own;
+    const std::unique_ptr<CmdInfo> command(Commands().NewCmdInfo());
+    command->mName = new char[2]();
+    EXPECT_EQ(Commands().FreeCmdInfo(command.get()), 0);
+    EXPECT_EQ(command->mName, nullptr);
+    EXPECT_EQ(Commands().FreeCmdInfo(nullptr), -1);
 }
 
 TEST(SymListMgr, KeepsWhatWasRemovedReadableUnderAHold)
@@ -234,6 +244,7 @@ TEST(CmdListMgr, RemovesACommandWhileItsHandlerRuns)
 {
     std::atomic<bool> inside{false};
     std::atomic<bool> go{false};
+    std::atomic<bool> waited{false};
     std::string name;
     Handler wait = [&](CmdInfo* info, char* /*result*/) {
         inside = true;
@@ -241,23 +252,28 @@ TEST(CmdListMgr, RemovesACommandWhileItsHandlerRuns)
         name = info->mName;
         return 0;
     };
-    CallingClient client(&wait);
-    client.Register("wait", nullptr);
-    std::thread console([] { Execute("wait"); });
-    ASSERT_TRUE(test::WaitUntil([&] { return inside.load(); }));
-    Commands().UnregisterCommand("wait", &client);
-    std::atomic<bool> waited{false};
-    std::atomic<int> tid{0};
-    std::thread remover([&] {
-        tid = Thread::GetTid();
-        Commands().WaitForHandlers();
-        waited = true;
-    });
-    EXPECT_TRUE(test::WaitUntil([&] { return waited || (tid != 0 && test::IsAsleep(tid)); }));
-    EXPECT_FALSE(waited) << "the handler runs";
-    go = true;
-    remover.join();
-    console.join();
+    Handler follow = [&](CmdInfo* /*info*/, char* /*result*/) {
+        EXPECT_TRUE(test::WaitUntil([&] { return waited.load(); })) << "for nobody who came later";
+        return 0;
+    };
+    CallingClient first(&wait);
+    CallingClient next(&follow);
+    first.Register("wait", nullptr);
+    next.Register("follow", nullptr);
+    {
+        const test::Background console([] {
+            Execute("wait");
+            Execute("follow");
+        });
+        ASSERT_TRUE(test::WaitUntil([&] { return inside.load(); }));
+        Commands().UnregisterCommand("wait", &first);
+        const test::Background remover([&] {
+            Commands().WaitForHandlers();
+            waited = true;
+        });
+        EXPECT_FALSE(remover.Returns(50)) << "the handler runs";
+        go = true;
+    }
     EXPECT_EQ(name, "wait");
     Commands().WaitForHandlers();
 }
@@ -291,6 +307,8 @@ TEST(Registries, AreSharedByThreads)
             Symbols().RegisterSymbol("other", "1", number == 0 ? 1 : 3, false);
             Symbols().SetValue("text", "from another thread");
             Symbols().SetValue("shared", "3");
+            EXPECT_GE(Symbols().GetCount(), 4);
+            EXPECT_EQ(Symbols().UnregisterSymbol(1000), -1);
             const RegistryHold<SymListMgr> hold(&Symbols());
             const char* const text = Symbols().GetStringValue("text");
             EXPECT_LT(text != nullptr ? std::string(text).size() : 0, 100U);

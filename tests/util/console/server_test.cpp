@@ -58,9 +58,15 @@ private:
 
 TEST(CmdMgr, AnswersEveryLineWithOnePrompt)
 {
-    RunningConsole console;
+    // A key counts at the very start only, in any case; the last one wins.
+    RunningConsole console(
+        "# port=1\n\n port=1\nMODE=0\nmode=1\t\t\n\tmode=0\nADDRESS=127.0.0.1 \r\n");
+    EXPECT_FALSE(RawPeer::TryToConnect(console.Port(), "127.0.0.2").IsOpen()) << "not its address";
     ConsoleClient client(console.Port());
-    ASSERT_TRUE(client.Start());
+    for (const char byte : ConsoleFrame("START")) {  // in the smallest pieces
+        ASSERT_TRUE(client.Send(std::string(1, byte)));
+    }
+    EXPECT_TRUE(client.ReadPrompt());
     for (const char* line : {"", "  ", "# comment", "INT n 3", "unknown", "PRINT", "END",
                              "x =", "FILE none", "BREAK", "PRINT n\n"}) {
         EXPECT_TRUE(client.Run(line)) << line;
@@ -109,61 +115,39 @@ TEST(CmdMgr, StopsAndStartsAgain)
     EXPECT_TRUE(console.ServesNextClient());
 }
 
-TEST(CmdMgr, TakesClientsOneAfterTheOther)
-{
-    RunningConsole console;
-    auto first = std::make_unique<ConsoleClient>(console.Port());
-    ASSERT_TRUE(first->Start());
-    std::array<std::unique_ptr<ConsoleClient>, 3> waiting;
-    for (auto& client : waiting) {
-        client = std::make_unique<ConsoleClient>(console.Port());
-        ASSERT_TRUE(client->Send(ConsoleFrame("STARTUP") + ConsoleFrame("PRINT waited")));
-        EXPECT_FALSE(client->HasInput(20));
-    }
-    EXPECT_TRUE(first->Run("PRINT first"));
-    first->Send(ConsoleFrame("quit"));
-    EXPECT_TRUE(first->WaitClosed());
-    for (auto& client : waiting) {
-        EXPECT_TRUE(client->ReadPrompt());
-        EXPECT_TRUE(client->ReadPrompt());
-        client->Close();  // gone without a word
-    }
-    EXPECT_TRUE(console.ServesNextClient());
-    EXPECT_EQ(console.Output(), "first\nwaited\nwaited\nwaited\nserved\n");
-}
-
 int HangUp(CmdParser* /*line*/, CmdInfo* /*info*/, char* /*result*/)
 {
     Console().Close();
     return 0;
 }
 
-TEST(CmdMgr, TakesTheNextClientAfterAHandlerClosed)
+TEST(CmdMgr, TakesClientsOneAfterTheOther)
 {
-    const RunningConsole console;
     const CmdParser command("hang_up");
     CmdListMgr::GetInstance()->RegisterCommand(HangUp, &command, nullptr, nullptr);
-    const ConsoleClient client(console.Port());
-    ASSERT_TRUE(client.Start());
-    client.Send(ConsoleFrame("hang_up"));
-    EXPECT_TRUE(client.WaitClosed());
+    RunningConsole console;
+    const ConsoleClient first(console.Port());
+    ASSERT_TRUE(first.Start());
+    std::array<std::unique_ptr<ConsoleClient>, 3> waiting;
+    for (auto& client : waiting) {
+        client = std::make_unique<ConsoleClient>(console.Port());
+        ASSERT_TRUE(client->Send(ConsoleFrame("STARTUP") + ConsoleFrame("PRINT waited")));
+    }
+    EXPECT_FALSE(waiting[0]->HasInput(20));
+    EXPECT_TRUE(first.Run("PRINT first"));
+    first.Send(ConsoleFrame("quit"));
+    EXPECT_TRUE(first.WaitClosed());
+    for (auto& client : waiting) {
+        EXPECT_TRUE(client->ReadPrompt());
+        EXPECT_TRUE(client->ReadPrompt());
+        client->Close();  // gone without a word
+    }
+    const ConsoleClient last(console.Port());
+    ASSERT_TRUE(last.Start());
+    last.Send(ConsoleFrame("hang_up"));
+    EXPECT_TRUE(last.WaitClosed());
     EXPECT_TRUE(console.ServesNextClient());
-}
-
-TEST(CmdMgr, ReadsItsSettings)
-{
-    CmdMgr& console = Console();
-    const int port = test::FreePort();
-    testing::internal::CaptureStdout();
-    console.LoadConfig();
-    EXPECT_EQ(testing::internal::GetCapturedStdout(), "Can not open config file\n");
-    // A key counts at the very start only, in any case; the last one wins.
-    test::WriteFile("./cmd.conf",
-                    "# port=1\n\n port=1\nMODE=1\nport=1\nPORT=" + std::to_string(port) +
-                        "\t\t\n\tmode=0\nADDRESS=127.0.0.1 \r\n");
-    ASSERT_EQ(console.Start(), 0);
-    EXPECT_TRUE(ConsoleClient(port).IsOpen());
-    console.Stop();
+    EXPECT_EQ(console.Output(), "first\nwaited\nwaited\nwaited\nserved\n");
 }
 
 TEST(CmdMgr, FailsToOpenWithAReport)
@@ -195,26 +179,16 @@ TEST(CmdMgr, FailsToOpenWithAReport)
     EXPECT_EQ(console.SendResult("x"), 0);
 }
 
-TEST(CmdMgr, RemovesAPromptForClients)
-{
-    EXPECT_STREQ(CmdMgr::RemovePrompt("\nCMD>rest"), "rest");
-    EXPECT_STREQ(CmdMgr::RemovePrompt("12345\nCMD>"), "\nCMD>");
-    EXPECT_STREQ(CmdMgr::RemovePrompt("CMD>rest"), "CMD>rest");
-    EXPECT_STREQ(CmdMgr::RemovePrompt(""), "");
-}
-
 TEST(Linger, EndsWhatRunsForAClientThatHasLeft)
 {
     const RunningConsole console("linger=1\n");
-    test::WriteFile("long.txt", "FOR 1 1 0\nFILE none\nEND\n");
-    for (const std::string statement : {"SLEEP 100000", "WHILE 1 == 1\nEND", "FILE long.txt",
-                                        "FOR 1 1 0\nSLEEP 1\nEND\nSLEEP 100000"}) {
+    for (const std::string statement : {"SLEEP 100000", "WHILE 1 == 1\nEND"}) {
         ConsoleClient client(console.Port());
         ASSERT_TRUE(client.Start()) << statement;
         for (const std::string& line : test::Lines(statement)) {
             client.Send(ConsoleFrame(line));
         }
-        EXPECT_FALSE(client.HasInput(300)) << statement << " goes on while its client is there";
+        EXPECT_FALSE(client.HasInput(150)) << statement << " goes on while its client is there";
         const auto begin = std::chrono::steady_clock::now();
         client.Close();
         EXPECT_TRUE(console.ServesNextClient()) << statement;
@@ -229,7 +203,7 @@ TEST(Linger, RunsWithinItsTimeWhatTheClientSentBefore)
         {
             ConsoleClient client(console.Port());
             ASSERT_TRUE(client.Start());
-            client.Send(ConsoleFrame("SLEEP 500") + ConsoleFrame("PRINT late"));
+            client.Send(ConsoleFrame("SLEEP 250") + ConsoleFrame("PRINT late"));
         }
         EXPECT_TRUE(console.ServesNextClient());
         const bool cut = std::string(linger) == "LINGER=0\n";
@@ -292,7 +266,7 @@ TEST(CmdMgr, UsesTheStandardStreamsAndEndsWithThem)
 TEST(CmdMgr, AbandonsABlockWhenItsLinesEnd)
 {
     RunningConsole console;
-    for (const std::string& bad : {std::string(), std::string("wxyz"), ConsoleFrame("", 5000)}) {
+    for (const std::string& bad : {std::string(), std::string("wxyz")}) {
         const ConsoleClient client(console.Port());
         ASSERT_TRUE(client.Start());
         client.Send(ConsoleFrame("IF 1 == 1") + ConsoleFrame("PRINT never") + bad);
@@ -318,13 +292,11 @@ TEST(Hostile, FramesAreDroppedAndTheConnectionGoesOn)
         {"length 0", ConsoleFrame(""), 1},
         {"length 1023", ConsoleFrame(line), 1},
         {"length 1024", ConsoleFrame(longLine), 1},
-        {"length 2^31", ConsoleFrame("", 0x80000000U), 1},
         {"length 2^32-1, some of it", ConsoleFrame(longLine, 0xFFFFFFFFU), 1},
         {"wrong magic", "tavi", 1},
         {"wrong magic with length and text", "XAVI" + ConsoleFrame("text").substr(4), 3},
         {"text that stays away", ConsoleFrame("PRIN", 9), 1},
-        {"garbage", "\xff\n\nGET / HTTP/1.1\r\n\r\n", 6},
-        {"a part of a magic", "TA", 1},
+        {"garbage, and a part of a magic", "\xff\n\nGET / HTTP/1.1\r\nTA", 6},
         {"zeros in the text", ConsoleFrame(std::string("PRINT\0PRINT never", 17)), 1},
     };
     RunningConsole console;
@@ -343,20 +315,6 @@ TEST(Hostile, FramesAreDroppedAndTheConnectionGoesOn)
     EXPECT_EQ(console.Output(), "served\n");
 }
 
-TEST(Hostile, FramesInSmallPiecesAreNoFailure)
-{
-    RunningConsole console;
-    ConsoleClient client(console.Port());
-    for (const char* line : {"START", "PRINT \"in pieces\"", "quit"}) {
-        for (const char byte : ConsoleFrame(line)) {
-            ASSERT_TRUE(client.Send(std::string(1, byte)));
-            std::this_thread::sleep_for(std::chrono::milliseconds(1));
-        }
-        EXPECT_EQ(client.ReadPrompt(), std::string(line) != "quit");
-    }
-    EXPECT_EQ(console.Output(), "in pieces\n");
-}
-
 TEST(Hostile, ClientsMayDieAtEveryByteOfAFrame)
 {
     RunningConsole console;
@@ -373,7 +331,7 @@ TEST(Hostile, ClientsMayDieAtEveryByteOfAFrame)
     }
     EXPECT_TRUE(console.ServesNextClient());
     const std::string output = console.Output();
-    EXPECT_EQ(test::Count(output, "whole") <= 2, true) << output;
+    EXPECT_LE(test::Count(output, "whole"), 2) << output;
 }
 
 TEST(Hostile, ClientsThatTakeNoPromptsAreGivenUp)
@@ -395,35 +353,38 @@ TEST(Hostile, ClientsThatTakeNoPromptsAreGivenUp)
 
 TEST(Handshake, RefusesAllButStart)
 {
-    const std::string bad[] = {ConsoleFrame("start"),
-                               ConsoleFrame("STAR"),
-                               ConsoleFrame(""),
-                               "GET /",
-                               ConsoleFrame("START", 70000),
-                               ""};
-    for (const std::string& bytes : bad) {
+    const struct
+    {
+        std::string bytes;
+        const char* output;
+    } cases[] = {
+        {ConsoleFrame("start"), "START FAIL\n"},
+        {ConsoleFrame("STAR"), "START FAIL\n"},
+        {ConsoleFrame(""), "START FAIL\n"},
+        {"GET /", ""},
+        {ConsoleFrame("", 1024), ""},
+        {"", ""},
+    };
+    for (const auto& bad : cases) {
+        SCOPED_TRACE(bad.bytes);
         const int port = test::FreePort();
         Console().ParseConfig(("port=" + std::to_string(port)).c_str());
         testing::internal::CaptureStdout();
         {
             const Loop loop;
             ConsoleClient client(port);
-            client.Send(bytes);
-            if (bytes.empty()) {
-                client.Close();
-            } else {
-                EXPECT_TRUE(client.WaitClosed()) << bytes;
-            }
+            client.Send(bad.bytes);
+            client.EndSending();
+            EXPECT_TRUE(client.WaitClosed());
             EXPECT_TRUE(loop.Ends()) << "the opening fails, and the console ends";
         }
-        const bool framed = bytes == bad[0] || bytes == bad[1] || bytes == bad[2];
-        EXPECT_EQ(testing::internal::GetCapturedStdout(), framed ? "START FAIL\n" : "") << bytes;
+        EXPECT_EQ(testing::internal::GetCapturedStdout(), bad.output);
     }
 }
 
 TEST(Handshake, CostsOnlyThatClientWhenTolerant)
 {
-    RunningConsole console("tolerant=1\n");
+    RunningConsole console("tolerant=1\nstarttimeout=200\n");
     for (const std::string& bytes : {ConsoleFrame("stop"), std::string("GET / HTTP/1.0\r\n\r\n"),
                                      std::string(), ConsoleFrame("STAR", 9)}) {
         ConsoleClient client(console.Port());
@@ -432,17 +393,12 @@ TEST(Handshake, CostsOnlyThatClientWhenTolerant)
         EXPECT_TRUE(console.ServesNextClient()) << bytes;
     }
     EXPECT_EQ(console.Output(), "START FAIL\nserved\nserved\nserved\nserved\n");
-}
-
-TEST(Handshake, DropsASilentClientAfterItsTime)
-{
-    RunningConsole console("starttimeout=200\n");
-    ConsoleClient silent(console.Port());
-    ConsoleClient next(console.Port());
+    const ConsoleClient silent(console.Port());
+    const ConsoleClient next(console.Port());
     EXPECT_TRUE(next.Start());
     EXPECT_TRUE(silent.WaitClosed());
     // Once opened, a client may be silent as long as it likes.
-    EXPECT_FALSE(next.HasInput(500));
+    EXPECT_FALSE(next.HasInput(400));
     EXPECT_TRUE(next.Run("PRINT patient"));
 }
 
@@ -456,12 +412,8 @@ TEST(Settings, HoldFromTheNextOpeningOn)
     ASSERT_TRUE(client.Start());
     const int other = test::FreePort();
     usePort(other);
-    Console().SetTolerant(true);
     EXPECT_TRUE(client.Run("PRINT \"who is served stays\""));
     client.Send(ConsoleFrame("quit"));
-    const ConsoleClient wrong(other);
-    wrong.Send(ConsoleFrame("wrong"));
-    EXPECT_TRUE(wrong.WaitClosed());
     const ConsoleClient next(other);
     ASSERT_TRUE(next.Start());
     EXPECT_FALSE(RawPeer::TryToConnect(console.Port()).IsOpen());
@@ -487,6 +439,7 @@ TEST(Settings, AreTakenByCallToo)
         EXPECT_TRUE(wrong.WaitClosed());
         ConsoleClient client(port);
         EXPECT_TRUE(client.Start());
+        EXPECT_FALSE(RawPeer::TryToConnect(port, "127.0.0.2").IsOpen()) << "another address";
     }
     EXPECT_EQ(testing::internal::GetCapturedStdout(), "Can not open config file\nSTART FAIL\n");
     console.reset();

@@ -3,9 +3,11 @@
 
 #include <climits>
 #include <string>
+#include <type_traits>
 #include <vector>
 
 #include "util/console/CmdHistory.h"
+#include "util/console/CmdMgr.h"
 #include "util/console/CmdParser.h"
 #include "util/console/SymListMgr.h"
 
@@ -25,17 +27,27 @@ TEST(CmdValue, IsReadBackByItsOwnTypeOnly)
     EXPECT_EQ(CmdValue(4).GetInt(), 4);
     EXPECT_EQ(CmdValue(2.5F).GetFloat(), 2.5F);
     EXPECT_STREQ(CmdValue("word").GetString(), "word");
-}
-
-TEST(CmdValue, CutsTextsAndStaysTerminatedWhateverTheTypeCodeSays)
-{
-    CmdValue value;
-    EXPECT_EQ(std::string(value.SetString(std::string(255, 'a').c_str())).size(), 255U);
+    EXPECT_STREQ(value.SetString(nullptr), "");
     EXPECT_EQ(std::string(value.SetString(std::string(4095, 'b').c_str())).size(), 255U);
     value.SetInt(0x41414141);
     value.SetType(1);
-    EXPECT_LE(std::string(value.GetString()).size(), 255U);
-    EXPECT_STREQ(value.SetString(nullptr), "");
+    EXPECT_LE(std::string(value.GetString()).size(), 255U) << "terminated whatever it holds";
+}
+
+// What is given as a text that may be written comes back as one.
+TEST(Interfaces, TakeWritableTexts)
+{
+    char line[] = "x = command";
+    char prompt[] = "\nCMD>rest";
+    char token[256];
+    char* const second = CmdParser::GetNextToken(line, token);
+    EXPECT_STREQ(second, " = command");
+    char* const rest = CmdMgr::RemovePrompt(prompt);
+    EXPECT_STREQ(rest, "rest");
+    static_assert(std::is_same_v<decltype(CmdParser::GetNextToken("x", token)), const char*>);
+    static_assert(std::is_same_v<decltype(CmdMgr::RemovePrompt("x")), const char*>);
+    EXPECT_STREQ(CmdMgr::RemovePrompt("12345\nCMD>"), "\nCMD>");
+    EXPECT_STREQ(CmdMgr::RemovePrompt("CMD>rest"), "CMD>rest");
 }
 
 TEST(CmdParser, SplitsLines)
@@ -55,20 +67,16 @@ TEST(CmdParser, SplitsLines)
     } cases[] = {
         {"", nullptr, nullptr, {}},
         {" \t\r\n\v\f", nullptr, nullptr, {}},
-        {"PRINT \"a b\"  c", nullptr, "PRINT", {"a b", "c"}},
         {"\tcommand one\ttwo\r\n", nullptr, "command", {"one", "two"}},
         {"x = ADD a b", "x", "ADD", {"a", "b"}},
         {"x = 5", "x", "5", {}},
         {"x =", "x", nullptr, {}},
-        {"= 5", nullptr, "=", {"5"}},
         {"= = =", "=", "=", {}},
         {"a b = c", nullptr, "a", {"b", "=", "c"}},
-        {"a ==", nullptr, "a", {"=="}},
         {"a \"\" b", nullptr, "a", {"", "b"}},
         {"\"a b\" c", nullptr, "a b", {"c"}},
         {"c \"ab\"cd", nullptr, "c", {"ab", "cd"}},
         {"c ab\"cd ef\"", nullptr, "c", {"ab\"cd", "ef\""}},
-        {"c \\\" # +", nullptr, "c", {"\\\"", "#", "+"}},
         {"c a\vb \va", nullptr, "c", {"a\vb", "a"}},
         {"c one \"two three", nullptr, "c", {"one"}},
         {"\"open", nullptr, nullptr, {}},
@@ -102,30 +110,15 @@ TEST(CmdParser, TakesALineInStepsAndNone)
     parser.Parse();
     EXPECT_STREQ(parser.GetCommand(), "new");
     EXPECT_STREQ(parser.GetNthArg(0), "the line");
+    parser.SetCurrentIndex(1);
     parser.Init();
     EXPECT_EQ(parser.GetCommand(), nullptr);
     EXPECT_EQ(parser.GetString(), nullptr);
+    EXPECT_EQ(parser.GetCurrentIndex(), 0);
     EXPECT_EQ(parser.GetCount(), 1) << "the arguments stay";
     parser.Parse(nullptr);
     EXPECT_EQ(parser.GetCommand(), nullptr);
     EXPECT_EQ(parser.GetCount(), 0);
-}
-
-TEST(CmdParser, MovesItsCursorWithinTheArguments)
-{
-    CmdParser parser("c f a b");
-    EXPECT_EQ(parser.GetPrevArg(), nullptr);
-    EXPECT_STREQ(parser.GetNextArg(), "a");
-    EXPECT_STREQ(parser.GetNextArg(), "b");
-    EXPECT_EQ(parser.GetNextArg(), nullptr);
-    EXPECT_EQ(parser.GetCurrentIndex(), 2);
-    EXPECT_STREQ(parser.GetPrevArg(), "a");
-    for (const int index : {INT_MIN, -2, 3, 100, INT_MAX}) {
-        parser.SetCurrentIndex(index);
-        EXPECT_EQ(parser.GetNthArg(index), nullptr);
-        EXPECT_EQ(index < 0 ? parser.GetNextArg() : parser.GetPrevArg(),
-                  index == 3 ? parser.GetNthArg(2) : nullptr);
-    }
 }
 
 TEST(CmdParser, ComparesCommandsInAnyCaseAndArgumentsExactly)
@@ -133,9 +126,11 @@ TEST(CmdParser, ComparesCommandsInAnyCaseAndArgumentsExactly)
     const CmdParser parser("THREAD_SHOW one Two two");
     EXPECT_TRUE(parser.CompareCommand("thread_show"));
     EXPECT_FALSE(parser.CompareCommand("thread"));
+    EXPECT_FALSE(parser.CompareCommand(nullptr));
     EXPECT_FALSE(CmdParser("").CompareCommand(""));
     EXPECT_EQ(parser.Search("two"), 2);
     EXPECT_EQ(parser.Search("thread_show"), -1);
+    EXPECT_EQ(parser.Search(nullptr), -1);
 }
 
 TEST(CmdParser, TellsWordsApart)
@@ -194,24 +189,40 @@ TEST(CmdParser, ConvertsArgumentsByFormAndSymbolsByType)
     EXPECT_EQ(parser.GetCmdArgs(few, 0), 0);
 }
 
-TEST(CmdHistory, MovesItsCursorAndStopsAtBothEnds)
+// Both start before their first entry, and stand on it where there is nothing further.
+TEST(Cursors, MoveAndStopAtBothEnds)
 {
+    CmdParser parser("c f a b");
     CmdHistory history;
     EXPECT_EQ(history.GetPrevHistory(), nullptr);
     EXPECT_EQ(history.GetNextHistory(), nullptr);
-    EXPECT_EQ(history.GetPrevHistory(), nullptr);
+    EXPECT_EQ(history.GetPrevHistory(), nullptr) << "the cursor is back from before the first";
     EXPECT_EQ(history.AddHistory(nullptr), -1);
-    for (const char* line : {"one", "two", "two"}) {
+    for (const char* line : {"f", "a", "b"}) {
         EXPECT_EQ(history.AddHistory(line), 0);
     }
-    EXPECT_STREQ(history.GetNthHistory(0), "one");
+    EXPECT_STREQ(history.GetNthHistory(0), "f");
     EXPECT_EQ(history.GetNthHistory(3), nullptr);
     EXPECT_EQ(history.GetNthHistory(-1), nullptr);
-    EXPECT_STREQ(history.GetNextHistory(), "two");
-    EXPECT_STREQ(history.GetNextHistory(), "two");
-    EXPECT_EQ(history.GetNextHistory(), nullptr);
-    EXPECT_STREQ(history.GetPrevHistory(), "two");
+    const struct
+    {
+        bool forward;
+        const char* expected;
+    } steps[] = {{false, nullptr}, {true, "a"},  {true, "b"},  {true, nullptr},
+                 {true, nullptr},  {false, "a"}, {false, "f"}, {false, nullptr},
+                 {false, nullptr}, {true, "a"}};
+    for (const auto& step : steps) {
+        EXPECT_STREQ(step.forward ? parser.GetNextArg() : parser.GetPrevArg(), step.expected);
+        EXPECT_STREQ(step.forward ? history.GetNextHistory() : history.GetPrevHistory(),
+                     step.expected);
+    }
     history.Clear();
     EXPECT_EQ(history.GetCount(), 0);
+    for (const int index : {INT_MIN, -2, 3, 100, INT_MAX}) {
+        parser.SetCurrentIndex(index);
+        EXPECT_EQ(parser.GetNthArg(index), nullptr);
+        EXPECT_EQ(index < 0 ? parser.GetNextArg() : parser.GetPrevArg(),
+                  index == 3 ? parser.GetNthArg(2) : nullptr);
+    }
 }
 }  // namespace

@@ -9,6 +9,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <clocale>
 #include <cstdlib>
@@ -101,10 +102,11 @@ TEST_F(FSUtilTest, ReadsTheSizesOfAFileSystem)
     EXPECT_EQ(figures.mTotalSize, static_cast<std::int64_t>(expected.f_bsize) *
                                       static_cast<std::int64_t>(expected.f_blocks));
     EXPECT_LE(figures.mFreeSize, figures.mTotalSize);
-    EXPECT_THAT(mLog.Text(), HasSubstr(" (" + std::to_string(figures.mTotalSize) + " " +
-                                       std::to_string(figures.mFreeSize) + "/" +
-                                       std::to_string(figures.mTotalSize / 1048576) + " " +
-                                       std::to_string(figures.mFreeSize / 1048576) + ") -> "));
+    const auto text = [](std::int64_t number) { return std::to_string(number); };
+    const std::int64_t total = figures.mTotalSize;
+    const std::int64_t free = figures.mFreeSize;
+    EXPECT_THAT(mLog.Text(), HasSubstr(" (" + text(total) + " " + text(free) + "/" +
+                                       text(total >> 20) + " " + text(free >> 20) + ") -> "));
 }
 
 TEST_F(FSUtilTest, ScansDirectoriesFirstAndThenByName)
@@ -136,23 +138,20 @@ TEST_F(FSUtilTest, ScansDirectoriesFirstAndThenByName)
     EXPECT_EQ(Scan("./d", &backward).front(), "z/");
 }
 
-// Hands a scan's comparison two entries that a source with 32-bit offsets made.
+// While a scan compares, it hands the comparison two entries that a source with 32-bit offsets
+// made.
 struct AsHostSorts : FileCompare
 {
     int Compare(FileCompareUnit& a, FileCompareUnit& b) override
     {
-        if (!mInside) {
-            mInside = true;
+        seen += std::string(a.mName) + " " + b.mName + "\n";
+        if (std::count(seen.begin(), seen.end(), '\n') == 1) {
             SortNamesOnHost("first", "second");
-            mInside = false;
-        } else {
-            mSeen += std::string(a.mName) + " " + b.mName + "\n";
         }
         return FileCompare::Compare(a, b);
     }
 
-    bool mInside = false;
-    std::string mSeen;
+    std::string seen;
 };
 
 TEST_F(FSUtilTest, AHostsEntriesMayHaveAnotherLayout)
@@ -160,7 +159,7 @@ TEST_F(FSUtilTest, AHostsEntriesMayHaveAnotherLayout)
     FSUtil::Mkdir("./d");
     AsHostSorts compare;
     Scan("./d", &compare);
-    EXPECT_EQ(compare.mSeen, "first second\n");
+    EXPECT_THAT(compare.seen, HasSubstr("\nfirst second\n"));
 }
 
 TEST_F(FSUtilTest, AnUnreadableDirectoryLeavesTheVectorAsItWas)
@@ -209,17 +208,23 @@ TEST_F(FSUtilTest, FindsAProcessByTheStartOfItsCommandLine)
     }
     const std::string commandLine = "/proc/" + std::to_string(child) + "/cmdline";
     ASSERT_TRUE(test::WaitUntil([&] { return test::ReadFile(commandLine).find("100") < 300; }));
-    for (const auto isRunning : {FSUtil::IsProcessRunning, Thread::IsProcessRunning}) {
-        EXPECT_EQ(isRunning(program.c_str()), 1);
-        EXPECT_EQ(isRunning(program.substr(0, 20).c_str()), 1);
-        EXPECT_EQ(isRunning((program + "x").c_str()), 0);
-        EXPECT_EQ(isRunning((program + " 100").c_str()), 0) << "arguments are parted by NUL";
-        EXPECT_EQ(isRunning(std::string(300, '/').c_str()), 0) << "longer than what is read";
+    const struct
+    {
+        std::string command;
+        int running;
+    } cases[] = {
+        {program, 1},
+        {program.substr(0, 20), 1},
+        {program + "x", 0},
+        {program + " 100", 0},       // arguments are parted by NUL
+        {std::string(300, '/'), 0},  // longer than what is read
+    };
+    for (const auto& c : cases) {
+        EXPECT_EQ(FSUtil::IsProcessRunning(c.command.c_str()), c.running) << c.command;
+        EXPECT_EQ(Thread::IsProcessRunning(c.command.c_str()), c.running) << c.command;
     }
-    const std::string log = mLog.Text();
-    for (const std::string& message :
-         {program + " " + program, std::string("Unit = self"), std::string()}) {
-        EXPECT_GT(test::Count(log, "]: " + message + " -> IsProcessRunning in (/"), 0) << message;
+    for (const std::string& message : {program + " " + program, std::string("Unit = self")}) {
+        EXPECT_THAT(mLog.Text(), HasSubstr("]: " + message + " -> IsProcessRunning in (/"));
     }
     kill(child, SIGKILL);
     waitpid(child, nullptr, 0);
@@ -283,14 +288,11 @@ TEST(FilePath, CountsItemsWithoutALeadingSlash)
         EXPECT_STREQ(path.GetItem(index), "");
     }
     EXPECT_STREQ(FilePath("whole").GetItem(1), "whole") << "without a slash every item is the path";
-}
 
-TEST(FilePath, CutsResultsAt255Characters)
-{
     const std::string name(1000, 'n');
-    FilePath path(("/" + name + "/" + name).c_str());
-    EXPECT_EQ(path.GetLastItem(), name.substr(0, 255));
-    EXPECT_EQ(path.GetItem(0), name.substr(0, 255));
-    EXPECT_EQ(path.GetLastDirectory(), "/" + name.substr(0, 254));
+    FilePath longPath(("/" + name + "/" + name).c_str());
+    EXPECT_EQ(longPath.GetLastItem(), name.substr(0, 255)) << "results have 255 characters";
+    EXPECT_EQ(longPath.GetItem(0), name.substr(0, 255));
+    EXPECT_EQ(longPath.GetLastDirectory(), "/" + name.substr(0, 254));
 }
 }  // namespace

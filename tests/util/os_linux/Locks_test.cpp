@@ -1,10 +1,8 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
-#include <pthread.h>
 #include <signal.h>
 
 #include <algorithm>
-#include <atomic>
 #include <cerrno>
 #include <chrono>
 #include <climits>
@@ -12,11 +10,10 @@
 #include <string>
 #include <thread>
 
-#include "tests/support/support.h"
+#include "tests/support/Background.h"
 #include "util/os_linux/CondVar.h"
 #include "util/os_linux/Mutex.h"
 #include "util/os_linux/Sleep.h"
-#include "util/os_linux/Thread.h"
 
 namespace {
 using std::chrono::milliseconds;
@@ -67,18 +64,21 @@ TEST(Mutex, ALongWaitIsReportedEveryTenAttempts)
     EXPECT_THAT(log.Text(), Not(HasSubstr("has blocked in 0 ")));
 }
 
+// All the waits at once, since the longest has to last.
 TEST(CondVar, TimesOutOnTheMonotonicClock)
 {
-    Mutex mutex("m");
-    CondVar condition("c");
-    const MutexHold hold(mutex);
-    for (int timeout : {0, -1, -5000, 30, 1970}) {
+    constexpr int kTimeouts[] = {0, -5000, 30, 970, 1970};
+    test::InThreads(5, [&](int id) {
+        Mutex mutex("m");
+        CondVar condition("c");
+        const MutexHold hold(mutex);
+        const int timeout = kTimeouts[id];
         int result = 0;
         const milliseconds waited = Timed([&] { result = condition.WaitTimeout(mutex, timeout); });
         EXPECT_EQ(result, ETIMEDOUT) << timeout;
         EXPECT_GE(waited.count(), timeout) << timeout;
         EXPECT_LT(waited.count(), std::max(timeout, 0) + 5000) << timeout;
-    }
+    });
 }
 
 TEST(CondVar, WaitsUntilAWallClockSecond)
@@ -87,13 +87,12 @@ TEST(CondVar, WaitsUntilAWallClockSecond)
     CondVar condition(nullptr);
     const MutexHold hold(mutex);
     const long now = static_cast<long>(std::time(nullptr));
-    for (long until : {LONG_MIN, -1000000000L, 0L, now - 1, now + 2}) {
-        const bool waits = until > now;
+    for (long until : {LONG_MIN, 0L, now - 1, now + 2}) {
         testing::internal::CaptureStdout();
         const milliseconds waited =
             Timed([&] { EXPECT_EQ(condition.WaitTimeoutUntil(mutex, until), ETIMEDOUT); });
         EXPECT_LT(waited.count(), 5000);
-        EXPECT_GE(waited.count(), waits ? 900 : 0);
+        EXPECT_GE(waited.count(), until > now ? 900 : 0);
         EXPECT_THAT(testing::internal::GetCapturedStdout(),
                     testing::MatchesRegex("-----> WaitTimeoutUntil : currnet realtime = [0-9]+, "
                                           "auntil = " +
@@ -142,12 +141,23 @@ TEST(CondVar, SignalWakesOneAndBroadcastWakesAll)
 
 TEST(Sleep, LastsAtLeastAsLongAsAsked)
 {
-    EXPECT_GE(Timed([] { NanoSleep(0, 20000000); }).count(), 20);
-    EXPECT_GE(Timed([] { MSleep(20); }).count(), 20);
-    EXPECT_GE(Timed([] { USleep(20000); }).count(), 20);
-    EXPECT_GE(Timed([] { MSleep(1010); }).count(), 1010);
-    EXPECT_GE(Timed([] { Sleep(1); }).count(), 999);
-    EXPECT_LT(Timed([] { NanoSleep(30, 1000000000); }).count(), 20000) << "not a valid length";
+    const struct
+    {
+        void (*sleep)();
+        int least;
+    } cases[] = {
+        {[] { NanoSleep(0, 20000000); }, 20},
+        {[] { NanoSleep(1, 0); }, 1000},
+        {[] { USleep(20000); }, 20},
+        {[] { MSleep(1010); }, 1010},
+        {[] { Sleep(1); }, 999},
+        {[] { NanoSleep(30, 1000000000); }, 0},  // not a valid length
+    };
+    test::InThreads(6, [&](int id) {
+        const long long slept = Timed(cases[id].sleep).count();
+        EXPECT_GE(slept, cases[id].least) << id;
+        EXPECT_LT(slept, 20000) << id;
+    });
 }
 
 TEST(Sleep, ASignalEndsItEarly)
@@ -158,22 +168,12 @@ TEST(Sleep, ASignalEndsItEarly)
     for (void (*sleep)() :
          {+[] { NanoSleep(60, 0); }, +[] { NanoSleep(3000000000U, 0); }, +[] { MSleep(60000); },
           +[] { USleep(60000000); }, +[] { Sleep(60); }}) {
-        std::atomic<int> tid{0};
-        std::atomic<bool> done{false};
-        std::thread sleeper([&] {
-            tid = Thread::GetTid();
-            sleep();
-            done = true;
-        });
-        EXPECT_TRUE(test::WaitUntil([&] { return done || (tid != 0 && test::IsAsleep(tid)); }));
-        EXPECT_FALSE(done) << "without a signal";
+        test::Background sleeper(sleep);
+        EXPECT_TRUE(sleeper.Waits()) << "without a signal";
         EXPECT_TRUE(test::WaitUntil([&] {
-            if (!done) {
-                pthread_kill(sleeper.native_handle(), SIGUSR1);
-            }
-            return done.load();
+            sleeper.Signal(SIGUSR1);
+            return sleeper.Returns(10);
         }));
-        sleeper.join();
     }
 }
 }  // namespace

@@ -8,20 +8,15 @@
 #include <unistd.h>
 
 #include <algorithm>
-#include <atomic>
 #include <cerrno>
-#include <chrono>
 #include <climits>
 #include <sstream>
 #include <string>
-#include <thread>
 
+#include "tests/support/Background.h"
 #include "tests/support/RawPeer.h"
-#include "tests/support/support.h"
-#include "util/os_linux/Thread.h"
 
 namespace {
-using testing::HasSubstr;
 using testing::MatchesRegex;
 
 // Seconds since the start of the machine: eight digits, where the wall clock has ten.
@@ -62,52 +57,40 @@ TEST_F(LoggerTest, TheTableHolds27Loggers)
     for (int index : {-1, 27, 255, INT_MIN, INT_MAX}) {
         EXPECT_EQ(Logger::GetLogger(index), nullptr) << index;
     }
-    EXPECT_NE(Logger::GetLogger(26), nullptr);
-    EXPECT_NE(Logger::GetLogger(0), Logger::GetLogger(26));
-    EXPECT_EQ(Logger::GetLogger(0), Logger::GetLogger(0));
-    EXPECT_EQ(Logger::GetLogger(0)->GetLevel(), Logger::kInfo);
-}
-
-TEST_F(LoggerTest, DecoratesEachLevelWithItsOwnPrefix)
-{
-    const struct
-    {
-        int level;
-        std::string before, after;
-    } cases[] = {
-        {0, "", "\\[LOG\\]: "},
-        {1, " \033\\[0;35m", "\\[LOG-WARN\\]:\033\\[0;0m "},
-        {2, "\033\\[0;31m", "\\[\\[LOG-ERROR\\]\\]:\033\\[0;0m "},
-        {-1, "", "\\[LOG\\]: "},
-        {77, "\033\\[0;31m", "\\[\\[LOG-ERROR\\]\\]:\033\\[0;0m "},
-    };
-    mLogger->SetLevel(-1);
-    for (const auto& c : cases) {
-        // The colour codes stand outside and inside the brackets of the time.
-        const std::string expected =
-            c.before + kTime + c.after + "m -> Open in \\(/S\\.cpp 88\\)\n";
-        EXPECT_THAT(
-            Written([&] { mLogger->Print(c.level, 0, "Open", "util/ipc/S.cpp", 88, "%c", 'm'); }),
-            MatchesRegex(expected))
-            << c.level;
+    for (int index = 6; index <= 26; ++index) {
+        Logger* found[4] = {};
+        test::InThreads(4, [&](int id) { found[id] = Logger::GetLogger(index); });
+        ASSERT_NE(found[0], nullptr);
+        EXPECT_NE(found[0], Logger::GetLogger(index - 1));
+        EXPECT_EQ(std::count(found, found + 4, found[0]), 4);
+        EXPECT_EQ(found[0]->GetLevel(), Logger::kInfo);
     }
 }
 
-TEST_F(LoggerTest, NamesTheFileFromItsLastSlashOn)
+TEST_F(LoggerTest, DecoratesEachLevelAndNamesItsPlace)
 {
+    // The colour codes stand outside and inside the brackets of the time.
+    const std::string info = kTime + "\\[LOG\\]: m -> ";
+    const std::string warning = " \033\\[0;35m" + kTime + "\\[LOG-WARN\\]:\033\\[0;0m m -> ";
+    const std::string error = "\033\\[0;31m" + kTime + "\\[\\[LOG-ERROR\\]\\]:\033\\[0;0m m -> ";
     const struct
     {
+        int level;
         const char *function, *file;
         int line;
-        const char* suffix;
-    } cases[] = {{"F", "a/b/File.cpp", 1, " -> F in (/File.cpp 1)\n"},
-                 {"F", "", INT_MAX, " -> F in ( 2147483647)\n"},
-                 {"F", "x", INT_MIN, " -> F in (x -2147483648)\n"},
-                 {nullptr, "a/b", 1, " -> (null) in (/b 1)\n"},
-                 {"F", nullptr, 1, " -> F in ((null) 1)\n"}};
+        std::string expected;
+    } cases[] = {
+        {0, "Open", "util/ipc/S.cpp", 88, info + "Open in \\(/S\\.cpp 88\\)\n"},
+        {1, "F", "", INT_MAX, warning + "F in \\( 2147483647\\)\n"},
+        {2, "F", "x", INT_MIN, error + "F in \\(x -2147483648\\)\n"},
+        {-1, nullptr, "a/b", 0, info + "\\(null\\) in \\(/b 0\\)\n"},
+        {77, "F", nullptr, 10, error + "F in \\(\\(null\\) 10\\)\n"},
+    };
+    mLogger->SetLevel(-1);
     for (const auto& c : cases) {
-        EXPECT_THAT(Written([&] { mLogger->Print(0, 0, c.function, c.file, c.line, "x"); }),
-                    testing::EndsWith(std::string("x") + c.suffix));
+        EXPECT_THAT(
+            Written([&] { mLogger->Print(c.level, 0, c.function, c.file, c.line, "%c", 'm'); }),
+            MatchesRegex(c.expected));
     }
 }
 
@@ -152,31 +135,23 @@ TEST_F(LoggerTest, PrintsFromItsLevelOn)
         });
         EXPECT_EQ(text, std::string("001122").substr(std::min(6, 2 * level)));
     }
-    Logger fresh;
-    EXPECT_EQ(fresh.GetLevel(), Logger::kInfo);
 }
 
 TEST_F(LoggerTest, ForeignTextIsNeverAFormat)
 {
     EXPECT_THAT(Written([&] { mLogger->Assert(0, "F", "d/f", 1, "a % b == %s%n"); }),
-                MatchesRegex("\033\\[0;31m" + kTime +
-                             "\\[\\[LOG-ERROR\\]\\]:\033\\[0;0m a % b == %s%n is FAILED -> F in "
-                             "\\(/f 1\\)\n"));
-    EXPECT_EQ(Written([] { Logger_Print(0, 0, 1, "F", "f", 1, "%s|%d%%", "%s%n", 5); }), "%s%n|5%");
+                MatchesRegex("\033.*:\033\\[0;0m a % b == %s%n is FAILED -> F in \\(/f 1\\)\n"));
     EXPECT_EQ(Written([] {
-                  for (int index : {-1, 27, INT_MAX, INT_MIN}) {
-                      Logger_Print(index, 2, 1, "F", "f", 1, "unseen");
+                  for (int index : {-1, 27, 26}) {
+                      Logger_Print(index, 0, 1, "F", "f", 1, "%s|%d%%", "%s%n", 5);
                   }
               }),
-              "");
-    const std::string text(2000, 't');
-    EXPECT_EQ(Written([&] { Logger_Print(26, 0, 1, "F", "f", 1, "%s", text.c_str()); }),
-              text.substr(0, 1023));
+              "%s%n|5%");
 }
 
 TEST_F(LoggerTest, UnknownModesMeanNoOutputAndTheCurrentOneIsNotReopened)
 {
-    for (int mode : {5, -1, 0, INT_MIN, INT_MAX}) {
+    for (int mode : {5, -1, 0}) {
         LogToFile();
         Logger::ChangeMode(mode);
         EXPECT_EQ(Logger::GetMode(), 0);
@@ -193,14 +168,12 @@ TEST_F(LoggerTest, UnknownModesMeanNoOutputAndTheCurrentOneIsNotReopened)
 
 TEST_F(LoggerTest, ChangingTheModeClosesTheOldOutput)
 {
+    Configure(*mLogger, "outpath=./out.log");
     const int before = test::CountDescriptors();
-    for (int round = 0; round < 20; ++round) {
-        LogToFile();
-        Logger::ChangeMode(3);
-        Logger::ChangeMode(4);
-        Logger::ChangeMode(1);
+    for (int mode : {2, 3, 4, 2, 1}) {
+        Logger::ChangeMode(mode);
+        EXPECT_EQ(test::CountDescriptors(), before + (mode != 1 ? 1 : 0)) << mode;
     }
-    EXPECT_EQ(test::CountDescriptors(), before);
     EXPECT_GE(fcntl(STDERR_FILENO, F_GETFD), 0) << "standard error is never closed";
 }
 
@@ -208,27 +181,23 @@ TEST_F(LoggerTest, AFullDiskIsNobodysConcern)
 {
     LogToFile("/dev/full");
     errno = ENOTTY;
-    for (int count = 0; count < 100; ++count) {
-        mLogger->Print(2, 0, "F", "f", 1, "lost");
-    }
+    mLogger->Print(2, 0, "F", "f", 1, "lost");
     EXPECT_EQ(errno, ENOTTY) << "errno is the caller's";
     EXPECT_EQ(Logger::GetMode(), 2);
 }
 
 TEST_F(LoggerTest, ModesMayChangeWhileOthersPrint)
 {
-    std::atomic<bool> stop{false};
-    std::thread printer([&] {
-        while (!stop) {
-            mLogger->Print(0, 0, "F", "d/f", 1, "text");
+    test::InThreads(2, [&](int id) {
+        for (int round = 0; round < 200; ++round) {
+            if (id == 0) {
+                mLogger->Print(0, 0, "F", "d/f", 1, "text");
+            } else {
+                LogToFile(round % 2 == 0 ? "./a.log" : "./b.log");
+                mLogger->SetLevel(round % 2);
+            }
         }
     });
-    for (int round = 0; round < 200; ++round) {
-        LogToFile(round % 2 == 0 ? "./a.log" : "./b.log");
-        mLogger->SetLevel(round % 2);
-    }
-    stop = true;
-    printer.join();
     Logger::ChangeMode(0);
 }
 
@@ -236,34 +205,19 @@ TEST_F(LoggerTest, TheLockHoldsBackEveryLine)
 {
     LogToFile();
     Logger::Lock();
-    std::atomic<int> tid{0};
-    std::thread printer([&] {
-        tid = Thread::GetTid();
-        mLogger->Print(0, 1, "F", "f", 1, "after");
-    });
-    std::atomic<bool> configured{false};
-    std::thread configurer([&] {
-        test::WriteFile("./logger.conf", "mode=3\n");
-        mLogger->LoadConfig();
-        Configure(*mLogger, "port=1");
-        configured = true;
-    });
-    EXPECT_TRUE(test::WaitUntil([&] { return configured.load(); })) << "settings may be read";
-    EXPECT_TRUE(test::WaitUntil([&] { return tid != 0 && test::IsAsleep(tid); }));
-    EXPECT_EQ(Text(), "");
-    Logger::Unlock();
-    printer.join();
-    configurer.join();
-    EXPECT_EQ(Text(), "after") << "and do not touch the open output";
-}
-
-TEST_F(LoggerTest, AFirstRequestFromManyThreadsGivesOneLogger)
-{
-    for (int index = 6; index < 20; ++index) {
-        Logger* found[4] = {};
-        test::InThreads(4, [&](int id) { found[id] = Logger::GetLogger(index); });
-        EXPECT_EQ(std::count(found, found + 4, found[0]), 4);
+    {
+        const test::Background printer([&] { mLogger->Print(0, 1, "F", "f", 1, "after"); });
+        const test::Background configurer([&] {
+            test::WriteFile("./logger.conf", "mode=3\n");
+            mLogger->LoadConfig();
+            Configure(*mLogger, "port=1");
+        });
+        EXPECT_TRUE(configurer.Returns()) << "settings may be read";
+        EXPECT_TRUE(printer.Waits());
+        EXPECT_EQ(Text(), "");
+        Logger::Unlock();
     }
+    EXPECT_EQ(Text(), "after") << "and do not touch the open output";
 }
 
 TEST_F(LoggerTest, LinesOfManyThreadsNeverInterleave)
@@ -330,8 +284,7 @@ TEST_F(LoggerTest, ALineTravelsAsThreeDatagrams)
     mLogger->Print(1, 0, "F", "d/f", 3, "text");
     mLogger->Print(0, 0, "F", "d/f", 4, "%s", "");
     mLogger->Print(1, 1, "F", "d/f", 3, "raw");
-    EXPECT_THAT(peer.Receive(),
-                MatchesRegex(" \033\\[0;35m" + kTime + "\\[LOG-WARN\\]:\033\\[0;0m "));
+    EXPECT_THAT(peer.Receive(), MatchesRegex(" \033\\[0;35m" + kTime + ".*"));
     EXPECT_EQ(peer.Receive(), "text");
     EXPECT_EQ(peer.Receive(), " -> F in (/f 3)\n");
     EXPECT_THAT(peer.Receive(), MatchesRegex(kTime + "\\[LOG\\]: "));
@@ -354,8 +307,7 @@ TEST_F(LoggerTest, AUnixSocketPeerGetsTheLinesAndMayLeave)
     Logger::ChangeMode(4);
     listener.Accept().Close();
     Configure(*mLogger, "mode=1");  // of no effect on the open output
-    for (int count = 0; count < 3; ++count) {
-        mLogger->Print(2, 0, "F", "d/f", 3, "to nobody");  // would raise SIGPIPE
-    }
+    mLogger->Print(2, 0, "F", "d/f", 3, "to nobody");
+    mLogger->Print(2, 0, "F", "d/f", 3, "to nobody");  // would raise SIGPIPE
 }
 }  // namespace

@@ -16,13 +16,17 @@
 #include <string>
 #include <thread>
 
+#include "tests/support/Background.h"
 #include "tests/support/support.h"
+#include "util/console/CmdMgr.h"
+#include "util/console/CmdParser.h"
 #include "util/os_linux/ThreadList.h"
 
 // From plain_entry.c: waits until it is cancelled.
 extern "C" void* WaitInPlainC(void* argument);
 
 namespace {
+using test::Background;
 using testing::HasSubstr;
 using testing::Not;
 
@@ -72,25 +76,31 @@ protected:
         EXPECT_THAT(mLog.Text(), HasSubstr("][LOG-WARN]:\033[0;0m " + message + " -> "));
     }
 
+    // Starts the thread, which waits at the gate.
+    void StartAtGate(Thread& thread)
+    {
+        ASSERT_EQ(thread.Start(&mGate), 0);
+        ASSERT_TRUE(Reaches(thread, Thread::kRunning));
+    }
+
     test::CapturedLog mLog;
+    Gate mGate;
 };
 
 TEST_F(ThreadTest, LivesFromStartToJoinAndAgain)
 {
-    Gate gate;
     Thread thread("worker", Gate::WaitAt, false, 0);
     EXPECT_EQ(thread.GetThreadHandle(), 0U);
     EXPECT_EQ(thread.GetThreadPID(), 0);
     EXPECT_FALSE(thread.IsStarted());
     for (int round = 0; round < 3; ++round) {
-        EXPECT_EQ(thread.Start(&gate), 0);
+        StartAtGate(thread);
         EXPECT_NE(thread.GetThreadHandle(), 0U);
-        ASSERT_TRUE(Reaches(thread, Thread::kRunning));
         EXPECT_TRUE(thread.IsRunning());
         EXPECT_TRUE(thread.IsStarted());
         EXPECT_NE(thread.GetThreadPID(), Thread::GetTid());
-        EXPECT_EQ(thread.Start(&gate), -1) << "it runs already";
-        gate.Open();
+        EXPECT_EQ(thread.Start(&mGate), -1) << "it runs already";
+        mGate.Open();
         ASSERT_TRUE(Reaches(thread, Thread::kExited));
         EXPECT_FALSE(thread.IsRunning());
         EXPECT_EQ(thread.Join(), 0);
@@ -105,18 +115,21 @@ TEST_F(ThreadTest, LivesFromStartToJoinAndAgain)
     EXPECT_THAT(mLog.Text(), Not(HasSubstr("-->0")));
 }
 
-TEST_F(ThreadTest, RestartsAfterExitWithoutAJoin)
+TEST_F(ThreadTest, RestartsAfterItsEndWithoutAJoin)
 {
-    std::atomic<int> runs{0};
-    std::function<void()> count = [&runs] { ++runs; };
-    Thread thread("again", Call, false, 0);
     const int threads = test::CountThreads();  // and one that a sanitizer may add
-    for (int round = 1; round <= 200; ++round) {
-        ASSERT_EQ(thread.Start(&count), 0);
-        ASSERT_TRUE(Reaches(thread, Thread::kExited));
+    for (const bool detached : {false, true}) {
+        std::atomic<int> runs{0};
+        std::function<void()> count = [&runs] { ++runs; };
+        Thread thread("again", Call, detached, 0);
+        for (int round = 1; round <= 200; ++round) {
+            ASSERT_EQ(thread.Start(&count), 0);
+            ASSERT_TRUE(Reaches(thread, Thread::kExited));
+            ASSERT_EQ(thread.GetThreadHandle() == 0, detached) << "it is soon another thread's";
+        }
+        EXPECT_EQ(runs, 200);
+        EXPECT_EQ(thread.Join(), detached ? -1 : 0);
     }
-    EXPECT_EQ(runs, 200);
-    EXPECT_EQ(thread.Join(), 0);
     EXPECT_TRUE(test::WaitUntil([&] { return test::CountThreads() <= threads + 1; }));
 }
 
@@ -144,38 +157,27 @@ TEST_F(ThreadTest, RefusesWhatItsStatusDoesNotAllow)
 
 TEST_F(ThreadTest, KillEndsAWaitingThread)
 {
-    Gate gate;
-    Thread thread("victim", Gate::WaitAt, false, 0);
-    for (int round = 0; round < 50; ++round) {
-        ASSERT_EQ(thread.Start(&gate), 0);
-        if (round % 2 == 0) {  // else it may be killed before it runs
-            ASSERT_TRUE(Reaches(thread, Thread::kRunning));
+    for (const auto entry : {Gate::WaitAt, WaitInPlainC}) {  // the latter can not be unwound
+        void* const argument = entry == WaitInPlainC ? nullptr : &mGate;
+        Thread thread("victim", entry, false, 0);
+        for (int round = 0; round < 30; ++round) {
+            ASSERT_EQ(thread.Start(argument), 0);
+            if (round % 2 == 0) {  // else it may be killed before it runs
+                ASSERT_TRUE(Reaches(thread, Thread::kRunning));
+            }
+            ASSERT_EQ(thread.Kill(), 0);
+            ASSERT_EQ(thread.Join(), 0);
+            ASSERT_EQ(thread.GetStatus(), Thread::kNotStarted);
+            EXPECT_EQ(thread.Kill(), -1) << "nobody is left";
         }
+        ASSERT_EQ(thread.Start(argument), 0);
         ASSERT_EQ(thread.Kill(), 0);
-        ASSERT_EQ(thread.Join(), 0);
-        ASSERT_EQ(thread.GetStatus(), Thread::kNotStarted);
-        EXPECT_EQ(thread.Kill(), -1) << "nobody is left";
-    }
-    ASSERT_EQ(thread.Start(&gate), 0);
-    ASSERT_EQ(thread.Kill(), 0);
-    EXPECT_TRUE(test::WaitUntil([&] {
-        EXPECT_EQ(thread.GetStatus(), Thread::kKilled) << "it does not seem to run again";
-        return thread.Start(&gate) == 0;  // as soon as it has ended
-    }));
-    ASSERT_EQ(thread.Kill(), 0);
-    EXPECT_EQ(thread.Join(), 0);
-}
-
-TEST_F(ThreadTest, KillEndsAThreadThatCanNotBeUnwound)
-{
-    Thread thread("plain", WaitInPlainC, false, 0);
-    for (int round = 0; round < 3; ++round) {
-        ASSERT_EQ(thread.Start(nullptr), 0);
-        ASSERT_TRUE(Reaches(thread, Thread::kRunning));
+        EXPECT_TRUE(test::WaitUntil([&] {
+            EXPECT_EQ(thread.GetStatus(), Thread::kKilled) << "it does not seem to run again";
+            return thread.Start(argument) == 0;  // as soon as it has ended
+        }));
         ASSERT_EQ(thread.Kill(), 0);
-        ASSERT_TRUE(test::WaitUntil([&] { return thread.Start(nullptr) == 0; }));
-        ASSERT_EQ(thread.Kill(), 0);
-        ASSERT_EQ(thread.Join(), 0);
+        EXPECT_EQ(thread.Join(), 0);
     }
 }
 
@@ -203,16 +205,14 @@ void WithEachKind(Action action)
 TEST_F(ThreadTest, KillEndsAThreadThatAnotherWaitsFor)
 {
     WithEachKind([this](Thread& thread, Gate& gate) {
-        std::atomic<int> joined{-2};
-        std::thread joiner([&] { joined = thread.Join(); });
+        Background joiner([&] { EXPECT_EQ(thread.Join(), 0); });
         EXPECT_TRUE(
             mLog.WaitFor(std::string("Before Thread::Join : Thread = ") + thread.GetThreadName()));
         EXPECT_EQ(thread.Join(), -1) << "one joins it";
         EXPECT_EQ(thread.Start(&gate), -1) << "it runs";
         EXPECT_EQ(thread.Kill(), 0);
-        EXPECT_TRUE(test::WaitUntil([&] { return joined == 0; }));
+        EXPECT_TRUE(joiner.Returns());
         gate.Open();  // where the Kill failed
-        joiner.join();
         EXPECT_EQ(thread.GetStatus(), Thread::kNotStarted);
         EXPECT_EQ(thread.GetThreadHandle(), 0U);
         EXPECT_EQ(thread.Kill(), -1);
@@ -260,24 +260,18 @@ TEST_F(ThreadTest, StartBesideAJoinMakesOneThread)
 {
     LingeringThreads lingering;
     Thread thread("again", Call, false, 0);
-    for (int round = 1; round <= 20; ++round) {
+    for (int round = 1; round <= 10; ++round) {
         ASSERT_EQ(thread.Start(&lingering.mEntry), 0) << round;
         ASSERT_TRUE(Reaches(thread, Thread::kExited));
-        std::thread joiner([&] { EXPECT_EQ(thread.Join(), 0); });
-        ASSERT_TRUE(test::WaitUntil(
-            [&] { return test::Count(mLog.Text(), "Before Thread::Join") == round; }));
-        std::atomic<int> tid{0};
-        std::atomic<bool> started{false};
-        std::thread starter([&] {
-            tid = Thread::GetTid();
-            EXPECT_EQ(thread.Start(&lingering.mEntry), 0);
-            started = true;
-        });
-        EXPECT_TRUE(test::WaitUntil([&] { return started || (tid != 0 && test::IsAsleep(tid)); }));
-        EXPECT_EQ(lingering.mRuns, 2 * round - 1) << "no second thread beside the first";
-        lingering.mGate.Open();
-        joiner.join();
-        starter.join();
+        {
+            const Background joiner([&] { EXPECT_EQ(thread.Join(), 0); });
+            ASSERT_TRUE(test::WaitUntil(
+                [&] { return test::Count(mLog.Text(), "Before Thread::Join") == round; }));
+            const Background starter([&] { EXPECT_EQ(thread.Start(&lingering.mEntry), 0); });
+            EXPECT_TRUE(starter.Waits());
+            EXPECT_EQ(lingering.mRuns, 2 * round - 1) << "no second thread beside the first";
+            lingering.mGate.Open();
+        }
         EXPECT_TRUE(Reaches(thread, Thread::kExited));
         EXPECT_EQ(lingering.mRuns, 2 * round);
         lingering.mGate.Open();
@@ -315,11 +309,10 @@ TEST_F(ThreadTest, AKilledThreadHasItsStatusBeforeItEnds)
         ~Leaving() { left = true; }
         std::atomic<bool>& left;
     };
-    Gate gate;
     std::atomic<bool> left{false};
     std::function<void()> wait = [&] {
         const Leaving leaving{left};
-        gate.Wait();
+        mGate.Wait();
     };
     Thread thread("victim", Call, false, 0);
     ASSERT_EQ(thread.Start(&wait), 0);
@@ -327,27 +320,55 @@ TEST_F(ThreadTest, AKilledThreadHasItsStatusBeforeItEnds)
     const std::string task = "/proc/self/task/" + std::to_string(thread.GetThreadPID());
     const auto exists = [&task] { return access(task.c_str(), F_OK) == 0; };
     Logger::Lock();
-    std::thread killer([&] { EXPECT_EQ(thread.Kill(), 0); });  // the line of its status waits
-    EXPECT_TRUE(test::WaitUntil([&] { return left.load(); }));
-    EXPECT_TRUE(
-        test::WaitUntil([&] { return !exists() || test::IsAsleep(thread.GetThreadPID()); }));
-    EXPECT_TRUE(exists());
-    Logger::Unlock();
-    killer.join();
+    {
+        const Background killer([&] { EXPECT_EQ(thread.Kill(), 0); });
+        EXPECT_TRUE(test::WaitUntil([&] { return left.load(); }));
+        EXPECT_TRUE(
+            test::WaitUntil([&] { return !exists() || test::IsAsleep(thread.GetThreadPID()); }));
+        EXPECT_TRUE(exists()) << "the line of its status waits, and it for that";
+        Logger::Unlock();
+    }
     EXPECT_EQ(thread.GetStatus(), Thread::kKilled);
     EXPECT_EQ(thread.Join(), 0);
+}
+
+// A thread holds up the operations while it begins, which here lasts as long as the log is locked.
+TEST_F(ThreadTest, OperationsWaitForAThreadThatBegins)
+{
+    const struct
+    {
+        std::function<int(Thread&)> run;
+        int status;
+    } operations[] = {
+        {[](Thread& thread) { return thread.SendSignal(0); }, Thread::kRunning},
+        {[](Thread& thread) { return thread.Detach(); }, Thread::kDetached},
+        {[](Thread& thread) { return thread.Kill(); }, Thread::kKilled},
+    };
+    for (const auto& operation : operations) {
+        Thread thread("beginner", Gate::WaitAt, false, 0);
+        Logger::Lock();
+        ASSERT_EQ(thread.Start(&mGate), 0);
+        EXPECT_TRUE(test::WaitUntil(
+            [&] { return thread.GetThreadPID() != 0 && test::IsAsleep(thread.GetThreadPID()); }));
+        {
+            const Background other([&] { EXPECT_EQ(operation.run(thread), 0); });
+            EXPECT_TRUE(other.Waits());
+            Logger::Unlock();
+        }
+        EXPECT_EQ(thread.GetStatus(), operation.status);
+        mGate.Open();
+        EXPECT_EQ(thread.Join(), operation.status == Thread::kDetached ? -1 : 0);
+    }
 }
 
 TEST_F(ThreadTest, ADetachMeetsTheEndOfTheThread)
 {
     Thread thread("brief", Gate::WaitAt, false, 0);
-    for (int round = 0; round < 300; ++round) {
-        Gate gate;
-        ASSERT_EQ(thread.Start(&gate), 0);
-        ASSERT_TRUE(Reaches(thread, Thread::kRunning));
+    for (int round = 0; round < 100; ++round) {
+        StartAtGate(thread);
         int detached = -2;
         test::InThreads(2,
-                        [&](int id) { id == 0 ? gate.Open() : void(detached = thread.Detach()); });
+                        [&](int id) { id == 0 ? mGate.Open() : void(detached = thread.Detach()); });
         ASSERT_TRUE(Reaches(thread, Thread::kExited)) << round;
         ASSERT_EQ(thread.Join(), detached == 0 ? -1 : 0) << round;
     }
@@ -357,52 +378,46 @@ TEST_F(ThreadTest, AThreadOfTheHostsOwnMayRunTheBody)
 {
     static Gate gate;
     static std::atomic<Thread*> found{nullptr};
-    for (const bool detached : {false, true}) {
-        Thread thread(
-            "hosted",
-            [](void* argument) {
-                found = Thread::GetCurrentThread();
-                gate.Wait();
-                return argument;
-            },
-            detached, 0);
-        for (int round = 0; round < 3; ++round) {
-            pthread_t handle = 0;
-            ASSERT_EQ(pthread_create(&handle, nullptr, Thread::ThreadMainHandler, &thread), 0);
-            ASSERT_TRUE(Reaches(thread, detached ? Thread::kDetached : Thread::kRunning));
-            EXPECT_EQ(thread.Join(), -1) << "the host's to join";
-            EXPECT_EQ(thread.Start(nullptr), -1);
-            EXPECT_EQ(thread.SendSignal(0), 0);
-            ASSERT_TRUE(test::WaitUntil([&] { return found == &thread; }));
-            gate.Open();
-            ASSERT_TRUE(Reaches(thread, Thread::kExited));
-            EXPECT_EQ(thread.GetThreadHandle(), 0U);
-            EXPECT_EQ(thread.Kill(), -1);
-            if (!detached) {
-                EXPECT_EQ(pthread_join(handle, nullptr), 0);
-            }
+    const auto entry = [](void* argument) {
+        found = Thread::GetCurrentThread();
+        gate.Wait();
+        return argument;
+    };
+    for (const bool detached : {false, true, false}) {
+        Thread thread("hosted", entry, detached, 0);
+        pthread_t handle = 0;
+        ASSERT_EQ(pthread_create(&handle, nullptr, Thread::ThreadMainHandler, &thread), 0);
+        ASSERT_TRUE(Reaches(thread, detached ? Thread::kDetached : Thread::kRunning));
+        EXPECT_EQ(thread.Join(), -1) << "the host's to join";
+        EXPECT_EQ(thread.Start(nullptr), -1);
+        EXPECT_EQ(thread.SendSignal(0), 0);
+        ASSERT_TRUE(test::WaitUntil([&] { return found == &thread; }));
+        gate.Open();
+        ASSERT_TRUE(Reaches(thread, Thread::kExited));
+        EXPECT_EQ(thread.GetThreadHandle(), 0U);
+        EXPECT_EQ(thread.Kill(), -1);
+        if (!detached) {
+            EXPECT_EQ(pthread_join(handle, nullptr), 0);
         }
     }
 }
 
 TEST_F(ThreadTest, DetachesByFlagOrByCall)
 {
-    Gate gate;
     Thread byFlag("flag", Gate::WaitAt, true, 0);
     Thread byCall("call", Gate::WaitAt, false, 0);
-    byFlag.Start(&gate);
-    byCall.Start(&gate);
-    ASSERT_TRUE(Reaches(byCall, Thread::kRunning));
+    EXPECT_EQ(byFlag.Start(&mGate), 0);
+    StartAtGate(byCall);
     EXPECT_EQ(byCall.Detach(), 0);
     ASSERT_TRUE(Reaches(byFlag, Thread::kDetached));
     EXPECT_TRUE(byFlag.IsRunning());
     EXPECT_EQ(byFlag.Join(), -1);
     EXPECT_EQ(byCall.Join(), -1);
     EXPECT_EQ(byCall.Detach(), -1);
-    EXPECT_EQ(byFlag.Start(&gate), -1) << "it runs already";
+    EXPECT_EQ(byFlag.Start(&mGate), -1) << "it runs already";
     ExpectWarning("Thread flag is DETACHED?? can not join");
-    gate.Open();
-    gate.Open();
+    mGate.Open();
+    mGate.Open();
     EXPECT_TRUE(Reaches(byFlag, Thread::kExited));
     EXPECT_TRUE(Reaches(byCall, Thread::kExited));
 }
@@ -410,46 +425,28 @@ TEST_F(ThreadTest, DetachesByFlagOrByCall)
 TEST_F(ThreadTest, ADetachedThreadMayOutliveItsObject)
 {
     const int threads = test::CountThreads();
-    Gate gate;
     for (int round = 0; round < 20; ++round) {
         Thread thread("short-lived object", Gate::WaitAt, true, 0);
-        ASSERT_EQ(thread.Start(&gate), 0);
+        ASSERT_EQ(thread.Start(&mGate), 0);
         if (round % 2 == 0) {
             ASSERT_TRUE(Reaches(thread, Thread::kDetached));
         }
     }
     ExpectLine("Deleting Thread : short-lived object");
     for (int round = 0; round < 20; ++round) {
-        gate.Open();
+        mGate.Open();
     }
-    EXPECT_TRUE(test::WaitUntil([&] { return test::CountThreads() <= threads + 1; }));
-}
-
-TEST_F(ThreadTest, AnEndedDetachedThreadLeavesNoHandle)
-{
-    Thread thread("brief", nullptr, true, 0);
-    for (int round = 0; round < 300; ++round) {
-        ASSERT_EQ(thread.Start(nullptr), 0);
-        ASSERT_TRUE(Reaches(thread, Thread::kExited));
-        ASSERT_EQ(thread.GetThreadHandle(), 0U) << "it is soon another thread's";
-    }
-}
-
-TEST_F(ThreadTest, AnEntryMayDeleteItsOwnObject)
-{
-    const int threads = test::CountThreads();
-    Thread* objects[200] = {};
-    std::function<void()> entries[200];
-    std::atomic<int> deleted{0};  // the last that an entry touches of this stack
-    for (int round = 0; round < 200; ++round) {
-        entries[round] = [&objects, &deleted, round] {
-            delete objects[round];
-            ++deleted;
+    for (int round = 0; round < 100; ++round) {
+        Thread* object = nullptr;
+        std::atomic<bool> deleted{false};  // the last that the entry touches of this stack
+        std::function<void()> deleteIt = [&] {
+            delete object;
+            deleted = true;
         };
-        objects[round] = new Thread("self", Call, true, 0);
-        ASSERT_EQ(objects[round]->Start(&entries[round]), 0);
+        object = new Thread("self", Call, true, 0);
+        ASSERT_EQ(object->Start(&deleteIt), 0);
+        EXPECT_TRUE(test::WaitUntil([&] { return deleted.load(); }));
     }
-    EXPECT_TRUE(test::WaitUntil([&] { return deleted == 200; }));
     EXPECT_TRUE(test::WaitUntil([&] { return test::CountThreads() <= threads + 1; }));
 }
 
@@ -465,6 +462,7 @@ TEST_F(ThreadTest, ExitEndsOnlyTheOwnThread)
     Thread thread("leaver", Call, false, 0);
     thread.Start(&leave);
     ASSERT_TRUE(Reaches(thread, Thread::kExited));
+    EXPECT_EQ(thread.SendSignal(0), -1);
     EXPECT_EQ(thread.Join(), 0);
     EXPECT_EQ(found, &thread);
     EXPECT_FALSE(returned);
@@ -477,25 +475,19 @@ TEST_F(ThreadTest, SignalsReachARunningThread)
     struct sigaction action = {};
     action.sa_handler = [](int) { receiver = Thread::GetTid(); };
     sigaction(SIGUSR1, &action, nullptr);
-    Gate gate;
     Thread thread("target", Gate::WaitAt, false, 0);
-    thread.Start(&gate);
-    ASSERT_TRUE(Reaches(thread, Thread::kRunning));
+    StartAtGate(thread);
     EXPECT_EQ(thread.SendSignal(SIGUSR1), 0);
     EXPECT_TRUE(test::WaitUntil([&] { return receiver == thread.GetThreadPID(); }));
     EXPECT_EQ(thread.SendSignal(1000), EINVAL) << "the POSIX result";
-    gate.Open();
-    ASSERT_TRUE(Reaches(thread, Thread::kExited));
-    EXPECT_EQ(thread.SendSignal(0), -1);
-    thread.Join();
+    mGate.Open();
+    EXPECT_EQ(thread.Join(), 0);
 }
 
 TEST_F(ThreadTest, AsksForRealTimeScheduling)
 {
-    Gate gate;
     Thread thread("urgent", Gate::WaitAt, false, 10);
-    thread.Start(&gate);
-    ASSERT_TRUE(Reaches(thread, Thread::kRunning));
+    StartAtGate(thread);
     const int result = thread.SetPriorityImpl();
     int policy = -1;
     sched_param parameters = {};
@@ -509,8 +501,8 @@ TEST_F(ThreadTest, AsksForRealTimeScheduling)
     }
     EXPECT_EQ(thread.SetPriority(1000), 0);
     EXPECT_EQ(thread.SetPriorityImpl(), EINVAL);
-    gate.Open();
-    while (thread.Join() != 0) {}
+    mGate.Open();
+    EXPECT_EQ(thread.Join(), 0);
 }
 
 TEST_F(ThreadTest, WrapsAThreadThatRuns)
@@ -532,14 +524,17 @@ TEST_F(ThreadTest, WrapsAThreadThatRuns)
 TEST_F(ThreadTest, TheListShowsTheObjectsThatExist)
 {
     ThreadList* const list = ThreadList::GetInstance();
-    list->ShowThread();
+    const auto show = [] {
+        CmdParser line("thread_show");
+        char result[CmdMgr::kResultSize];
+        EXPECT_EQ(CmdMgr::GetInstance(0)->CmdExecute(&line, result), 0);
+    };
+    show();
     EXPECT_EQ(mLog.Text(), " All Thread Count = 0\n");
 
-    Gate gate;
     Thread idle(nullptr, nullptr, false, 7);
     Thread running("running", Gate::WaitAt, false, 0);
-    running.Start(&gate);
-    ASSERT_TRUE(test::WaitUntil([&] { return running.IsRunning(); }));
+    StartAtGate(running);
     unsigned long goneHandle = 0;
     {
         Thread gone("gone", Thread::GetSelf());
@@ -556,39 +551,28 @@ TEST_F(ThreadTest, TheListShowsTheObjectsThatExist)
                   "  [1] Thread[running] Priority = 0, Status = 1, IsRunning = 1, pid = %d, "
                   "ThreadID = %x\n",
                   running.GetThreadPID(), static_cast<unsigned>(running.GetThreadHandle()));
-    list->ShowThread();
+    show();
     EXPECT_THAT(mLog.Text(), testing::EndsWith(expected));
-    gate.Open();
-    running.Join();
+    mGate.Open();
+    EXPECT_EQ(running.Join(), 0);
 }
 
 TEST_F(ThreadTest, NothingIsLoggedUnderTheRegistrysLock)
 {
-    Gate gate;
     Thread ending("ending", Gate::WaitAt, false, 0);
-    ASSERT_EQ(ending.Start(&gate), 0);
-    ASSERT_TRUE(Reaches(ending, Thread::kRunning));
+    StartAtGate(ending);
     Logger::Lock();
-    std::atomic<int> tid{0};
-    std::thread listing([&tid] {
-        tid = Thread::GetTid();
-        ThreadList::GetInstance()->ShowThread();
-    });
-    gate.Open();
-    const std::string before = mLog.Text();
-    EXPECT_TRUE(test::WaitUntil([&] {  // both wait for the log
-        return tid != 0 && test::IsAsleep(tid) && test::IsAsleep(ending.GetThreadPID());
-    }));
-    std::atomic<bool> answered{false};
-    std::thread asking([&] {
-        EXPECT_EQ(Thread::GetCurrentThread(), nullptr);
-        answered = true;
-    });
-    EXPECT_TRUE(test::WaitUntil([&] { return answered.load(); }));
-    EXPECT_EQ(mLog.Text(), before);
-    Logger::Unlock();
-    asking.join();
-    listing.join();
+    {
+        const Background listing([] { ThreadList::GetInstance()->ShowThread(); });
+        mGate.Open();
+        const std::string before = mLog.Text();
+        EXPECT_TRUE(listing.Waits());
+        EXPECT_TRUE(test::WaitUntil([&] { return test::IsAsleep(ending.GetThreadPID()); }));
+        const Background asking([] { EXPECT_EQ(Thread::GetCurrentThread(), nullptr); });
+        EXPECT_TRUE(asking.Returns());
+        EXPECT_EQ(mLog.Text(), before);
+        Logger::Unlock();
+    }
     EXPECT_EQ(ending.Join(), 0);
 }
 
