@@ -4,7 +4,7 @@ import subprocess
 import tempfile
 import unittest
 
-from console_process import CLIENT, Host, wait_until
+from console_process import CLIENT, Host, run, wait_until
 
 class Terminal:
     """The client in a terminal of its own."""
@@ -174,6 +174,33 @@ class AtATerminal(unittest.TestCase):
                                 "it after its linger time (10 s unless its cmd.conf says otherwise)")
         self.terminal.keys("C-c")
         self.assertEqual(self.terminal.exit_status(), "130")
+
+    def test_it_waits_for_a_console_that_serves_somebody_else(self):
+        waiting = Terminal(self.host.port, self.home.name)
+        self.addCleanup(waiting.close)
+        self.assertTrue(waiting.ends_with("html5-video-console: waiting: the console may be serving somebody "
+                                          "else; ^C ends this"), waiting.screen())
+        waiting.keys("C-c")
+        self.assertEqual(waiting.exit_status(), "130")
+
+class AfterItsClient(unittest.TestCase):
+    def test_an_endless_loop_ends_and_the_next_client_is_served(self):
+        host = Host(settings="linger=1\n")
+        self.addCleanup(host.stop)
+        with tempfile.TemporaryDirectory() as home:
+            for line in ("WHILE 1 == 1", "SLEEP 100000"):
+                terminal = Terminal(host.port, home)
+                self.addCleanup(terminal.close)
+                self.assertTrue(terminal.ends_with("CMD>"), terminal.screen())
+                for part in (line, "SLEEP 10", "END")[:3 if line.startswith("WHILE") else 1]:
+                    terminal.enter(part)
+                    self.assertTrue(wait_until(lambda part=part: part in terminal.screen()))
+                terminal.keys("C-c")
+                self.assertTrue(wait_until(lambda: "linger time" in terminal.screen()))
+                terminal.keys("C-c")
+                self.assertEqual(terminal.exit_status(), "130")
+                self.assertEqual(run("--port", host.port, "--exec", "PRINT next").returncode, 0)
+        self.assertEqual(host.output(), "next\nnext\n")
 
 if __name__ == "__main__":
     unittest.main()
