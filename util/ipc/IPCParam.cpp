@@ -38,9 +38,38 @@ std::size_t EncodedLength(const IPCParam::Arg& argument)
            (argument.mType == kBlock ? wire::kLengthSize : 0);
 }
 
-std::size_t NameLength(const char* name)
+// Return the position behind what they store.
+unsigned char* StoreName(const IPCParam::Arg& argument, unsigned char* to)
 {
-    return name != nullptr ? strnlen(name, sizeof(IPCParam::Arg::mName)) : 0;
+    wire::CopyWords(to, argument.mName, argument.mNameLen);
+    return to + argument.mNameLen;
+}
+
+unsigned char* StoreInteger(const IPCParam::Arg& argument, unsigned char* to)
+{
+    return wire::Store32(StoreName(argument, to), static_cast<std::int32_t>(argument.mValue));
+}
+
+unsigned char* NewBlock(const void* block, int length)
+{
+    const auto size = static_cast<std::size_t>(length);
+    unsigned char* const copy = new unsigned char[size];
+    if (size != 0) {
+        std::memcpy(copy, block, size);
+    }
+    return copy;
+}
+
+unsigned char* NewText(const char* text, std::size_t length)
+{
+    unsigned char* const copy = new unsigned char[wire::Pad4(length)];
+    wire::StoreText(copy, text, length);
+    return copy;
+}
+
+const char* TextOrEmpty(const char* text)
+{
+    return text != nullptr ? text : "";
 }
 }  // namespace
 
@@ -75,6 +104,28 @@ public:
         return reinterpret_cast<const char*>(Take(wire::Pad4(length)));
     }
 
+    // The same into an argument's name. Word by word, as it is padded: to search for the end and to
+    // copy, by a call each, takes longer.
+    bool TakeName(Arg& argument)
+    {
+        auto* const name = reinterpret_cast<unsigned char*>(argument.mName);
+        const unsigned char* const from = mAt;
+        const std::size_t room = std::min(mLeft, sizeof(argument.mName));
+        for (std::size_t at = 0; at + 4 <= room; at += 4) {
+            const std::uint32_t word = wire::LoadWord(from + at);
+            const std::uint32_t nuls = wire::NulsOf(word);
+            if (nuls != 0) {
+                wire::StoreWord(name + at, wire::CutAtNul(word, nuls));
+                argument.mNameLen = static_cast<unsigned char>(at + 4);
+                mAt += at + 4;
+                mLeft -= at + 4;
+                return true;
+            }
+            wire::StoreWord(name + at, word);
+        }
+        return TakeLongName(argument);
+    }
+
     bool TakeNumber(int& number)
     {
         const unsigned char* const bytes = Take(4);
@@ -85,20 +136,39 @@ public:
     int Consumed() const { return static_cast<int>(mAt - mBegin); }
 
 private:
+    // One that is cut, or longer than what is kept of it.
+    bool TakeLongName(Arg& argument)
+    {
+        std::size_t length = 0;
+        const char* const text = TakeText(length);
+        if (text != nullptr) {
+            argument.SetName(text);
+        }
+        return text != nullptr;
+    }
+
     const unsigned char* const mBegin;
     const unsigned char* mAt;
     std::size_t mLeft;
 };
 
-IPCParam::Arg::Arg(const char* name) : Arg(name, NameLength(name), kNull, 0) {}
-
 // The name is zero-padded within the array as it is on the wire.
-IPCParam::Arg::Arg(const char* name, std::size_t nameLength, char type, int length)
-    : mType(type), mLen(length), mValue(0)
+inline void IPCParam::Arg::SetName(const char* name)
 {
-    const std::size_t kept = std::min(nameLength, sizeof(mName) - 1);
-    wire::StoreText(reinterpret_cast<unsigned char*>(mName), name, kept);
-    mNameLen = static_cast<unsigned char>(wire::Pad4(kept));
+    std::size_t at = 0;
+    std::uint32_t word = 0;
+    do {
+        word = wire::TextWord(name + at);
+        wire::StoreWord(reinterpret_cast<unsigned char*>(mName) + at, word);
+        at += 4;
+    } while (word >> 24 != 0 && at < sizeof(mName));
+    mName[sizeof(mName) - 1] = '\0';
+    mNameLen = static_cast<unsigned char>(at);
+}
+
+IPCParam::Arg::Arg(const char* name) : mType(kNull), mLen(0), mValue(0)
+{
+    SetName(TextOrEmpty(name));
 }
 
 IPCParam::IPCParam() : mCount(0), mAllocated(false) {}
@@ -110,23 +180,40 @@ IPCParam::~IPCParam()
     }
 }
 
+// An argument more, the integer 0; its name is for the caller to set.
+inline IPCParam::Arg* IPCParam::Append()
+{
+    void* const place = mCount < kInlineArgs ? At(mCount) : PlaceForMore();
+    ++mCount;
+    return new (place) Arg;
+}
+
 void IPCParam::Add(const char* name, int value)
 {
-    AppendInteger(name, NameLength(name), value);
+    Arg* const argument = Append();
+    argument->SetName(TextOrEmpty(name));
+    argument->mValue = value;
 }
 
 void IPCParam::Add(const char* name, const void* block, int length)
 {
-    AppendBlock(name, NameLength(name), block, block != nullptr ? std::max(length, 0) : 0);
+    const int size = block != nullptr ? std::max(length, 0) : 0;
+    unsigned char* const copy = NewBlock(block, size);
+    Add(name, 0);
+    Give(*At(mCount - 1), kBlock, size, copy);
 }
 
 void IPCParam::Add(const char* name, const char* string)
 {
     if (string == nullptr) {
-        Append(name, NameLength(name), kNull, 0);
+        Add(name, 0);
+        Give(*At(mCount - 1), kNull, 0, nullptr);
         return;
     }
-    AppendString(name, NameLength(name), string, std::strlen(string));
+    const std::size_t length = std::strlen(string);
+    unsigned char* const copy = NewText(string, length);
+    Add(name, 0);
+    Give(*At(mCount - 1), kString, static_cast<int>(wire::Pad4(length)), copy);
 }
 
 // Memory for an argument that does not fit into the object.
@@ -152,42 +239,18 @@ void IPCParam::ReserveMore(int count)
     mMore->Reserve(more);
 }
 
-IPCParam::Arg* IPCParam::Append(const char* name, std::size_t nameLength, char type, int length)
-{
-    void* const place = mCount < kInlineArgs ? At(mCount) : PlaceForMore();
-    ++mCount;
-    return new (place) Arg(name, nameLength, type, length);
-}
-
-void IPCParam::AppendInteger(const char* name, std::size_t nameLength, int value)
-{
-    Append(name, nameLength, kInteger, 4)->mValue = value;
-}
-
-void IPCParam::AppendBlock(const char* name, std::size_t nameLength, const void* block, int length)
+// Makes the argument one of that type; the buffer becomes its own.
+void IPCParam::Give(Arg& argument, char type, int length, unsigned char* buffer)
 {
     mAllocated = true;
-    const auto size = static_cast<std::size_t>(length);
-    unsigned char* const copy = new unsigned char[size];
-    if (size != 0) {
-        std::memcpy(copy, block, size);
-    }
-    Append(name, nameLength, kBlock, length)->mValue = reinterpret_cast<std::intptr_t>(copy);
-}
-
-void IPCParam::AppendString(const char* name, std::size_t nameLength, const char* string,
-                            std::size_t length)
-{
-    mAllocated = true;
-    unsigned char* const copy = new unsigned char[wire::Pad4(length)];
-    wire::StoreText(copy, string, length);
-    Append(name, nameLength, kString, static_cast<int>(wire::Pad4(length)))->mValue =
-        reinterpret_cast<std::intptr_t>(copy);
+    argument.mType = type;
+    argument.mLen = length;
+    argument.mValue = reinterpret_cast<std::intptr_t>(buffer);
 }
 
 IPCParam::Arg* IPCParam::GetArg(int index)
 {
-    if (index < 0 || index >= mCount) {
+    if (static_cast<unsigned>(index) >= static_cast<unsigned>(mCount)) {
         TAVI_ERROR("");
         return nullptr;
     }
@@ -217,34 +280,30 @@ int IPCParam::Serialize(unsigned char* buffer)
     for (int index = 0; index < count; ++index) {
         const Arg* const argument = At(index);
         codes[index] = static_cast<unsigned char>(argument->mType);
-        at += BinWriteData(argument, at);
+        at = argument->mType == kInteger ? StoreInteger(*argument, at)
+                                         : at + BinWriteData(argument, at);
     }
     return static_cast<int>(at - buffer);
 }
 
 int IPCParam::BinWriteData(const Arg* argument, unsigned char* buffer)
 {
-    unsigned char* at = buffer + argument->mNameLen;
-    const auto length = static_cast<std::size_t>(argument->mLen);
-    switch (argument->mType) {
-        case kInteger:
-            at = wire::Store32(at, static_cast<std::int32_t>(argument->mValue));
-            break;
-        case kString:
-            std::memcpy(at, BufferOf(*argument), length);
-            at += length;
-            break;
-        case kBlock:
-            at = wire::Store32(at, argument->mLen);
-            std::memcpy(at, BufferOf(*argument), length);
-            at += length;
-            break;
-        case kNull:
-            break;
-        default:
-            return 0;
+    const char type = argument->mType;
+    if (type == kInteger) {
+        return static_cast<int>(StoreInteger(*argument, buffer) - buffer);
     }
-    wire::CopyWords(buffer, argument->mName, argument->mNameLen);
+    if (type != kString && type != kBlock && type != kNull) {
+        return 0;
+    }
+    unsigned char* at = StoreName(*argument, buffer);
+    if (type == kBlock) {
+        at = wire::Store32(at, argument->mLen);
+    }
+    if (type != kNull) {
+        const auto length = static_cast<std::size_t>(argument->mLen);
+        std::memcpy(at, BufferOf(*argument), length);
+        at += length;
+    }
     return static_cast<int>(at - buffer);
 }
 
@@ -256,16 +315,51 @@ int IPCParam::DeSerialize(const unsigned char* buffer)
 int IPCParam::DeSerialize(const unsigned char* buffer, int length)
 {
     const int before = mCount;
-    Reader reader(buffer, static_cast<std::size_t>(std::max(length, 0)));
-    const int result = DecodeAll(reader);
+    const int result = DecodeAll(buffer, static_cast<std::size_t>(std::max(length, 0)));
     if (result < 0) {
         RemoveFrom(before);
     }
     return result;
 }
 
-int IPCParam::DecodeAll(Reader& reader)
+// The rest of a string's or block's value; a block's length is in the argument's value so far.
+inline bool IPCParam::TakeBuffer(char type, Arg& argument, Reader& reader)
 {
+    if (type == kString) {
+        std::size_t length = 0;
+        const char* const string = reader.TakeText(length);
+        if (string == nullptr) {
+            return false;
+        }
+        Give(argument, kString, static_cast<int>(wire::Pad4(length)), NewText(string, length));
+        return true;
+    }
+    const int length = static_cast<int>(argument.mValue);
+    const unsigned char* const block =
+        length >= 0 ? reader.Take(static_cast<std::size_t>(length)) : nullptr;
+    if (block == nullptr) {
+        return false;
+    }
+    Give(argument, kBlock, length, NewBlock(block, length));
+    return true;
+}
+
+// False when the encoding ends within the value.
+inline bool IPCParam::TakeValue(char type, Arg& argument, Reader& reader)
+{
+    if (type == kInteger || type == kBlock) {
+        int number = 0;
+        if (!reader.TakeNumber(number)) {
+            return false;
+        }
+        argument.mValue = number;
+    }
+    return type == kInteger || type == kNull || TakeBuffer(type, argument, reader);
+}
+
+int IPCParam::DecodeAll(const unsigned char* buffer, std::size_t length)
+{
+    Reader reader(buffer, length);
     const unsigned char* const code = reader.Take(wire::kCodeSize);
     if (code == nullptr) {
         TAVI_ERROR("De-Serialize Failure Cut Before Start Code");
@@ -288,50 +382,18 @@ int IPCParam::DecodeAll(Reader& reader)
     }
     ReserveMore(static_cast<int>(count));
     for (std::size_t index = 0; index < count; ++index) {
-        if (!DecodeArgument(types[index], reader)) {
+        const char type = types[index];
+        if (type != kInteger && type != kString && type != kBlock && type != kNull) {
+            continue;
+        }
+        Arg& argument = *Append();
+        if (!reader.TakeName(argument) || !TakeValue(type, argument, reader)) {
             TAVI_ERROR("De-Serialize Failure Argument %d of %d Cut At %d", static_cast<int>(index),
                        static_cast<int>(count), reader.Consumed());
             return -1;
         }
     }
     return reader.Consumed();
-}
-
-// False when the encoding ends within the argument.
-bool IPCParam::DecodeArgument(char type, Reader& reader)
-{
-    if (type != kInteger && type != kString && type != kBlock && type != kNull) {
-        return true;
-    }
-    std::size_t nameLength = 0;
-    const char* const name = reader.TakeText(nameLength);
-    if (name == nullptr) {
-        return false;
-    }
-    int number = 0;
-    if (type == kString) {
-        std::size_t length = 0;
-        const char* const string = reader.TakeText(length);
-        if (string == nullptr) {
-            return false;
-        }
-        AppendString(name, nameLength, string, length);
-        return true;
-    }
-    if (type != kNull && !reader.TakeNumber(number)) {
-        return false;
-    }
-    if (type == kBlock) {
-        const unsigned char* const block =
-            number >= 0 ? reader.Take(static_cast<std::size_t>(number)) : nullptr;
-        if (block == nullptr) {
-            return false;
-        }
-        AppendBlock(name, nameLength, block, number);
-        return true;
-    }
-    AppendInteger(name, nameLength, number);
-    return true;
 }
 
 // Destroys the arguments from the position on.

@@ -36,7 +36,8 @@ public:
 
     private:
         friend class IPCParam;
-        HTML5_VIDEO_LOCAL Arg(const char* name, std::size_t nameLength, char type, int length);
+        Arg() : mType('i'), mLen(4), mValue(0) {}  // the integer 0, without a name yet
+        HTML5_VIDEO_LOCAL void SetName(const char* name);
     };
 
     // A decoded record holds at most this many arguments.
@@ -86,14 +87,11 @@ private:
 
     HTML5_VIDEO_LOCAL Arg* PlaceForMore();
     HTML5_VIDEO_LOCAL void ReserveMore(int count);
-    HTML5_VIDEO_LOCAL Arg* Append(const char* name, std::size_t nameLength, char type, int length);
-    HTML5_VIDEO_LOCAL void AppendInteger(const char* name, std::size_t nameLength, int value);
-    HTML5_VIDEO_LOCAL void AppendBlock(const char* name, std::size_t nameLength, const void* block,
-                                       int length);
-    HTML5_VIDEO_LOCAL void AppendString(const char* name, std::size_t nameLength,
-                                        const char* string, std::size_t length);
-    HTML5_VIDEO_LOCAL bool DecodeArgument(char type, Reader& reader);
-    HTML5_VIDEO_LOCAL int DecodeAll(Reader& reader);
+    HTML5_VIDEO_LOCAL Arg* Append();
+    HTML5_VIDEO_LOCAL void Give(Arg& argument, char type, int length, unsigned char* buffer);
+    HTML5_VIDEO_LOCAL bool TakeValue(char type, Arg& argument, Reader& reader);
+    HTML5_VIDEO_LOCAL bool TakeBuffer(char type, Arg& argument, Reader& reader);
+    HTML5_VIDEO_LOCAL int DecodeAll(const unsigned char* buffer, std::size_t length);
     HTML5_VIDEO_LOCAL void RemoveFrom(int count);
 
     // REQUIRES: an index below GetCount().

@@ -1,5 +1,5 @@
-// Internal. The numbers and paddings of the wire: one place writes them and one reads them, byte
-// by byte, so neither alignment nor the processor's byte order matters.
+// Internal. The numbers and paddings of the wire: one place writes them and one reads them, and
+// neither alignment nor the processor's byte order matters.
 #ifndef UTIL_IPC_WIREFORMAT_H
 #define UTIL_IPC_WIREFORMAT_H
 
@@ -23,21 +23,29 @@ constexpr std::size_t Pad4(std::size_t length)
     return (length / 4 + 1) * 4;
 }
 
+// Four bytes as a word, the first one lowest.
+inline std::uint32_t LoadWord(const unsigned char* from)
+{
+    std::uint32_t word = 0;
+    std::memcpy(&word, from, sizeof(word));
+    return __BYTE_ORDER__ == __ORDER_LITTLE_ENDIAN__ ? word : __builtin_bswap32(word);
+}
+
+inline void StoreWord(unsigned char* to, std::uint32_t word)
+{
+    word = __BYTE_ORDER__ == __ORDER_LITTLE_ENDIAN__ ? word : __builtin_bswap32(word);
+    std::memcpy(to, &word, sizeof(word));
+}
+
 inline unsigned char* Store32(unsigned char* to, std::int32_t value)
 {
-    const auto bits = static_cast<std::uint32_t>(value);
-    to[0] = static_cast<unsigned char>(bits);
-    to[1] = static_cast<unsigned char>(bits >> 8);
-    to[2] = static_cast<unsigned char>(bits >> 16);
-    to[3] = static_cast<unsigned char>(bits >> 24);
+    StoreWord(to, static_cast<std::uint32_t>(value));
     return to + 4;
 }
 
 inline std::int32_t Load32(const unsigned char* from)
 {
-    return static_cast<std::int32_t>(
-        static_cast<std::uint32_t>(from[0]) | static_cast<std::uint32_t>(from[1]) << 8 |
-        static_cast<std::uint32_t>(from[2]) << 16 | static_cast<std::uint32_t>(from[3]) << 24);
+    return static_cast<std::int32_t>(LoadWord(from));
 }
 
 // Copies a short multiple of 4 bytes, such as a padded name: a call of memcpy, or what compilers
@@ -47,6 +55,37 @@ inline void CopyWords(unsigned char* to, const char* from, std::size_t length)
     for (std::size_t at = 0; at < length; at += 4) {
         std::memcpy(to + at, from + at, 4);
     }
+}
+
+// The word of four bytes of a text that begin there, with zeros from its NUL on. Nothing behind the
+// NUL is read.
+inline std::uint32_t TextWord(const char* text)
+{
+    const auto byte = [text](int at) {
+        return static_cast<std::uint32_t>(static_cast<unsigned char>(text[at])) << 8 * at;
+    };
+    if (text[0] == '\0') {
+        return 0;
+    }
+    if (text[1] == '\0') {
+        return byte(0);
+    }
+    if (text[2] == '\0') {
+        return byte(0) | byte(1);
+    }
+    return byte(0) | byte(1) | byte(2) | byte(3);
+}
+
+// Where a word has NULs: the lowest bit set is the top one of the first NUL. 0 when it has none.
+constexpr std::uint32_t NulsOf(std::uint32_t word)
+{
+    return (word - 0x01010101U) & ~word & 0x80808080U;
+}
+
+// The word with zeros from its first NUL on. REQUIRES: nuls, its NULs, are not 0.
+constexpr std::uint32_t CutAtNul(std::uint32_t word, std::uint32_t nuls)
+{
+    return word & (nuls ^ (nuls - 1)) >> 8;
 }
 
 // The text and its padding; returns the position behind them.

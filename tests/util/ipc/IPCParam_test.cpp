@@ -118,6 +118,40 @@ TEST(IPCParam, CopiesNamesAndValuesAndCutsLongNames)
     EXPECT_STREQ(record.GetArg(1)->mName, record.GetArg(0)->mName);
 }
 
+// As a peer sends it that leaves what it likes behind a text's NUL.
+std::string WithDirtyPadding(std::string name)
+{
+    const std::size_t padded = test::Text(name).size();
+    name += '\0';
+    name.resize(padded, '\x01');
+    return name;
+}
+
+// The first bytes' values are those that a search for zeros takes for zeros most easily.
+TEST(IPCParam, TakesNamesOfEveryLengthFromCallersAndPeers)
+{
+    const std::string longest = "\x01\x80\xff\x01\x01" + std::string(66, 'n');
+    for (std::size_t length = 0; length < longest.size(); ++length) {
+        const std::string name = longest.substr(0, length);
+        const std::string kept = name.substr(0, 63);
+        const std::string encoded =
+            Hex("00 00 00 48 69 00 00 00") + test::Text(kept) + test::Number(-7);
+        const std::vector<char> exact(name.c_str(), name.c_str() + length + 1);
+        IPCParam own;
+        own.Add(exact.data(), -7);
+        EXPECT_EQ(Encode(own), encoded) << length;
+        const std::string sent = encoded.substr(0, 8) + WithDirtyPadding(name) + test::Number(-7);
+        IPCParam got;
+        EXPECT_EQ(Decode(got, sent), static_cast<int>(sent.size())) << length;
+        EXPECT_EQ(Encode(got), encoded) << length;
+        EXPECT_EQ(got.GetArg(0)->mName, kept) << length;
+        for (std::size_t cut = 8; cut < sent.size(); ++cut) {
+            EXPECT_EQ(Decode(got, sent.substr(0, cut)), -1) << length << ' ' << cut;
+        }
+        EXPECT_EQ(got.GetCount(), 1) << length;
+    }
+}
+
 // The first twelve arguments live in the record, the others elsewhere.
 TEST(IPCParam, RefusesACutEncodingAtEveryLengthAndKeepsTheRecord)
 {
