@@ -1,5 +1,6 @@
 # What is installed, and where. The tree can be moved as a whole: nothing in it names its prefix.
-# Components: runtime (the library), development (headers, CMake package, pkg-config file), tools.
+# Components: runtime (the library), development (headers, CMake package, pkg-config file, examples),
+# tools (the programs, the dissector).
 include(GNUInstallDirs)
 include(CMakePackageConfigHelpers)
 
@@ -33,6 +34,14 @@ configure_file(${PROJECT_SOURCE_DIR}/cmake/html5_video.pc.in
                ${CMAKE_BINARY_DIR}/html5_video.pc @ONLY)
 install(FILES ${CMAKE_BINARY_DIR}/html5_video.pc
         DESTINATION ${html5_video_pkgconfigdir} COMPONENT development)
+
+# The examples, as a project of their own.
+set(html5_video_examplesdir ${CMAKE_INSTALL_DOCDIR}/examples)
+install(FILES ${PROJECT_SOURCE_DIR}/examples/browser.c ${PROJECT_SOURCE_DIR}/examples/console_host.cpp
+              ${PROJECT_SOURCE_DIR}/examples/project/CMakeLists.txt
+        DESTINATION ${html5_video_examplesdir} COMPONENT development)
+install(PROGRAMS ${PROJECT_SOURCE_DIR}/examples/player.py
+        DESTINATION ${html5_video_examplesdir} COMPONENT development)
 
 # The manual pages, where scdoc can make them.
 find_program(SCDOC scdoc)

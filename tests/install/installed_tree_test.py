@@ -1,5 +1,6 @@
 """The installed tree, as somebody meets it who has nothing else: installed into a folder, moved to
-another one, found by pkg-config and by CMake, its headers compiled each alone.
+another one, found by pkg-config and by CMake, its headers compiled each alone, its examples built
+and played.
 
     installed_tree_test.py SOURCE BUILD CXX CC InstalledTree | SourcesTakenIn
 
@@ -23,8 +24,6 @@ set(CMAKE_CXX_STANDARD 17)
 %s
 add_executable(user_browser %s/examples/browser.c)
 target_link_libraries(user_browser PRIVATE html5_video::html5_video)
-add_executable(user_console_host %s/examples/console_host.cpp)
-target_link_libraries(user_console_host PRIVATE html5_video::html5_video)
 """
 
 
@@ -48,20 +47,12 @@ class Users(unittest.TestCase):
     def tearDownClass(cls):
         shutil.rmtree(cls.folder)
 
-    def runs(self, program):
-        """The program finds its library and prints its usage."""
-        done = subprocess.run([program], env=self.environment, capture_output=True, text=True)
-        self.assertEqual(done.returncode, 2, done.stderr)
-        self.assertIn("Usage", done.stderr)
-
-    def build_with_cmake(self, name, way, *options):
-        project = self.folder / name
-        project.mkdir()
-        (project / "CMakeLists.txt").write_text(PROJECT % (way, SOURCE, SOURCE))
-        run("cmake", "-S", project, "-B", project / "build", f"-DCMAKE_CXX_COMPILER={CXX}",
+    def build_with_cmake(self, project, *options):
+        build = self.folder / f"built_{project.name}"
+        run("cmake", "-S", project, "-B", build, f"-DCMAKE_CXX_COMPILER={CXX}",
             f"-DCMAKE_C_COMPILER={CC}", *options)
-        run("cmake", "--build", project / "build", "--parallel", "2")
-        self.runs(project / "build" / "user_browser")
+        run("cmake", "--build", build, "--parallel", "2")
+        return build
 
 
 class InstalledTree(Users):
@@ -76,6 +67,7 @@ class InstalledTree(Users):
         (pkgconfig,) = cls.prefix.glob("lib/**/pkgconfig")
         cls.environment = {**os.environ, "PKG_CONFIG_PATH": str(pkgconfig),
                            "LD_LIBRARY_PATH": str(pkgconfig.parent)}
+        (cls.examples,) = cls.prefix.glob("share/doc/*/examples")
 
     def flags(self):
         return run("pkg-config", "--cflags", "--libs", "html5_video", env=self.environment).split()
@@ -97,14 +89,29 @@ class InstalledTree(Users):
 
     def test_pkg_config_builds_the_examples(self):
         browser = self.folder / "pc_browser"
-        run(CC, "-std=c99", SOURCE / "examples/browser.c", "-o", browser, *self.flags())
-        self.runs(browser)
-        run(CXX, "-std=c++17", SOURCE / "examples/console_host.cpp", "-o", self.folder / "pc_host",
+        run(CC, "-std=c99", self.examples / "browser.c", "-o", browser, *self.flags())
+        self.plays(browser)
+        run(CXX, "-std=c++17", self.examples / "console_host.cpp", "-o", self.folder / "pc_host",
             *self.flags(), "-pthread")
 
-    def test_cmake_finds_the_package(self):
-        self.build_with_cmake("package", "find_package(html5_video 1 REQUIRED)",
-                              f"-DCMAKE_PREFIX_PATH={self.prefix}")
+    def test_cmake_builds_the_examples(self):
+        build = self.build_with_cmake(self.examples, f"-DCMAKE_PREFIX_PATH={self.prefix}")
+        self.plays(build / "example_browser")
+
+    def plays(self, browser):
+        """To the end, with the installed player in Python."""
+        with subprocess.Popen([self.examples / "player.py"], stderr=subprocess.DEVNULL) as player:
+            try:
+                run(browser, "clock:0.2", env=self.environment, timeout=60)
+            finally:
+                player.terminate()
+
+    def test_the_browser_finds_its_console(self):
+        browser = self.prefix / "bin" / "html5-video-browser"
+        if not browser.exists():
+            self.skipTest("the browser is not built")
+        # By the path in the program itself: no LD_LIBRARY_PATH.
+        run(browser, "--console", "--exec", "quit", timeout=60)
 
     def test_no_file_names_the_prefix_or_the_sources(self):
         for path in self.prefix.rglob("*"):
@@ -115,14 +122,23 @@ class InstalledTree(Users):
 
 
 class SourcesTakenIn(Users):
+    def builds(self, name, way):
+        project = self.folder / name
+        project.mkdir()
+        (project / "CMakeLists.txt").write_text(PROJECT % (way, SOURCE))
+        browser = self.build_with_cmake(project) / "user_browser"
+        done = subprocess.run([browser], capture_output=True, text=True)
+        self.assertEqual(done.returncode, 2, done.stderr)
+        self.assertIn("Usage", done.stderr)
+
     def test_by_the_folder(self):
         # Our warnings are not errors there: -Weverything of theirs would be theirs to bear.
-        self.build_with_cmake("subdirectory", f"""
+        self.builds("subdirectory", f"""
 add_compile_options(-Wall -Wextra -Wpadded)
 add_subdirectory({SOURCE} html5_video)""")
 
     def test_by_fetching(self):
-        self.build_with_cmake("fetched", f"""
+        self.builds("fetched", f"""
 include(FetchContent)
 FetchContent_Declare(html5_video SOURCE_DIR {SOURCE})
 FetchContent_MakeAvailable(html5_video)""")

@@ -102,7 +102,7 @@ int RunScreen(Session& session, std::FILE* output)
     return 0;
 }
 
-// Where the library was loaded from: the console module stands beside it.
+// Where the library was loaded from: the folder of the console module stands beside it.
 std::string FolderOf(const VideoLibrary& library)
 {
     Dl_info place = {};
