@@ -43,24 +43,47 @@ else()
     message(STATUS "The manual pages of library and settings are left out: scdoc is not installed")
 endif()
 
-# The programs' pages are their --help, so these must run here; a sanitizer's are none to install.
+# The programs that are built: targets, and the names of their files.
+set(html5_video_programs)
+foreach(name html5-video-player html5-video-browser html5-video-console html5-video-boxinfo
+             html5-video-web-browser)
+    string(REPLACE html5-video- "" target ${name})
+    foreach(candidate ${target} ${name})
+        if(TARGET ${candidate})
+            list(APPEND html5_video_programs ${name})
+            set(html5_video_target_${name} ${candidate})
+        endif()
+    endforeach()
+endforeach()
+
+# Their pages are their --help, so they must run here; a sanitizer's are none to install.
 find_program(HELP2MAN help2man)
 if(NOT HELP2MAN)
     message(STATUS "The programs' manual pages are left out: help2man is not installed")
 elseif(NOT CMAKE_CROSSCOMPILING AND NOT HTML5_VIDEO_SANITIZE)
-    foreach(name html5-video-player html5-video-browser html5-video-console html5-video-boxinfo
-                 html5-video-web-browser)
-        string(REPLACE html5-video- "" target ${name})
-        if(NOT TARGET ${target})
-            set(target ${name})
-        endif()
-        if(TARGET ${target})
-            set(more ${PROJECT_SOURCE_DIR}/docs/man/${name}.h2m)
-            html5_video_page(${name}.1 tools DEPENDS ${target} ${more} COMMAND
-                "'${HELP2MAN}' --no-info --include '${more}' '$<TARGET_FILE:${target}>'")
-        endif()
+    foreach(name ${html5_video_programs})
+        set(target ${html5_video_target_${name}})
+        set(more ${PROJECT_SOURCE_DIR}/docs/man/${name}.h2m)
+        html5_video_page(${name}.1 tools DEPENDS ${target} ${more} COMMAND
+            "'${HELP2MAN}' --no-info --include '${more}' '$<TARGET_FILE:${target}>'")
     endforeach()
 endif()
 if(html5_video_pages)
     add_custom_target(html5_video_pages ALL DEPENDS ${html5_video_pages})
 endif()
+
+# Bash looks for a file of the program's name; what is in it serves all of them.
+foreach(name ${html5_video_programs})
+    install(FILES ${PROJECT_SOURCE_DIR}/tools/completion.bash RENAME ${name}
+            DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions COMPONENT tools)
+endforeach()
+
+# What a user of the library reads; the folders stay as they are, so that the links hold.
+install(FILES ${PROJECT_SOURCE_DIR}/README.md ${PROJECT_SOURCE_DIR}/CHANGELOG.md
+        DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT development)
+foreach(page README console integration platform porting protocol security abi)
+    if(EXISTS ${PROJECT_SOURCE_DIR}/docs/${page}.md)
+        install(FILES ${PROJECT_SOURCE_DIR}/docs/${page}.md
+                DESTINATION ${CMAKE_INSTALL_DOCDIR}/docs COMPONENT development)
+    endif()
+endforeach()

@@ -34,7 +34,7 @@ constexpr char kFooter[] =
     "Without --exec and FILE, lines come from standard input; at a terminal they can\n"
     "be edited, recalled (~/.html5_video_console_history, or in $XDG_STATE_HOME) and\n"
     "completed with Tab: words of the language, names of --words, variables declared\n"
-    "in this session. ^C forgets the line, or leaves while a statement runs, ^D quits.\n"
+    "in this session. ^C forgets the line or leaves a statement that runs, ^D quits.\n"
     "\n"
     "The console sends prompts only. What a statement prints, and what a command\n"
     "logs, appears on the standard output and in the log of the console's own\n"
