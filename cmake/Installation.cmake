@@ -42,23 +42,3 @@ install(FILES ${PROJECT_SOURCE_DIR}/examples/browser.c ${PROJECT_SOURCE_DIR}/exa
         DESTINATION ${html5_video_examplesdir} COMPONENT development)
 install(PROGRAMS ${PROJECT_SOURCE_DIR}/examples/player.py
         DESTINATION ${html5_video_examplesdir} COMPONENT development)
-
-# The manual pages, where scdoc can make them.
-find_program(SCDOC scdoc)
-if(SCDOC)
-    set(html5_video_pages)
-    foreach(page html5_video_client.3 cmd.conf.5 logger.conf.5)
-        string(REGEX REPLACE ".*\\." "" section ${page})
-        set(source ${PROJECT_SOURCE_DIR}/docs/man/${page}.scd)
-        set(made ${CMAKE_BINARY_DIR}/man/${page})
-        add_custom_command(OUTPUT ${made} DEPENDS ${source} VERBATIM
-            COMMAND ${CMAKE_COMMAND} -E make_directory ${CMAKE_BINARY_DIR}/man
-            COMMAND sh -c "\"$1\" < \"$2\" > \"$3\"" sh ${SCDOC} ${source} ${made})
-        list(APPEND html5_video_pages ${made})
-        install(FILES ${made} DESTINATION ${CMAKE_INSTALL_MANDIR}/man${section}
-                COMPONENT development)
-    endforeach()
-    add_custom_target(html5_video_pages ALL DEPENDS ${html5_video_pages})
-else()
-    message(STATUS "The manual pages are left out: scdoc is not installed")
-endif()

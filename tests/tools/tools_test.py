@@ -287,7 +287,7 @@ class Endings(ToolsTest):
                             ("player", "The refere")):
             helped = self.at_a_terminal(name, "--help")
             self.assertEqual(helped[:10], start, "nothing of the library's stands before")
-            self.assertIn("Exit status: 0", helped)
+            self.assertIn("Exit status:\n  0  ", helped)
             version = self.at_a_terminal(name, "--version")
             self.assertRegex(version, rf"\Ahtml5-video-{name} \d+\.\d+\.\d+\n\Z")
 

@@ -18,11 +18,13 @@ constexpr char kDescription[] =
     "Without questions: the partitions, where they are mounted, and the sizes there.";
 
 constexpr char kFooter[] =
-    "Exit status: 0 when everything asked about was there; 1 when a device was not mounted, a\n"
-    "path could not be read or a process was not running; 2 for options that make no sense.\n"
+    "Limits: at most 32 partitions; a size of 2147483647 KiB stands for 2 TiB and\n"
+    "more; only the first 4096 bytes of /proc/mounts are searched.\n"
     "\n"
-    "Limits: at most 32 partitions; a size of 2147483647 KiB stands for 2 TiB and more; only the\n"
-    "first 4096 bytes of /proc/mounts are searched.\n"
+    "Exit status:\n"
+    "  0  everything asked about was there\n"
+    "  1  a device was not mounted, a path could not be read or a process not running\n"
+    "  2  options that make no sense\n"
     "\n"
     "Examples:\n"
     "  html5-video-boxinfo --mount /dev/sda1 --space /mnt/usb\n"

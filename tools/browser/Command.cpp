@@ -25,19 +25,19 @@ struct Form
 constexpr Form kForms[] = {
     {"load", Command::kLoad, "u", "load [URL]", "load; without a URL, unload"},
     {"cancel-load", Command::kCancelLoad, "", "cancel-load", "give up loading"},
-    {"play", Command::kPlay, "", "play", ""},
-    {"pause", Command::kPause, "", "pause", ""},
-    {"seek", Command::kSeek, "p", "seek SECONDS", ""},
+    {"play", Command::kPlay, "", "play", "play on from the position"},
+    {"pause", Command::kPause, "", "pause", "hold the position"},
+    {"seek", Command::kSeek, "p", "seek SECONDS", "to this position"},
     {"rate", Command::kRate, "r", "rate RATE", "from -16 to 16; 1 is normal"},
     {"volume", Command::kVolume, "v", "volume VOLUME", "from 0 to 1, which is full"},
-    {"mute", Command::kMute, "b", "mute on|off", ""},
+    {"mute", Command::kMute, "b", "mute on|off", "silence, whatever the volume"},
     {"size", Command::kSize, "xx", "size WIDTH HEIGHT", "of the window in pixels"},
     {"status", Command::kStatus, "", "status", "print the state"},
-    {"wait", Command::kWait, "s", "wait SECONDS", ""},
+    {"wait", Command::kWait, "s", "wait SECONDS", "before the next command"},
     {"wait-status", Command::kWaitStatus, "ks", "wait-status STATE SECONDS",
      "until the state, by name or code"},
     {"wait-position", Command::kWaitPosition, "ms", "wait-position MS SECONDS",
-     "until the position is reached, in the direction of play"},
+     "until it is reached in the direction of play"},
     {"wait-player", Command::kWaitPlayer, "s", "wait-player SECONDS", "until there is a player"},
     {"wait-gone", Command::kWaitGone, "s", "wait-gone SECONDS", "until the player has gone"},
     {"quit", Command::kQuit, "", "quit", "end with status 0"},
@@ -203,12 +203,10 @@ std::string Command::Help()
     std::string text;
     for (const Form& form : kForms) {
         std::string usage = form.usage;
-        if (*form.help != '\0') {
-            usage.resize(std::max(kColumn, usage.size() + 1), ' ');
-        }
+        usage.resize(std::max(kColumn, usage.size() + 2), ' ');
         text += "  " + usage + form.help + "\n";
     }
-    return text + "A URL with blanks stands in double quotes. States, by name and code:\n" +
+    return text + "\nA URL with blanks stands in double quotes.\n\nStates, by code and name:\n" +
            StateTable();
 }
 

@@ -31,20 +31,24 @@ struct Options
 };
 
 constexpr char kFooter[] =
-    "Without --exec and FILE, lines come from standard input; at a terminal they can be edited,\n"
-    "recalled (~/.html5_video_console_history, or in $XDG_STATE_HOME) and completed with Tab:\n"
-    "words of the language, names of --words, variables declared in this session. ^C forgets the\n"
-    "line, or leaves while a statement runs, ^D quits.\n"
+    "Without --exec and FILE, lines come from standard input; at a terminal they can\n"
+    "be edited, recalled (~/.html5_video_console_history, or in $XDG_STATE_HOME) and\n"
+    "completed with Tab: words of the language, names of --words, variables declared\n"
+    "in this session. ^C forgets the line or leaves a statement that runs, ^D quits.\n"
     "\n"
-    "The console sends prompts only. What a statement prints, and what a command logs, appears on\n"
-    "the standard output and in the log of the console's own process, not here; nor can this\n"
-    "program tell whether a statement succeeded.\n"
+    "The console sends prompts only. What a statement prints, and what a command\n"
+    "logs, appears on the standard output and in the log of the console's own\n"
+    "process, not here; nor can this program tell whether a statement succeeded.\n"
     "\n"
     "\"quit\" ends the session: lines behind it are not run, and that is no error.\n"
     "\n"
-    "Exit status: 0 every line was run, or every line up to a \"quit\"; 1 wrong input;\n"
-    "2 wrong usage; 3 no connection, or the opening was refused or not answered; 4 the connection\n"
-    "was lost; 130 left with ^C while a statement ran or the console served somebody else.";
+    "Exit status:\n"
+    "  0    every line was run, or every line up to a \"quit\"\n"
+    "  1    wrong input\n"
+    "  2    wrong usage\n"
+    "  3    no connection, or the opening was refused or not answered\n"
+    "  4    the connection was lost\n"
+    "  130  left with ^C while a statement ran or the console served somebody else";
 
 ExitStatus RunFile(Session* session, const std::string& path)
 {
@@ -134,19 +138,25 @@ int ParseAndRun(int argc, char** argv)
 {
     Options options;
     CLI::App app("Runs statements in a debugging console", "html5-video-console");
-    app.add_option("--host", options.host, "Where the console listens")->capture_default_str();
-    app.add_option("--port", options.port, "Its TCP port")->check(CheckPort)->capture_default_str();
+    app.add_option("--host", options.host, "Where the console listens")
+        ->type_name("ADDRESS")
+        ->capture_default_str();
+    app.add_option("--port", options.port, "Its TCP port")
+        ->check(CheckPort)
+        ->type_name("PORT")
+        ->capture_default_str();
     app.add_option("--timeout", options.timeout,
                    "Seconds to wait for the first prompt, which comes late when the console serves "
                    "somebody else; 0 as long as it takes. Without it 30, at a terminal 0")
-        ->check(CLI::Range(0.0, 86400.0));
+        ->check(CLI::Range(0.0, 86400.0))
+        ->type_name("SECONDS");
     app.add_option("--exec", options.statements, "Run this line, before the file; may be repeated")
         ->type_name("LINE")
         ->allow_extra_args(false);
     app.add_option("--words", options.words,
                    "Complete the names in this file, one a line; the host's command \"commands "
                    "PATH\" writes one")
-        ->type_name("PATH");
+        ->type_name("FILE");
     app.add_option("FILE", options.file, "Run the lines of this file, - for standard input");
     app.footer(kFooter);
     int exitStatus = kSuccess;

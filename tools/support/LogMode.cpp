@@ -12,9 +12,8 @@ void AddLogOption(CLI::App& app, int& mode)
     const std::vector<std::pair<std::string, int>> modes = {
         {"none", kLogNone}, {"stderr", kLogStandardError}, {"file", 2}, {"udp", 3}, {"unix", 4}};
     app.add_option("--log", mode,
-                   "Log in this mode, not in that of ./logger.conf: 0 none, 1 stderr, 2 file, "
-                   "3 udp, 4 unix")
-        ->type_name("MODE")
+                   "Log in this mode, by name or as a number from 0, not in that of ./logger.conf")
+        ->type_name("none|stderr|file|udp|unix")
         ->transform(CLI::CheckedTransformer(modes, CLI::ignore_case).description(""));
 }
 
