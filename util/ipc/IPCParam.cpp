@@ -6,6 +6,7 @@
 #include <cstring>
 #include <new>
 
+#include "util/ipc/GatherList.h"
 #include "util/ipc/IPCLog.h"
 #include "util/ipc/WireFormat.h"
 
@@ -41,6 +42,18 @@ std::size_t EncodedLength(const IPCParam::Arg& argument)
 std::size_t NameLength(const char* name)
 {
     return name != nullptr ? strnlen(name, sizeof(IPCParam::Arg::mName)) : 0;
+}
+
+// What BinWriteData does for a block, whose bytes are left out when the list takes it.
+int WriteBlock(const IPCParam::Arg& argument, unsigned char* buffer, GatherList* list)
+{
+    const auto length = static_cast<std::size_t>(argument.mLen);
+    wire::CopyWords(buffer, argument.mName, argument.mNameLen);
+    unsigned char* const at = wire::Store32(buffer + argument.mNameLen, argument.mLen);
+    if (list == nullptr || !list->Insert(at, BufferOf(argument), length)) {
+        std::memcpy(at, BufferOf(argument), length);
+    }
+    return static_cast<int>(at + length - buffer);
 }
 }  // namespace
 
@@ -209,6 +222,11 @@ int IPCParam::GetSeiralizedLength() const
 
 int IPCParam::Serialize(unsigned char* buffer)
 {
+    return Serialize(buffer, nullptr);
+}
+
+int IPCParam::Serialize(unsigned char* buffer, GatherList* list)
+{
     const int count = mCount;
     const std::size_t codeArea = wire::Pad4(static_cast<std::size_t>(count));
     unsigned char* const codes = wire::StoreCode(buffer, wire::kStartCode);
@@ -217,7 +235,8 @@ int IPCParam::Serialize(unsigned char* buffer)
     for (int index = 0; index < count; ++index) {
         const Arg* const argument = At(index);
         codes[index] = static_cast<unsigned char>(argument->mType);
-        at += BinWriteData(argument, at);
+        at += argument->mType == kBlock ? WriteBlock(*argument, at, list)
+                                        : BinWriteData(argument, at);
     }
     return static_cast<int>(at - buffer);
 }
@@ -235,10 +254,7 @@ int IPCParam::BinWriteData(const Arg* argument, unsigned char* buffer)
             at += length;
             break;
         case kBlock:
-            at = wire::Store32(at, argument->mLen);
-            std::memcpy(at, BufferOf(*argument), length);
-            at += length;
-            break;
+            return WriteBlock(*argument, buffer, nullptr);
         case kNull:
             break;
         default:

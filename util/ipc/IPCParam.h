@@ -14,6 +14,8 @@
 #include "util/Export.h"
 #include "util/container/Vector.h"
 
+class GatherList;
+
 class HTML5_VIDEO_API IPCParam
 {
 public:
@@ -80,6 +82,7 @@ public:
     int DeSerialize(const unsigned char* buffer);
 
 private:
+    friend class IPCSocketChannel;  // gathers what it sends
     class Reader;
 
     static constexpr int kInlineArgs = 12;
@@ -92,6 +95,9 @@ private:
                                        int length);
     HTML5_VIDEO_LOCAL void AppendString(const char* name, std::size_t nameLength,
                                         const char* string, std::size_t length);
+    // With a list, large blocks are inserted into it, and only their place in the buffer is left.
+    HTML5_VIDEO_LOCAL int Serialize(unsigned char* buffer, GatherList* list);
+
     HTML5_VIDEO_LOCAL bool DecodeArgument(char type, Reader& reader);
     HTML5_VIDEO_LOCAL int DecodeAll(Reader& reader);
     HTML5_VIDEO_LOCAL void RemoveFrom(int count);
