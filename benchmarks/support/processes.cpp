@@ -6,14 +6,24 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cstdio>
 #include <cstdlib>
 #include <filesystem>
+#include <fstream>
+#include <string>
 
 namespace bench {
 namespace {
 char sScratch[] = "/tmp/benchmark.XXXXXX";
 pid_t sOwner;
+
+cpu_set_t Affinity()
+{
+    cpu_set_t processors;
+    sched_getaffinity(0, sizeof(processors), &processors);
+    return processors;
+}
 
 void RemoveScratch()
 {
@@ -26,16 +36,33 @@ void RemoveScratch()
 
 void PinToOneProcessor()
 {
-    cpu_set_t all;
-    sched_getaffinity(0, sizeof(all), &all);
-    int last = CPU_SETSIZE - 1;
-    while (last > 0 && !CPU_ISSET(last, &all)) {
-        --last;
+    PinToProcessor(0);
+}
+
+void PinToProcessor(int fromLast)
+{
+    static const cpu_set_t all = Affinity();  // before any call of this
+    int processor = CPU_SETSIZE - 1;
+    while (processor > 0 && (!CPU_ISSET(processor, &all) || fromLast-- > 0)) {
+        --processor;
     }
     cpu_set_t one;
     CPU_ZERO(&one);
-    CPU_SET(last, &one);
+    CPU_SET(processor, &one);
     Require(sched_setaffinity(0, sizeof(one), &one) == 0, "sched_setaffinity");
+}
+
+long PageFaults(pid_t process)
+{
+    std::ifstream file("/proc/" + std::to_string(process) + "/stat");
+    std::string skipped;
+    std::getline(file, skipped, ')');  // the name may hold spaces
+    for (int field = 3; field < 10; ++field) {
+        file >> skipped;
+    }
+    long faults = 0;
+    Require(static_cast<bool>(file >> faults), "/proc");
+    return faults;
 }
 
 void EnterScratchDirectory()

@@ -11,6 +11,12 @@ namespace bench {
 // one: a round trip is then the work of both sides, without waking another processor.
 void PinToOneProcessor();
 
+// The same for another of the machine's processors, counted back from the last, which is 0.
+void PinToProcessor(int fromLast);
+
+// Minor page faults of the process so far.
+long PageFaults(pid_t process);
+
 // The process runs in a fresh directory under /tmp, which is removed at exit.
 void EnterScratchDirectory();
 

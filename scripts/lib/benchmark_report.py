@@ -14,7 +14,9 @@ DOCS = pathlib.Path(__file__).resolve().parents[2] / "docs"
 BEGIN, END = "<!-- results: written by scripts/benchmark -->", "<!-- end of results -->"
 
 # Topics of plain numbers that have a table, and what they count.
-VALUES = {"calls/silent": "system calls of a round trip, both sides", "load/resident": "KiB"}
+VALUES = {"calls/silent": "system calls of a round trip, both sides",
+          "faults/tcp/silent/1MiB/two-cores": "page faults of a round trip, both sides",
+          "load/resident": "KiB"}
 
 
 def exponent(points):

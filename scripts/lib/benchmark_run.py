@@ -12,7 +12,7 @@ import benchmark_goals as goals
 import benchmark_report as report
 
 ROUND_TRIPS = ["tcp/silent/command", "unix/silent/command", "tcp/null/command", "tcp/file/command",
-               "tcp/silent/block"]
+               "tcp/silent/64KiB", "tcp/silent/64KiB/two-cores", "tcp/silent/1MiB/two-cores"]
 
 # What each topic runs, in order: programs with their arguments.
 TOPICS = {
@@ -26,6 +26,7 @@ TOPICS = {
     "console": [["benchmark_console"]],
     "scale": [["benchmark_scale"]],
 }
+BLOCKS = "scale/round-trip-bytes"
 LONGEST = 300  # seconds, for one program
 
 
@@ -59,6 +60,12 @@ def calls_of_a_round_trip(program, cases, folder):
         yield {"topic": f"calls/{name}", "case": case, "value": round(more / (many - few), 2)}
 
 
+def page_faults_of_a_round_trip(program, cases, folder):
+    """Of a large block, in a process of its own for each case: what others free shapes the heap."""
+    for case in cases:
+        yield from run([program, "--calls", "200", "tcp/silent/1MiB/two-cores", case], folder)
+
+
 def stripped_size(library, folder):
     copy = pathlib.Path(folder) / "stripped.so"
     subprocess.run(["strip", "-o", copy, library], check=True)
@@ -76,6 +83,7 @@ def measure(topic, build, folder):
                  if line["topic"] == "round-trip/tcp/silent/command"]
         program = str(build / "bin" / "benchmark_round_trip")
         lines += calls_of_a_round_trip(program, cases, folder)
+        lines += page_faults_of_a_round_trip(program, cases, folder)
     if topic == "load":
         lines.append(stripped_size(build / "lib" / "libhtml5_video.so", folder))
     return lines
@@ -91,7 +99,15 @@ def collect(lines):
             results.setdefault(line["topic"], {})[line["case"]] = line
     for topic, values in points.items():
         results.setdefault(topic, {})[goals.OURS] = {"value": round(report.exponent(values), 2)}
+    if BLOCKS in points:
+        results["scale/2MB-against-1MiB"] = {goals.OURS: {"value": per_byte(points[BLOCKS])}}
     return results, points
+
+
+def per_byte(points):
+    """The time of a byte of the largest block as a multiple of that of the one before."""
+    smaller, larger = (time / size for size, time in points[-2:])
+    return round(larger / smaller, 2)
 
 
 def check(results):

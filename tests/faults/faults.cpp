@@ -109,6 +109,16 @@ FAULT_TRANSFER(write, (int fd, const void* data, size_t length), (fd, data, leng
 FAULT_TRANSFER(send, (int fd, const void* data, size_t length, int flags),
                (fd, data, length, flags))
 
+extern "C" ssize_t sendmsg(int fd, const msghdr* message, int flags)
+{
+    static const auto real = Real<ssize_t (*)(int, const msghdr*, int)>("sendmsg");
+    const Verdict verdict = Judge("sendmsg");
+    if (verdict == Verdict::kShort) {
+        return send(fd, message->msg_iov->iov_base, 1, flags);
+    }
+    return verdict == Verdict::kFail ? -1 : real(fd, message, flags);
+}
+
 // The checked forms that fortified code calls.
 extern "C" ssize_t __recv_chk(int fd, void* data, size_t length, size_t /*room*/, int flags)
 {

@@ -66,6 +66,8 @@ struct Pair
         client.Open();
         IPCParam request;
         request.Add("text", "hello");
+        const std::string block(5000, 'b');
+        request.Add("block", block.data(), 5000);
         Ask(1);
         client.CallWithoutReturn("echo", &request);
         Ask(2);
@@ -303,6 +305,22 @@ TEST(FileFaults, MemoryMayRunOut)
     FailEachCall<Files>({"malloc", {ENOMEM}});
 }
 
+// Fixed for users; the channel receives the rest of a large frame with one call.
+TEST(SocketCalls, ReadTakesAtMost1024BytesWithEach)
+{
+    int pair[2];
+    ASSERT_EQ(socketpair(AF_UNIX, SOCK_STREAM, 0, pair), 0);
+    IPCSocket reader(pair[0]);
+    IPCSocket writer(pair[1]);
+    const std::string bytes(3000, 'b');
+    ASSERT_EQ(writer.WriteBytes(bytes.data(), 3000), 3000);
+    std::string got(3000, '\0');
+    faults_arm("recv", -1, 0);
+    EXPECT_EQ(reader.Read(&got[0], 3000), 3000);
+    EXPECT_GE(faults_disarm(), 3);
+    EXPECT_EQ(got, bytes);
+}
+
 TEST(ThreadFaults, AFailedStartLeavesNoHandle)
 {
     Thread thread("worker", nullptr, false, 0);
@@ -348,7 +366,8 @@ const Fault kOfBoth[] = {{"socket", {EMFILE, ENOMEM}},
 INSTANTIATE_TEST_SUITE_P(Calls, Faults, testing::ValuesIn(kOfBoth), NameOf);
 INSTANTIATE_TEST_SUITE_P(Calls, ConsoleFaults, testing::ValuesIn(kOfBoth), NameOf);
 INSTANTIATE_TEST_SUITE_P(Processes, Faults,
-                         testing::Values(Fault{"fork", {EAGAIN, ENOMEM}},
+                         testing::Values(Fault{"sendmsg", {EINTR, EAGAIN, EPIPE, ENOMEM, 0}},
+                                         Fault{"fork", {EAGAIN, ENOMEM}},
                                          Fault{"eventfd", {EMFILE, ENOMEM}},
                                          Fault{"open", {EINTR, EMFILE, EACCES}}),
                          NameOf);

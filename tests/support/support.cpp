@@ -2,6 +2,7 @@
 
 #include <dirent.h>
 #include <fcntl.h>
+#include <malloc.h>
 #include <net/if.h>
 #include <netinet/in.h>
 #include <sched.h>
@@ -121,6 +122,12 @@ int CountDescriptors()
 int CountThreads()
 {
     return CountEntries("/proc/self/task");
+}
+
+std::size_t AllocatedBytes()
+{
+    const struct mallinfo2 figures = mallinfo2();
+    return figures.uordblks + figures.hblkhd;
 }
 
 bool IsAsleep(int tid)

@@ -3,6 +3,7 @@
 #ifndef TESTS_SUPPORT_SUPPORT_H
 #define TESTS_SUPPORT_SUPPORT_H
 
+#include <cstddef>
 #include <functional>
 #include <string>
 
@@ -41,6 +42,10 @@ void SetLoopback(bool up);
 // Open descriptors and threads of this process.
 int CountDescriptors();
 int CountThreads();
+
+// Memory that this process has allocated, as the C library counts it; not under a sanitizer, which
+// has an allocator of its own.
+std::size_t AllocatedBytes();
 
 // Whether the thread of that kernel id waits in a system call.
 bool IsAsleep(int tid);

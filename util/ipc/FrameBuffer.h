@@ -1,20 +1,20 @@
-// Internal. The bytes of one frame: small ones in the object, which lives on the stack, larger ones
-// on the heap.
+// Internal. The memory for a connection's frames, one at a time: made for the first one, kept for
+// those that follow, given back when the connection ends. As large as the largest one so far, in
+// whole pages.
 #ifndef UTIL_IPC_FRAMEBUFFER_H
 #define UTIL_IPC_FRAMEBUFFER_H
 
 #include <cstddef>
 
-#include "util/ipc/StreamSocket.h"
-
 class FrameBuffer
 {
 public:
-    FrameBuffer() : mData(mInline), mCapacity(sizeof(mInline)) {}
+    FrameBuffer() = default;
     FrameBuffer(const FrameBuffer&) = delete;
     FrameBuffer& operator=(const FrameBuffer&) = delete;
-    ~FrameBuffer();
+    ~FrameBuffer() { Release(); }
 
+    // Where the frame begins; after Reserve it may be another place.
     unsigned char* Data() { return mData; }
     std::size_t Capacity() const { return mCapacity; }
 
@@ -22,15 +22,11 @@ public:
     // then as before.
     bool Reserve(std::size_t size);
 
-    // Receives the bytes from count up to the length; count then says how many have come. Room is
-    // made as they arrive: a peer that promises much and sends little costs little. Without memory
-    // it fails with ENOMEM.
-    Outcome Receive(StreamSocket& socket, int length, long long deadline, int& count);
+    void Release();
 
 private:
-    unsigned char* mData;
-    std::size_t mCapacity;
-    unsigned char mInline[4096];
+    unsigned char* mData = nullptr;
+    std::size_t mCapacity = 0;
 };
 
 #endif  // UTIL_IPC_FRAMEBUFFER_H

@@ -6,6 +6,7 @@
 #include <cstring>
 #include <new>
 
+#include "util/ipc/GatherList.h"
 #include "util/ipc/IPCLog.h"
 #include "util/ipc/WireFormat.h"
 
@@ -50,6 +51,17 @@ unsigned char* StoreInteger(const IPCParam::Arg& argument, unsigned char* to)
     return wire::Store32(StoreName(argument, to), static_cast<std::int32_t>(argument.mValue));
 }
 
+// Leaves out the bytes when the list takes them.
+unsigned char* StoreBlock(const IPCParam::Arg& argument, unsigned char* to, GatherList* list)
+{
+    const auto length = static_cast<std::size_t>(argument.mLen);
+    unsigned char* const at = wire::Store32(StoreName(argument, to), argument.mLen);
+    if (list == nullptr || !list->Insert(at, BufferOf(argument), length)) {
+        std::memcpy(at, BufferOf(argument), length);
+    }
+    return at + length;
+}
+
 unsigned char* NewBlock(const void* block, int length)
 {
     const auto size = static_cast<std::size_t>(length);
@@ -71,6 +83,7 @@ const char* TextOrEmpty(const char* text)
 {
     return text != nullptr ? text : "";
 }
+
 }  // namespace
 
 // Walks an encoding and knows how much of it is left; every step succeeds or fails.
@@ -272,6 +285,11 @@ int IPCParam::GetSeiralizedLength() const
 
 int IPCParam::Serialize(unsigned char* buffer)
 {
+    return Serialize(buffer, nullptr);
+}
+
+int IPCParam::Serialize(unsigned char* buffer, GatherList* list)
+{
     const int count = mCount;
     const std::size_t codeArea = wire::Pad4(static_cast<std::size_t>(count));
     unsigned char* const codes = wire::StoreCode(buffer, wire::kStartCode);
@@ -280,8 +298,16 @@ int IPCParam::Serialize(unsigned char* buffer)
     for (int index = 0; index < count; ++index) {
         const Arg* const argument = At(index);
         codes[index] = static_cast<unsigned char>(argument->mType);
-        at = argument->mType == kInteger ? StoreInteger(*argument, at)
-                                         : at + BinWriteData(argument, at);
+        switch (argument->mType) {
+            case kInteger:
+                at = StoreInteger(*argument, at);
+                break;
+            case kBlock:
+                at = StoreBlock(*argument, at, list);
+                break;
+            default:
+                at += BinWriteData(argument, at);
+        }
     }
     return static_cast<int>(at - buffer);
 }
@@ -292,14 +318,14 @@ int IPCParam::BinWriteData(const Arg* argument, unsigned char* buffer)
     if (type == kInteger) {
         return static_cast<int>(StoreInteger(*argument, buffer) - buffer);
     }
-    if (type != kString && type != kBlock && type != kNull) {
+    if (type == kBlock) {
+        return static_cast<int>(StoreBlock(*argument, buffer, nullptr) - buffer);
+    }
+    if (type != kString && type != kNull) {
         return 0;
     }
     unsigned char* at = StoreName(*argument, buffer);
-    if (type == kBlock) {
-        at = wire::Store32(at, argument->mLen);
-    }
-    if (type != kNull) {
+    if (type == kString) {
         const auto length = static_cast<std::size_t>(argument->mLen);
         std::memcpy(at, BufferOf(*argument), length);
         at += length;

@@ -14,6 +14,8 @@
 #include "util/Export.h"
 #include "util/container/Vector.h"
 
+class GatherList;
+
 class HTML5_VIDEO_API IPCParam
 {
 public:
@@ -81,12 +83,15 @@ public:
     int DeSerialize(const unsigned char* buffer);
 
 private:
+    friend class IPCSocketChannel;  // gathers what it sends
     class Reader;
 
     static constexpr int kInlineArgs = 12;
 
     HTML5_VIDEO_LOCAL Arg* PlaceForMore();
     HTML5_VIDEO_LOCAL void ReserveMore(int count);
+    // With a list, large blocks are inserted into it, and only their place in the buffer is left.
+    HTML5_VIDEO_LOCAL int Serialize(unsigned char* buffer, GatherList* list);
     HTML5_VIDEO_LOCAL Arg* Append();
     HTML5_VIDEO_LOCAL void Give(Arg& argument, char type, int length, unsigned char* buffer);
     HTML5_VIDEO_LOCAL bool TakeValue(char type, Arg& argument, Reader& reader);

@@ -17,7 +17,7 @@
 #include "util/ipc/IPCChannel.h"
 #include "util/os_linux/StaticLock.h"
 
-class FrameBuffer;
+class GatherList;
 class IPCSocket;
 class Mutex;
 class ReplyReader;
@@ -144,8 +144,8 @@ private:
 
     HTML5_VIDEO_LOCAL bool EnsureConnected(bool setOptions, long long deadline);
     HTML5_VIDEO_LOCAL bool SendRequest(const char* method, IPCParam* request, long long deadline);
-    HTML5_VIDEO_LOCAL bool SendOrShutDown(const unsigned char* data, int length,
-                                          long long deadline);
+    HTML5_VIDEO_LOCAL bool SendOrShutDown(GatherList& list, long long deadline);
+    HTML5_VIDEO_LOCAL void ShutDown();
     HTML5_VIDEO_LOCAL int ReceiveReply(IPCParam* reply, long long deadline);
 
     IPCSocket* const mSendSocket;  // used under mMutex; shut down from anywhere

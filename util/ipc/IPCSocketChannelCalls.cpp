@@ -2,7 +2,7 @@
 #include <algorithm>
 #include <cstring>
 
-#include "util/ipc/FrameBuffer.h"
+#include "util/ipc/GatherList.h"
 #include "util/ipc/IPCLog.h"
 #include "util/ipc/IPCParam.h"
 #include "util/ipc/IPCSocket.h"
@@ -86,19 +86,26 @@ bool IPCSocketChannel::EnsureConnected(bool setOptions, long long deadline)
     return true;
 }
 
+// Under mMutex. Calls fail from here on until the connection is another one.
+void IPCSocketChannel::ShutDown()
+{
+    mSendSocket->Shutdown();
+    mSendSocket->mStream->Frame().Release();
+}
+
 // Under mMutex. A frame that went out in part leaves the peer waiting for the rest: nothing sent
 // behind it would be understood.
-bool IPCSocketChannel::SendOrShutDown(const unsigned char* data, int length, long long deadline)
+bool IPCSocketChannel::SendOrShutDown(GatherList& list, long long deadline)
 {
-    if (mReplies->Send(*mSendSocket->mStream, data, length, deadline) == Outcome::kDone) {
+    if (mReplies->Send(*mSendSocket->mStream, list, deadline) == Outcome::kDone) {
         return true;
     }
     TAVI_ERROR("Write Failed");
-    mSendSocket->Shutdown();
+    ShutDown();
     return false;
 }
 
-// Under mMutex. Builds the whole frame and sends it with one system call.
+// Under mMutex. Builds the frame, but for the large blocks, and sends it with one system call.
 bool IPCSocketChannel::SendRequest(const char* method, IPCParam* request, long long deadline)
 {
     const std::size_t nameLength = strnlen(method, sizeof(IPCMethod::mName) - 1);
@@ -109,21 +116,26 @@ bool IPCSocketChannel::SendRequest(const char* method, IPCParam* request, long l
         TAVI_ERROR("Too big length ( > 2 MB ): %zu", length);
         return false;
     }
-    FrameBuffer frame;
-    if (!frame.Reserve(wire::kLengthSize + length)) {
+    StreamSocket& stream = *mSendSocket->mStream;
+    if (!stream.Frame().Reserve(wire::kLengthSize + length)) {
         TAVI_ERROR("No Memory for a request of %zu", length);
         return false;
     }
-    unsigned char* at = wire::Store32(frame.Data(), static_cast<std::int32_t>(length));
+    unsigned char* const frame = stream.Frame().Data();
+    GatherList list(frame);
+    unsigned char* at = wire::Store32(frame, static_cast<std::int32_t>(length));
     at = wire::StoreCode(at, wire::kMethodCode);
     at = wire::StoreText(at, method, nameLength);
-    if (request->Serialize(at) != recordLength) {
+    if (request->Serialize(at, &list) != recordLength) {
         TAVI_ERROR("Serialization Failure");
-        mSendSocket->mStream->SendNow(frame.Data(), wire::kLengthSize);
-        mSendSocket->Shutdown();  // the peer waits for a payload that does not come
+        list.Restart(frame);
+        list.End(frame + wire::kLengthSize);
+        stream.SendNow(list);
+        ShutDown();  // the peer waits for a payload that does not come
         return false;
     }
-    if (!SendOrShutDown(frame.Data(), static_cast<int>(wire::kLengthSize + length), deadline)) {
+    list.End(at + recordLength);
+    if (!SendOrShutDown(list, deadline)) {
         return false;
     }
     mReplies->Expect();
@@ -133,13 +145,13 @@ bool IPCSocketChannel::SendRequest(const char* method, IPCParam* request, long l
 // Under mMutex.
 int IPCSocketChannel::ReceiveReply(IPCParam* reply, long long deadline)
 {
-    FrameBuffer body;
+    StreamSocket& stream = *mSendSocket->mStream;
     int length = 0;
-    const Outcome outcome = mReplies->ReadLast(*mSendSocket->mStream, body, length, deadline);
+    const Outcome outcome = mReplies->ReadLast(stream, length, deadline);
     if (outcome != Outcome::kDone) {
         TAVI_ERROR("Read Failed");
         if (outcome != Outcome::kLate) {
-            mSendSocket->Shutdown();
+            ShutDown();
         }
         return -1;
     }
@@ -150,7 +162,7 @@ int IPCSocketChannel::ReceiveReply(IPCParam* reply, long long deadline)
         TAVI_ERROR("No Returned Param");
         return 0;
     }
-    reply->DeSerialize(body.Data(), length);
+    reply->DeSerialize(stream.Frame().Data(), length);
     return 0;
 }
 
@@ -171,8 +183,10 @@ int IPCSocketChannel::CallWithoutReturn(const char* method, IPCParam* request)
 
 int IPCSocketChannel::SendRaw(unsigned char* data, int length)
 {
+    GatherList list(data);
+    list.End(data + std::max(length, 0));
     const Exchange exchange(*this, false);
-    return exchange.IsConnected() && SendOrShutDown(data, length, exchange.Deadline()) ? 0 : -1;
+    return exchange.IsConnected() && SendOrShutDown(list, exchange.Deadline()) ? 0 : -1;
 }
 
 int IPCSocketChannel::ReceiveRaw(unsigned char* buffer, int length)

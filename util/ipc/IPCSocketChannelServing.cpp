@@ -2,7 +2,7 @@
 #include <cstring>
 #include <memory>
 
-#include "util/ipc/FrameBuffer.h"
+#include "util/ipc/GatherList.h"
 #include "util/ipc/IPCLog.h"
 #include "util/ipc/IPCParam.h"
 #include "util/ipc/IPCSocket.h"
@@ -44,8 +44,9 @@ int IPCSocketChannel::HandleRequest()
     if (arrived == Outcome::kClosed) {
         return -1;
     }
+    int received = 0;
     const bool whole =
-        stream.Read(word, sizeof(word), StreamSocket::kForever) == static_cast<int>(sizeof(word));
+        stream.ReceiveAll(word, sizeof(word), StreamSocket::kForever, received) == Outcome::kDone;
     const int length = whole ? wire::Load32(word) : 0;
     TAVI_INFO("length = %d length2 = %d", length, length2);
     return HandleLength(length);
@@ -72,13 +73,12 @@ int IPCSocketChannel::HandleLength(int length)
         TAVI_ERROR("Too big length ( > 2 MB ): %d", length);
         return stream.Drop(length, StreamSocket::kForever) == Outcome::kDone ? 0 : -1;
     }
-    FrameBuffer payload;
     int received = 0;
-    if (payload.Receive(stream, length, StreamSocket::kForever, received) != Outcome::kDone) {
+    if (stream.ReceiveFrame(length, StreamSocket::kForever, received) != Outcome::kDone) {
         TAVI_ERROR("Payload Cut : %d of %d", received, length);
         return -1;
     }
-    return HandlePayload(payload.Data(), length);
+    return HandlePayload(stream.Frame().Data(), length);
 }
 
 int IPCSocketChannel::HandlePayload(const unsigned char* payload, int length)
@@ -119,8 +119,9 @@ void IPCSocketChannel::Dispatch(const char* method, const unsigned char* paramet
     Reply(result.get());
 }
 
-// Length word and record leave in one system call. A record that the peer would not take is left
-// out: it gets its answer, and the connection stays in step.
+// Length word and record leave in one system call, through the frame, which the request has left. A
+// record that the peer would not take is left out: it gets its answer, and the connection stays in
+// step.
 void IPCSocketChannel::Reply(IPCParam* result)
 {
     int length = result != nullptr ? result->GetSeiralizedLength() : 0;
@@ -128,18 +129,21 @@ void IPCSocketChannel::Reply(IPCParam* result)
         TAVI_ERROR("Too big reply ( > 2 MB ): %d", length);
         length = 0;
     }
-    FrameBuffer frame;
-    if (!frame.Reserve(wire::kLengthSize + static_cast<std::size_t>(length))) {
+    StreamSocket& stream = *mConnSocket->mStream;
+    if (!stream.Frame().Reserve(wire::kLengthSize + static_cast<std::size_t>(length))) {
         TAVI_ERROR("No Memory for a reply of %d", length);
         mConnSocket->Shutdown();
         return;
     }
-    if (length > 0 && result->Serialize(frame.Data() + wire::kLengthSize) != length) {
+    unsigned char* const frame = stream.Frame().Data();
+    GatherList list(frame);
+    if (length > 0 && result->Serialize(frame + wire::kLengthSize, &list) != length) {
         TAVI_ERROR("Serialization Failure");
+        list.Restart(frame);
         length = 0;
     }
-    wire::Store32(frame.Data(), length);
+    wire::Store32(frame, length);
+    list.End(frame + wire::kLengthSize + length);
     ReplyReader none;  // this side calls nothing on the connection: no reply is owed
-    none.Send(*mConnSocket->mStream, frame.Data(), static_cast<int>(wire::kLengthSize) + length,
-              StreamSocket::kForever);
+    none.Send(stream, list, StreamSocket::kForever);
 }

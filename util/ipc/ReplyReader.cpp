@@ -6,7 +6,7 @@
 #include <cerrno>
 #include <cstring>
 
-#include "util/ipc/FrameBuffer.h"
+#include "util/ipc/GatherList.h"
 #include "util/ipc/IPCLog.h"
 #include "util/ipc/WireFormat.h"
 
@@ -14,17 +14,15 @@ namespace {
 constexpr int kLengthBytes = static_cast<int>(wire::kLengthSize);
 }  // namespace
 
-Outcome ReplyReader::Send(StreamSocket& socket, const unsigned char* data, int length,
-                          long long deadline)
+Outcome ReplyReader::Send(StreamSocket& socket, GatherList& list, long long deadline)
 {
-    while (length > 0) {
-        const int sent = socket.SendNow(data, length);
+    while (list.Count() > 0) {
+        const int sent = socket.SendNow(list);
         if (sent >= 0) {
-            data += sent;
-            length -= sent;
+            list.Sent(static_cast<std::size_t>(sent));
             continue;
         }
-        if (errno != EAGAIN) {
+        if (errno != EAGAIN && errno != EINTR) {
             return Outcome::kFailed;
         }
         const bool owed = IsOwed();
@@ -106,8 +104,7 @@ bool ReplyReader::DropArrived(StreamSocket& socket)
     return outcome == Outcome::kDone || outcome == Outcome::kLate;
 }
 
-Outcome ReplyReader::ReadLast(StreamSocket& socket, FrameBuffer& buffer, int& length,
-                              long long deadline)
+Outcome ReplyReader::ReadLast(StreamSocket& socket, int& length, long long deadline)
 {
     Outcome outcome = Outcome::kDone;
     while (mOwed > 1 && outcome == Outcome::kDone) {
@@ -121,7 +118,7 @@ Outcome ReplyReader::ReadLast(StreamSocket& socket, FrameBuffer& buffer, int& le
     }
     length = mBodyLeft;
     int count = 0;
-    outcome = buffer.Receive(socket, length, deadline, count);
+    outcome = socket.ReceiveFrame(length, deadline, count);
     mBodyLeft -= count;
     if (outcome == Outcome::kDone) {
         Finish();

@@ -8,7 +8,7 @@
 
 #include "util/ipc/StreamSocket.h"
 
-class FrameBuffer;
+class GatherList;
 
 class ReplyReader
 {
@@ -20,19 +20,19 @@ public:
     void Expect() { ++mOwed; }
     bool IsOwed() const { return mOwed > 0; }
 
-    // Sends all the bytes before the deadline; when that is not done, an unknown part has gone out.
-    // Owed replies that arrive while there is no room to send are dropped: a peer that waits for us
-    // to take them would never read on otherwise.
-    Outcome Send(StreamSocket& socket, const unsigned char* data, int length, long long deadline);
+    // Sends all of the list before the deadline; when that is not done, an unknown part has gone
+    // out. Owed replies that arrive while there is no room to send are dropped: a peer that waits
+    // for us to take them would never read on otherwise.
+    Outcome Send(StreamSocket& socket, GatherList& list, long long deadline);
 
     // Counts bytes that somebody else received on the connection: what belongs to an owed reply has
     // then come, in part or whole.
     void Take(const unsigned char* bytes, int length);
 
-    // Drops the owed replies but the last and reads that one's bytes into the buffer, length is
-    // their count (0 for a reply without a record). After kLate the connection is in step and the
-    // reply still owed; after kClosed and kFailed it can not be used any more.
-    Outcome ReadLast(StreamSocket& socket, FrameBuffer& buffer, int& length, long long deadline);
+    // Drops the owed replies but the last and reads that one's bytes into the socket's frame,
+    // length is their count (0 for a reply without a record). After kLate the connection is in step
+    // and the reply still owed; after kClosed and kFailed it can not be used any more.
+    Outcome ReadLast(StreamSocket& socket, int& length, long long deadline);
 
 private:
     Outcome ReadLength(StreamSocket& socket, long long deadline);

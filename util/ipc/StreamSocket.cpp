@@ -12,9 +12,13 @@
 #include <climits>
 #include <cstring>
 
+#include "util/ipc/GatherList.h"
 #include "util/os_linux/FileDescriptor.h"
 
 namespace {
+// How much room is made ahead of what has arrived of a frame.
+constexpr int kGrowth = 65536;
+
 // How far a wait may overshoot its deadline for the sake of one system call less.
 constexpr int kOvershootMilliseconds = 10;
 
@@ -78,6 +82,7 @@ void StreamSocket::Renew(int descriptor)
 int StreamSocket::Close()
 {
     const int descriptor = mDescriptor;
+    mFrame.Release();
     if (descriptor >= 0) {
         // Once it is closed, the number may be another file's: a Shutdown of another thread comes
         // before, or finds none.
@@ -210,7 +215,21 @@ int StreamSocket::Peek(void* data, int length) const
     return ahead + static_cast<int>(std::max<ssize_t>(more, 0));
 }
 
-// From what is there ahead, in receives of at most a chunk.
+Outcome StreamSocket::ReceiveFrame(int length, long long deadline, int& count)
+{
+    Outcome outcome = Outcome::kDone;
+    while (count < length && outcome == Outcome::kDone) {
+        if (!mFrame.Reserve(static_cast<std::size_t>(std::min(length, count + kGrowth)))) {
+            errno = ENOMEM;
+            return Outcome::kFailed;
+        }
+        const int room = std::min(length, static_cast<int>(mFrame.Capacity()));
+        outcome = ReceiveAll(mFrame.Data(), room, deadline, count);
+    }
+    return outcome;
+}
+
+// From what is there ahead; what is less than a chunk by way of there.
 Outcome StreamSocket::ReceiveAll(void* data, int length, long long deadline, int& count)
 {
     unsigned char* const bytes = static_cast<unsigned char*>(data);
@@ -224,7 +243,7 @@ Outcome StreamSocket::ReceiveAll(void* data, int length, long long deadline, int
         } else if (length - count < kChunk) {
             outcome = Fill(deadline);
         } else {
-            outcome = ReceiveInto(bytes + count, kChunk, deadline, count);
+            outcome = ReceiveInto(bytes + count, length - count, MSG_WAITALL, deadline, count);
         }
     }
     return outcome;
@@ -233,7 +252,10 @@ Outcome StreamSocket::ReceiveAll(void* data, int length, long long deadline, int
 int StreamSocket::Read(void* data, int length, long long deadline)
 {
     int count = 0;
-    const Outcome outcome = ReceiveAll(data, length, deadline, count);
+    Outcome outcome = Outcome::kDone;
+    while (count < length && outcome == Outcome::kDone) {
+        outcome = ReceiveAll(data, std::min(length, count + kChunk), deadline, count);
+    }
     if (count < length) {
         std::memset(static_cast<unsigned char*>(data) + count, 0,
                     static_cast<std::size_t>(length - count));
@@ -258,10 +280,11 @@ Outcome StreamSocket::Drop(int& left, long long deadline)
 Outcome StreamSocket::Fill(long long deadline)
 {
     mAheadBegin = mAheadEnd = 0;
-    return ReceiveInto(mAhead, kChunk, deadline, mAheadEnd);
+    return ReceiveInto(mAhead, kChunk, 0, deadline, mAheadEnd);
 }
 
-Outcome StreamSocket::ReceiveInto(void* data, int length, long long deadline, int& count)
+// With flags for a recv that does the wait itself.
+Outcome StreamSocket::ReceiveInto(void* data, int length, int flags, long long deadline, int& count)
 {
     for (;;) {
         const int left = MillisecondsLeft(deadline);
@@ -273,9 +296,14 @@ Outcome StreamSocket::ReceiveInto(void* data, int length, long long deadline, in
             return Outcome::kLate;
         }
         const ssize_t received = recv(mDescriptor, data, static_cast<std::size_t>(length),
-                                      systemWaits ? 0 : MSG_DONTWAIT);
+                                      systemWaits ? flags : MSG_DONTWAIT);
         if (received >= 0) {
             count += static_cast<int>(received);
+            // With less than all that was waited for, recv met the end of its time-out.
+            if (flags != 0 && received < length && mInterrupted) {
+                errno = ECANCELED;
+                return Outcome::kFailed;
+            }
             return received > 0 ? Outcome::kDone : Outcome::kClosed;
         }
         if (errno == EAGAIN && left == 0) {
@@ -293,10 +321,18 @@ Outcome StreamSocket::ReceiveInto(void* data, int length, long long deadline, in
     }
 }
 
-int StreamSocket::SendNow(const void* data, int length)
+// One piece by send: the system takes 0.2 microseconds more for a list.
+int StreamSocket::SendNow(GatherList& list)
 {
-    return static_cast<int>(
-        SendBytes(mDescriptor, data, static_cast<std::size_t>(length), MSG_DONTWAIT));
+    constexpr int kFlags = MSG_DONTWAIT | MSG_NOSIGNAL;
+    iovec* const pieces = list.Pieces();
+    if (list.Count() == 1) {
+        return static_cast<int>(send(mDescriptor, pieces->iov_base, pieces->iov_len, kFlags));
+    }
+    msghdr message = {};
+    message.msg_iov = pieces;
+    message.msg_iovlen = list.Count();
+    return static_cast<int>(sendmsg(mDescriptor, &message, kFlags));
 }
 
 short StreamSocket::WaitFor(short events, long long deadline)

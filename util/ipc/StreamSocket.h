@@ -1,6 +1,6 @@
 // Internal. What an IPCSocket stands on: its descriptor, the bytes received ahead of what was asked
-// for, and waits that have a deadline and can be interrupted. Nothing here logs. What no call
-// passes through is marked cold: size before speed.
+// for, the memory for its frames, and waits that have a deadline and can be interrupted. Nothing
+// here logs. What no call passes through is marked cold: size before speed.
 //
 // Threads: those of IPCSocket; Shutdown and Interrupt may be called from any thread.
 #ifndef UTIL_IPC_STREAMSOCKET_H
@@ -10,7 +10,10 @@
 
 #include <atomic>
 
+#include "util/ipc/FrameBuffer.h"
 #include "util/os_linux/StaticLock.h"
+
+class GatherList;
 
 // How a transfer ended.
 enum class Outcome
@@ -86,18 +89,27 @@ public:
     // REQUIRES: a Fetch that was done. The next bytes, at most length, without consuming them.
     int Peek(void* data, int length) const;
 
-    // Receives the bytes from count up to the length; count then says how many have come.
+    // The memory for one frame of this connection, sent or received, until it is closed.
+    FrameBuffer& Frame() { return mFrame; }
+
+    // Receives the bytes of a frame from count up to the length; count then says how many have
+    // come. What is missing of its memory is made as they arrive: a peer that promises much and
+    // sends little costs little. Without memory it fails with ENOMEM.
+    Outcome ReceiveFrame(int length, long long deadline, int& count);
+
+    // The same into the caller's memory, as much with one system call as there is.
     Outcome ReceiveAll(void* data, int length, long long deadline, int& count);
 
-    // ReceiveAll with the result of IPCSocket::Read: what is missing is zero, and -1 is a failure,
-    // or the deadline, before the first byte.
-    int Read(void* data, int length, long long deadline);
+    // ReceiveAll in receives of at most a chunk and with the result of IPCSocket::Read: what is
+    // missing is zero, and -1 is a failure, or the deadline, before the first byte.
+    [[gnu::cold]] int Read(void* data, int length, long long deadline);
 
     // Receives and drops as many bytes as are left, and counts them down.
     [[gnu::cold]] Outcome Drop(int& left, long long deadline);
 
-    // One send that does not wait: the bytes taken, or -1, with EAGAIN when there is no room.
-    int SendNow(const void* data, int length);
+    // One send that does not wait: the bytes taken, or -1, with EAGAIN when there is no room, or
+    // EINTR.
+    int SendNow(GatherList& list);
 
     // Waits for poll events until the deadline: the events that are there, 0 when it passed.
     [[gnu::cold]] short WaitFor(short events, long long deadline);
@@ -110,11 +122,11 @@ public:
     bool TakeInterrupt() { return mInterrupted && mInterrupted.exchange(false); }
 
 private:
-    static constexpr int kChunk = 1024;  // bytes of one receive at most
+    static constexpr int kChunk = 1024;  // bytes received ahead, or by one receive of Read, at most
 
     int Buffered() const { return mAheadEnd - mAheadBegin; }
     Outcome Fill(long long deadline);
-    Outcome ReceiveInto(void* data, int length, long long deadline, int& count);
+    Outcome ReceiveInto(void* data, int length, int flags, long long deadline, int& count);
 
     std::atomic<int> mDescriptor;
     std::atomic<bool> mInterrupted{false};
@@ -127,6 +139,8 @@ private:
     int mAheadBegin = 0;
     int mAheadEnd = 0;
     unsigned char mAhead[kChunk];
+
+    FrameBuffer mFrame;
 };
 
 #endif  // UTIL_IPC_STREAMSOCKET_H

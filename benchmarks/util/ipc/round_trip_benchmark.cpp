@@ -1,14 +1,16 @@
-// A command to another process and its empty answer, both processes on one processor, next to a
-// ping-pong of the same bytes: the processor time of both together. Above 1 a case is faster. The
-// topic is given as FAMILY/LOG/WHAT with tcp or unix, a log of silent, null or file (every line, to
-// /dev/null or to a file) and command or block; --calls N makes N calls of one case and no timings,
-// for a count of system calls.
+// A command or a block to another process and its empty answer, next to a ping-pong of the same
+// bytes: the processor time of both processes together. Above 1 a case is faster. The topic is
+// given as FAMILY/LOG/WHAT with tcp or unix, a log of silent, null or file (every line, to
+// /dev/null or to a file) and command, 64KiB or 1MiB. Both processes share one processor, unless
+// two-cores stands behind. For the largest blocks the page faults of a call are printed as well.
+// --calls N makes N calls of one case and no timings, for a count of system calls.
 #include <fcntl.h>
 #include <unistd.h>
 
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <sstream>
 
 #include "benchmarks/support/interleave.h"
 #include "benchmarks/support/processes.h"
@@ -16,19 +18,33 @@
 #include "util/os_linux/Logger.h"
 
 namespace {
+constexpr std::size_t kMedium = 65536;
+constexpr std::size_t kLarge = 1048576;
+
 struct Topic
 {
+    explicit Topic(const std::string& name)
+    {
+        std::istringstream parts(name);
+        std::string part;
+        std::getline(parts, part, '/');
+        tcp = part == "tcp";
+        std::getline(parts, log, '/');
+        std::getline(parts, part, '/');
+        block.resize(part == "64KiB" ? kMedium : part == "1MiB" ? kLarge : 0);
+        apart = std::getline(parts, part) && part == "two-cores";
+    }
+
+    bool Call(Caller& caller) const
+    {
+        return block.empty() ? caller.Command() : caller.Block(block);
+    }
+
     bool tcp;
     std::string log;
-    bool block;
+    std::string block;  // empty for a command
+    bool apart;         // the processes, on two processors
 };
-
-Topic TopicOf(const std::string& name)
-{
-    return {name.find("tcp/") == 0,
-            name.substr(name.find('/') + 1, name.rfind('/') - name.find('/') - 1),
-            name.rfind("/block") != std::string::npos};
-}
 
 // As the video client does it, with standard error as a host may have it.
 void SetLog(const std::string& log)
@@ -49,15 +65,18 @@ bool Takes(const Topic& topic, const std::string& name)
         return true;
     }
     if (name.find("limit/") == 0) {
-        return name == (logs ? "limit/log-lines" : topic.block ? "limit/short-reads" : "");
+        return logs;
     }
     return !logs;  // the peers log nothing, whatever this library does
 }
 
 void Time(const std::string& name)
 {
-    const Topic topic = TopicOf(name);
+    const Topic topic(name);
     SetLog(topic.log);
+    if (topic.apart) {
+        Caller::PutServersApart();
+    }
     std::vector<std::unique_ptr<Caller>> callers;
     bench::Interleave timing("round-trip/" + name);
     for (const auto& entry : RegisteredCaller::All()) {
@@ -67,8 +86,8 @@ void Time(const std::string& name)
         callers.push_back(entry.offer(NewEndpoint(topic.tcp)));
         timing.Add(
             entry.name,
-            [caller = callers.back().get(), block = topic.block] {
-                bench::Require(block ? caller->Block() : caller->Command(), "a call");
+            [caller = callers.back().get(), &topic] {
+                bench::Require(topic.Call(*caller), "a call");
                 return 0;
             },
             callers.back()->Server());
@@ -78,14 +97,22 @@ void Time(const std::string& name)
 
 void Count(const std::string& name, const std::string& wanted, int calls)
 {
-    const Topic topic = TopicOf(name);
+    const Topic topic(name);
     SetLog(topic.log);
     for (const auto& entry : RegisteredCaller::All()) {
         if (entry.name == wanted) {
             const std::unique_ptr<Caller> caller = entry.offer(NewEndpoint(topic.tcp));
+            const auto faults = [&] {
+                return bench::PageFaults(getpid()) + bench::PageFaults(caller->Server());
+            };
+            long before = 0;
             for (int call = 0; call < calls; ++call) {
-                bench::Require(topic.block ? caller->Block() : caller->Command(), "a call");
+                before = call == calls / 2 ? faults() : before;
+                bench::Require(topic.Call(*caller), "a call");
             }
+            std::printf("{\"topic\": \"faults/%s\", \"case\": \"%s\", \"value\": %.2f}\n",
+                        name.c_str(), wanted.c_str(),
+                        static_cast<double>(faults() - before) / (calls - calls / 2));
             return;
         }
     }

@@ -1,7 +1,7 @@
 // Cap'n Proto: its two-party remote calls, with the event loop that its simple interface makes.
 #include <capnp/ez-rpc.h>
 
-#include <vector>
+#include <memory>
 
 #include "benchmarks/support/processes.h"
 #include "benchmarks/util/ipc/round_trip_case.h"
@@ -47,7 +47,7 @@ class CapnProtoCaller : public Caller
 {
 public:
     explicit CapnProtoCaller(const Endpoint& endpoint)
-        : Caller([&endpoint] { Serve(Address(endpoint)); }), mBlock(kBlockSize)
+        : Caller([&endpoint] { Serve(Address(endpoint)); })
     {
         bench::RetryUntil("Cap'n Proto", [&] {
             mConnection = std::make_unique<Connection>(Address(endpoint));
@@ -57,10 +57,11 @@ public:
 
     bool Command() override { return Call(mConnection->player.playRequest()); }
 
-    bool Block() override
+    bool Block(const std::string& block) override
     {
         auto request = mConnection->player.takeRequest();
-        request.setBlock(kj::arrayPtr(mBlock.data(), mBlock.size()));
+        request.setBlock(
+            kj::arrayPtr(reinterpret_cast<const kj::byte*>(block.data()), block.size()));
         return Call(std::move(request));
     }
 
@@ -72,7 +73,6 @@ private:
                    [&] { request.send().wait(mConnection->client.getWaitScope()); }) == nullptr;
     }
 
-    const std::vector<unsigned char> mBlock;
     std::unique_ptr<Connection> mConnection;
 };
 

@@ -9,8 +9,6 @@
 #include "benchmarks/support/processes.h"
 #include "benchmarks/support/registered.h"
 
-constexpr int kBlockSize = 65536;
-
 // Where a server listens: a TCP port of the loopback, or a UNIX-domain socket.
 struct Endpoint
 {
@@ -26,20 +24,32 @@ Endpoint NewEndpoint(bool tcp);
 class Caller
 {
 public:
+    // The servers of the callers to come run on another processor than the caller does.
+    static void PutServersApart() { sApart = true; }
+
     virtual ~Caller() = default;
 
     // Calls "play" without arguments and waits for the empty answer; false when it failed.
     virtual bool Command() = 0;
 
-    // Sends a block of kBlockSize bytes and waits for the empty answer.
-    virtual bool Block() = 0;
+    // Sends the block and waits for the empty answer.
+    virtual bool Block(const std::string& block) = 0;
 
     pid_t Server() const { return mServer.Process(); }
 
 protected:
-    explicit Caller(const std::function<void()>& serve) : mServer(serve) {}
+    explicit Caller(const std::function<void()>& serve)
+        : mServer([&serve] {
+              if (sApart) {
+                  bench::PinToProcessor(1);
+              }
+              serve();
+          })
+    {}
 
 private:
+    static inline bool sApart = false;
+
     const bench::Child mServer;
 };
 

@@ -48,8 +48,7 @@ public:
     explicit GrpcCaller(const Endpoint& endpoint)
         : Caller([&endpoint] { Serve(Address(endpoint)); }),
           mChannel(grpc::CreateChannel(Address(endpoint), grpc::InsecureChannelCredentials())),
-          mStub(bench::grpc::Player::NewStub(mChannel)),
-          mBlock(kBlockSize, '\0')
+          mStub(bench::grpc::Player::NewStub(mChannel))
     {
         const auto latest = std::chrono::system_clock::now() + std::chrono::seconds(5);
         bench::Require(mChannel->WaitForConnected(latest) && Command(), "gRPC");
@@ -62,11 +61,11 @@ public:
         return mStub->Play(&context, Empty(), &answer).ok();
     }
 
-    bool Block() override
+    bool Block(const std::string& block) override
     {
         grpc::ClientContext context;
         bench::grpc::Block request;
-        request.set_data(mBlock);
+        request.set_data(block);
         Empty answer;
         return mStub->Take(&context, request, &answer).ok();
     }
@@ -74,7 +73,6 @@ public:
 private:
     const std::shared_ptr<grpc::Channel> mChannel;
     const std::unique_ptr<bench::grpc::Player::Stub> mStub;
-    const std::string mBlock;
 };
 
 const RegisteredCaller sRegistered(7, "grpc", [](const Endpoint& endpoint) {

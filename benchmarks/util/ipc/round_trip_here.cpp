@@ -1,6 +1,4 @@
 // This library: a channel whose receive side serves in the other process.
-#include <vector>
-
 #include "benchmarks/support/processes.h"
 #include "benchmarks/util/ipc/round_trip_case.h"
 #include "util/ipc/IPCParam.h"
@@ -35,9 +33,7 @@ class ChannelCaller : public Caller
 {
 public:
     explicit ChannelCaller(const Endpoint& endpoint)
-        : Caller([&endpoint] { Serve(endpoint); }),
-          mChannel(NewChannel(endpoint, false)),
-          mBlock(kBlockSize)
+        : Caller([&endpoint] { Serve(endpoint); }), mChannel(NewChannel(endpoint, false))
     {
         mChannel->Open();
         bench::RetryUntil("the channel", [this] { return Command() || mChannel->Reopen() != 0; });
@@ -49,10 +45,10 @@ public:
         return Call(request);
     }
 
-    bool Block() override
+    bool Block(const std::string& block) override
     {
         IPCParam request;
-        request.Add("data", mBlock.data(), kBlockSize);
+        request.Add("data", block.data(), static_cast<int>(block.size()));
         return Call(request);
     }
 
@@ -64,7 +60,6 @@ private:
     }
 
     const std::unique_ptr<IPCSocketChannel> mChannel;
-    const std::vector<unsigned char> mBlock;
 };
 
 const RegisteredCaller sRegistered(1, "html5_video", [](const Endpoint& endpoint) {

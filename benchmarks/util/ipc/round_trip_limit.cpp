@@ -1,31 +1,30 @@
-// The limit: the same bytes, written and read by blocking calls with room for all of them. Two more
-// cases show what is fixed on top of it: reads of at most 1,024 bytes, and the lines of the log.
+// The limit: the same bytes, written and read by blocking calls with room for all of them. One more
+// case shows what is fixed on top of it: the lines of the log.
 #include <unistd.h>
 
 #include <algorithm>
+#include <cstdint>
+#include <cstring>
 #include <vector>
 
 #include "benchmarks/support/processes.h"
 #include "benchmarks/util/ipc/plain_sockets.h"
 
 namespace {
-// The frames of "play" with an empty record, of a block under a name of four letters, and of the
-// answer with an empty record.
-constexpr int kCommandFrame = 24;
-constexpr int kBlockFrame = 4 + 4 + 8 + 4 + 4 + 8 + 4 + kBlockSize;
-constexpr int kAnswerFrame = 12;
+// The frames of "play" with an empty record, of a block under a name of four letters without its
+// bytes, and of the answer with an empty record. The first bytes of a request tell its length.
+using Length = std::uint32_t;
+constexpr std::size_t kCommandFrame = 24;
+constexpr std::size_t kBlockFrame = 4 + 4 + 8 + 4 + 4 + 8 + 4;
+constexpr std::size_t kAnswerFrame = 12;
+constexpr std::size_t kRoom = 4194304;
 
-// What a pair does beyond the limit.
-struct Extra
+// What a pair writes beyond the limit.
+struct Lines
 {
-    std::size_t readSize;
-    int callerLines;
-    int serverLines;
+    int caller;
+    int server;
 };
-
-constexpr Extra kNothing = {kBlockFrame, 0, 0};
-constexpr Extra kShortReads = {1024, 0, 0};
-constexpr Extra kLogLines = {kBlockFrame, 1, 4};
 
 void WriteLines(int count)
 {
@@ -36,37 +35,38 @@ void WriteLines(int count)
     }
 }
 
-bool WriteAll(int socket, const unsigned char* bytes, int length)
+bool WriteAll(int socket, const unsigned char* bytes, std::size_t length)
 {
-    return write(socket, bytes, static_cast<std::size_t>(length)) == length;
+    return write(socket, bytes, length) == static_cast<ssize_t>(length);
 }
 
-bool ReadAll(int socket, std::vector<unsigned char>& room, int length)
+// From count up to the length.
+bool ReadAll(int socket, std::vector<unsigned char>& room, std::size_t count, std::size_t length)
 {
-    int count = 0;
     while (count < length) {
-        const ssize_t got = read(socket, room.data(), room.size());
+        const ssize_t got = read(socket, room.data() + count, room.size() - count);
         if (got <= 0) {
             return false;
         }
-        count += static_cast<int>(got);
+        count += static_cast<std::size_t>(got);
     }
     return true;
 }
 
-// The first byte of a request tells its length.
-void Answer(int socket, const Extra& extra)
+void Answer(int socket, int lines)
 {
-    std::vector<unsigned char> room(extra.readSize);
+    std::vector<unsigned char> room(kRoom);
     const unsigned char answer[kAnswerFrame] = {};
     for (;;) {
         const ssize_t got = read(socket, room.data(), room.size());
-        if (got <= 0) {
+        if (got < static_cast<ssize_t>(sizeof(Length))) {
             return;
         }
-        WriteLines(extra.serverLines);
-        const int left = (room[0] != 0 ? kBlockFrame : kCommandFrame) - static_cast<int>(got);
-        if (!ReadAll(socket, room, left) || !WriteAll(socket, answer, kAnswerFrame)) {
+        WriteLines(lines);
+        Length length = 0;
+        std::memcpy(&length, room.data(), sizeof(length));
+        if (!ReadAll(socket, room, static_cast<std::size_t>(got), length) ||
+            !WriteAll(socket, answer, kAnswerFrame)) {
             return;
         }
     }
@@ -75,25 +75,26 @@ void Answer(int socket, const Extra& extra)
 class LimitCaller : public Caller
 {
 public:
-    LimitCaller(const Endpoint& endpoint, const Extra& extra)
-        : Caller([&] { Answer(AcceptFrom(ListenAt(endpoint)), extra); }),
+    LimitCaller(const Endpoint& endpoint, const Lines& lines)
+        : Caller([&] { Answer(AcceptFrom(ListenAt(endpoint)), lines.server); }),
           mSocket(ConnectTo(endpoint)),
-          mLines(extra.callerLines),
-          mBytes(kBlockFrame),
+          mLines(lines.caller),
+          mBytes(kRoom),
           mRoom(1024)
     {}
 
     ~LimitCaller() override { close(mSocket); }
 
     bool Command() override { return Call(kCommandFrame); }
-    bool Block() override { return Call(kBlockFrame); }
+    bool Block(const std::string& block) override { return Call(kBlockFrame + block.size()); }
 
 private:
-    bool Call(int length)
+    bool Call(std::size_t size)
     {
         WriteLines(mLines);
-        mBytes[0] = length == kBlockFrame;
-        return WriteAll(mSocket, mBytes.data(), length) && ReadAll(mSocket, mRoom, kAnswerFrame);
+        const auto length = static_cast<Length>(size);
+        std::memcpy(mBytes.data(), &length, sizeof(length));
+        return WriteAll(mSocket, mBytes.data(), size) && ReadAll(mSocket, mRoom, 0, kAnswerFrame);
     }
 
     const int mSocket;
@@ -102,14 +103,13 @@ private:
     std::vector<unsigned char> mRoom;
 };
 
-MakeCaller MakerWith(const Extra& extra)
+MakeCaller MakerWith(const Lines& lines)
 {
-    return [extra](const Endpoint& endpoint) {
-        return std::make_unique<LimitCaller>(endpoint, extra);
+    return [lines](const Endpoint& endpoint) {
+        return std::make_unique<LimitCaller>(endpoint, lines);
     };
 }
 
-const RegisteredCaller sLimit(0, "limit", MakerWith(kNothing));
-const RegisteredCaller sShortReads(1, "limit/short-reads", MakerWith(kShortReads));
-const RegisteredCaller sLogLines(1, "limit/log-lines", MakerWith(kLogLines));
+const RegisteredCaller sLimit(0, "limit", MakerWith({0, 0}));
+const RegisteredCaller sLogLines(1, "limit/log-lines", MakerWith({1, 4}));
 }  // namespace

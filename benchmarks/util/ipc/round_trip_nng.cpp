@@ -3,8 +3,6 @@
 #include <nng/protocol/reqrep0/rep.h>
 #include <nng/protocol/reqrep0/req.h>
 
-#include <vector>
-
 #include "benchmarks/support/processes.h"
 #include "benchmarks/util/ipc/round_trip_case.h"
 
@@ -31,7 +29,7 @@ class NngCaller : public Caller
 {
 public:
     explicit NngCaller(const Endpoint& endpoint)
-        : Caller([&endpoint] { Serve(Url(endpoint)); }), mSocket(), mBlock(kBlockSize)
+        : Caller([&endpoint] { Serve(Url(endpoint)); }), mSocket()
     {
         bench::Require(nng_req0_open(&mSocket) == 0, "nng_req0_open");
         bench::RetryUntil(
@@ -42,7 +40,7 @@ public:
     ~NngCaller() override { nng_close(mSocket); }
 
     bool Command() override { return Call("play", 4); }
-    bool Block() override { return Call(mBlock.data(), mBlock.size()); }
+    bool Block(const std::string& block) override { return Call(block.data(), block.size()); }
 
 private:
     bool Call(const void* data, std::size_t length)
@@ -57,7 +55,6 @@ private:
     }
 
     nng_socket mSocket;
-    const std::vector<unsigned char> mBlock;
 };
 
 const RegisteredCaller sRegistered(4, "nng", [](const Endpoint& endpoint) {

@@ -2,8 +2,6 @@
 #include <systemd/sd-bus.h>
 #include <unistd.h>
 
-#include <vector>
-
 #include "benchmarks/support/processes.h"
 #include "benchmarks/util/ipc/plain_sockets.h"
 
@@ -56,8 +54,7 @@ class BusCaller : public Caller
 public:
     explicit BusCaller(const Endpoint& endpoint)
         : Caller([&endpoint] { Serve(AcceptFrom(ListenAt(endpoint))); }),
-          mBus(NewBus(ConnectTo(endpoint))),
-          mBlock(kBlockSize)
+          mBus(NewBus(ConnectTo(endpoint)))
     {
         bench::Require(sd_bus_start(mBus) >= 0 && Command(), "sd_bus_start");
     }
@@ -66,10 +63,10 @@ public:
 
     bool Command() override { return Call(NewCall("play")); }
 
-    bool Block() override
+    bool Block(const std::string& block) override
     {
         sd_bus_message* const call = NewCall("take");
-        return sd_bus_message_append_array(call, 'y', mBlock.data(), mBlock.size()) >= 0 &&
+        return sd_bus_message_append_array(call, 'y', block.data(), block.size()) >= 0 &&
                Call(call);
     }
 
@@ -91,7 +88,6 @@ private:
     }
 
     sd_bus* const mBus;
-    const std::vector<unsigned char> mBlock;
 };
 
 const RegisteredCaller sRegistered(2, "sd-bus", [](const Endpoint& endpoint) {

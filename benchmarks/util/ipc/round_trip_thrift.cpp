@@ -55,8 +55,7 @@ public:
           mTransport(std::make_shared<TBufferedTransport>(
               endpoint.tcp ? std::make_shared<TSocket>("127.0.0.1", endpoint.port)
                            : std::make_shared<TSocket>(endpoint.path))),
-          mClient(std::make_shared<TBinaryProtocol>(mTransport)),
-          mBlock(kBlockSize, '\0')
+          mClient(std::make_shared<TBinaryProtocol>(mTransport))
     {
         // It would print each attempt that comes too early.
         apache::thrift::GlobalOutput.setOutputFunction([](const char*) {});
@@ -72,15 +71,14 @@ public:
         return Succeeds([this] { mClient.play(); });
     }
 
-    bool Block() override
+    bool Block(const std::string& block) override
     {
-        return Succeeds([this] { mClient.take(mBlock); });
+        return Succeeds([&] { mClient.take(block); });
     }
 
 private:
     const std::shared_ptr<TBufferedTransport> mTransport;
     bench::thrift::PlayerClient mClient;
-    const std::string mBlock;
 };
 
 const RegisteredCaller sRegistered(5, "thrift", [](const Endpoint& endpoint) {

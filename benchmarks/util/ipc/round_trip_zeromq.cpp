@@ -1,8 +1,6 @@
 // ZeroMQ: a REQ and a REP socket.
 #include <zmq.h>
 
-#include <vector>
-
 #include "benchmarks/support/processes.h"
 #include "benchmarks/util/ipc/round_trip_case.h"
 
@@ -30,8 +28,7 @@ public:
     explicit ZeroMqCaller(const Endpoint& endpoint)
         : Caller([&endpoint] { Serve(Url(endpoint)); }),
           mContext(zmq_ctx_new()),
-          mSocket(zmq_socket(mContext, ZMQ_REQ)),
-          mBlock(kBlockSize)
+          mSocket(zmq_socket(mContext, ZMQ_REQ))
     {
         bench::Require(zmq_connect(mSocket, Url(endpoint).c_str()) == 0 && Command(),
                        "zmq_connect");
@@ -44,7 +41,7 @@ public:
     }
 
     bool Command() override { return Call("play", 4); }
-    bool Block() override { return Call(mBlock.data(), mBlock.size()); }
+    bool Block(const std::string& block) override { return Call(block.data(), block.size()); }
 
 private:
     bool Call(const void* data, std::size_t length)
@@ -56,7 +53,6 @@ private:
 
     void* const mContext;
     void* const mSocket;
-    const std::vector<unsigned char> mBlock;
 };
 
 const RegisteredCaller sRegistered(3, "zeromq", [](const Endpoint& endpoint) {

@@ -32,6 +32,51 @@ std::string IntegerReply(int value)
     return Number(16) + Hex("00 00 00 48 69 00 00 00 | 61 00 00 00") + Number(value);
 }
 
+// The same and a block behind it.
+std::string LargeReply(int value, int block)
+{
+    return Number(16 + 8 + block) + Hex("00 00 00 48 69 62 00 00 | 61 00 00 00") + Number(value) +
+           Hex("62 00 00 00") + Number(block) + std::string(static_cast<std::size_t>(block), 'b');
+}
+
+// Bytes of which none can stand in another's place unnoticed.
+std::string Pattern(std::size_t size)
+{
+    std::string bytes(size, '\0');
+    for (std::size_t at = 0; at < size; ++at) {
+        bytes[at] = static_cast<char>(at * 7 + at / 251);
+    }
+    return bytes;
+}
+
+std::string Encoded(IPCParam& record)
+{
+    std::string bytes(static_cast<std::size_t>(record.GetSeiralizedLength()), '?');
+    record.Serialize(reinterpret_cast<unsigned char*>(&bytes[0]));
+    return bytes;
+}
+
+// Integers, a text and blocks of these sizes, in turn.
+void AddBlocks(IPCParam& record, const std::vector<std::size_t>& sizes)
+{
+    record.Add("text", "between");
+    for (const std::size_t size : sizes) {
+        record.Add("block", Pattern(size).data(), static_cast<int>(size));
+        record.Add("n", static_cast<int>(size));
+    }
+}
+
+// Of frames that are built in one piece, in several, and with more large blocks than one system
+// call takes; the last is the largest that a peer takes from a method of four letters.
+const std::vector<std::size_t> kBlockSizes[] = {
+    {0, 4095},
+    {4096},
+    {5000, 3, 4096, 4097, 65536, 1},
+    std::vector<std::size_t>(12, 4099),
+    {1048576, 524288, 100001},
+    {2097152 - 92},
+};
+
 class IPCCalls : public testing::Test
 {
 protected:
@@ -132,37 +177,46 @@ TEST_F(IPCCalls, FailsWhenTheServerDiesAtAnyOffsetOfTheReply)
 TEST_F(IPCCalls, NeverTakesALateReplyForTheNext)
 {
     channel.SetReplyTimeout(100);
-    std::atomic<bool> late{false};
-    Serve([&late](const RawPeer& connection) {
-        connection.ReceiveFrame();
-        const std::string first = IntegerReply(1);
-        connection.Send(first.substr(0, 10));  // in time, but not whole
-        test::WaitUntil([&] { return late.load(); });
-        connection.Send(first.substr(10));
-        connection.ReceiveFrame();
-        connection.Send(IntegerReply(2));
+    std::atomic<int> late{0};
+    const std::pair<std::string, std::size_t> cut[] = {
+        {IntegerReply(1), 10}, {LargeReply(1, 300000), 10}, {LargeReply(1, 300000), 200000}};
+    Serve([&](const RawPeer& connection) {
+        for (const auto& [first, offset] : cut) {
+            connection.ReceiveFrame();
+            connection.Send(first.substr(0, offset));  // in time, but not whole
+            test::WaitUntil([&] { return late-- > 0; });
+            connection.Send(first.substr(offset));
+            connection.ReceiveFrame();
+            connection.Send(LargeReply(2, 100000));
+        }
     });
-    EXPECT_EQ(Ask(), -1);
-    late = true;
-    EXPECT_EQ(Ask(), 2);
+    for (std::size_t round = 0; round < std::size(cut); ++round) {
+        EXPECT_EQ(Ask(), -1);
+        late = 1;
+        channel.SetReplyTimeout(30000);
+        EXPECT_EQ(Ask(), 2);
+        channel.SetReplyTimeout(100);
+    }
     peer.join();
 }
 
 TEST_F(IPCCalls, WaitsForASlowDripOnlyUntilTheTimeOut)
 {
     channel.SetReplyTimeout(150);
-    Serve([](const RawPeer& connection) {
-        connection.ReceiveFrame();
-        for (const char byte : IntegerReply(1)) {
-            connection.Send(std::string(1, byte));
-            std::this_thread::sleep_for(std::chrono::milliseconds(60));
-        }
-    });
-    const auto start = std::chrono::steady_clock::now();
-    EXPECT_EQ(Ask(), -1);
-    // A time-out that began anew with each byte would take the whole drip, 1.2 s.
-    EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::milliseconds(1000));
-    peer.join();
+    for (const std::string& reply : {IntegerReply(1), LargeReply(1, 40000)}) {
+        const std::size_t drop = reply.size() / 20;
+        Serve([&](const RawPeer& connection) {
+            connection.ReceiveFrame();
+            for (std::size_t at = 0; at < reply.size(); at += drop) {
+                connection.Send(reply.substr(at, drop));
+                std::this_thread::sleep_for(std::chrono::milliseconds(60));
+            }
+        });
+        // A time-out that began anew with each drop would take the whole drip, 1.2 s.
+        EXPECT_LT(test::Milliseconds([&] { EXPECT_EQ(Ask(), -1); }), 1000);
+        peer.join();
+        channel.Reopen();
+    }
 }
 
 TEST_F(IPCCalls, ShutsDownAConnectionWithAnAbsurdReplyLength)
@@ -191,6 +245,27 @@ TEST_F(IPCCalls, TakesTheLargestReply)
     peer.join();
     ASSERT_EQ(reply.GetCount(), 1);
     EXPECT_EQ(reply.GetArg(0)->mLen, static_cast<int>(size));
+}
+
+TEST_F(IPCCalls, SendsLargeBlocksAsTheRecordEncodesThem)
+{
+    Serve([](const RawPeer& connection) {
+        for (const auto& sizes : kBlockSizes) {
+            IPCParam request;
+            AddBlocks(request, sizes);
+            EXPECT_EQ(connection.ReceiveFrame(), Frame("echo", Encoded(request)));
+            connection.Send(kEmptyReply);
+        }
+    });
+    for (const auto& sizes : kBlockSizes) {
+        IPCParam request;
+        AddBlocks(request, sizes);
+        IPCParam reply;
+        EXPECT_EQ(channel.Call("echo", &request, &reply), 0);
+    }
+    const unsigned char last = 0;
+    EXPECT_EQ(channel.SendRawBytes(&last, 0), 0);
+    peer.join();
 }
 
 TEST_F(IPCCalls, RefusesARequestThatNoPeerWouldAnswer)
@@ -365,6 +440,16 @@ IPCParam* Same(IPCParam* request)
     return reply;
 }
 
+// Answers with the arguments that it was sent.
+IPCParam* Echo(IPCParam* request)
+{
+    const std::string record = Encoded(*request);
+    IPCParam* const reply = new IPCParam;
+    reply->DeSerialize(reinterpret_cast<const unsigned char*>(record.data()),
+                       static_cast<int>(record.size()));
+    return reply;
+}
+
 class IPCPair : public testing::Test
 {
 protected:
@@ -372,6 +457,7 @@ protected:
     {
         Logger::GetLogger(2)->SetLevel(Logger::kError + 1);
         server.Register("same", Same);
+        server.Register("echo", Echo);
         server.Start();
         client.Open();
     }
@@ -404,6 +490,57 @@ TEST_F(IPCPair, MixedCallsFromManyThreadsStayInStep)
         }
     });
     EXPECT_EQ(wrong, 0);
+}
+
+TEST_F(IPCPair, BlocksTravelThereAndBackToTheByte)
+{
+    for (int round = 0; round < 2; ++round) {
+        for (const auto& sizes : kBlockSizes) {
+            IPCParam request;
+            AddBlocks(request, sizes);
+            IPCParam reply;
+            ASSERT_EQ(client.Call("echo", &request, &reply), 0);
+            EXPECT_EQ(Encoded(reply), Encoded(request));
+        }
+    }
+}
+
+TEST_F(IPCPair, EachSideKeepsOneFrameUntilItsConnectionEnds)
+{
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+    GTEST_SKIP() << "the sanitizers have an allocator of their own";
+#endif
+    constexpr std::size_t kFrame = 1048576;
+    constexpr std::size_t kSlack = 65536;
+    ASSERT_TRUE(AskFor(1));
+    const std::size_t before = test::AllocatedBytes();
+    // The server still has its records when the client has the reply.
+    const auto settlesAt = [&](std::size_t frames) {
+        return test::WaitUntil(
+            [&] { return test::AllocatedBytes() < before + frames * kFrame + kSlack; });
+    };
+    const auto call = [&] {
+        IPCParam request;
+        AddBlocks(request, {kFrame});
+        IPCParam reply;
+        return client.Call("echo", &request, &reply) == 0;
+    };
+    for (int round = 0; round < 3; ++round) {
+        ASSERT_TRUE(call());
+        EXPECT_TRUE(settlesAt(2));
+        EXPECT_GT(test::AllocatedBytes(), before + kFrame);
+    }
+    // The server's connection ends, upon which the client's does in the next call.
+    server.Quit();
+    EXPECT_TRUE(settlesAt(1));
+    EXPECT_FALSE(AskFor(2));
+    EXPECT_TRUE(settlesAt(0));
+    // And the other way around.
+    server.Start();
+    client.Reopen();
+    ASSERT_TRUE(call());
+    client.Reopen();
+    EXPECT_TRUE(settlesAt(0));
 }
 
 TEST_F(IPCPair, UnreadRepliesNeverBlockTheRequests)
