@@ -1,5 +1,6 @@
 // The statement PRINT.
 #include <cstdio>
+#include <cstring>
 
 #include "util/console/CmdLanguage.h"
 #include "util/console/CmdParser.h"
@@ -115,6 +116,7 @@ void AppendFormat(ResultText& text, CmdParser& line)
 
 int statement::Print(StatementContext& /*context*/, CmdParser& line, char* result)
 {
+    std::memset(result, 0, ResultText::kSize);
     ResultText text(result);
     if (line.GetCount() == 0) {
         return CmdLanguage::kFailed;
