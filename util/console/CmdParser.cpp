@@ -37,8 +37,6 @@ struct Word
 {
     const char* begin;
     std::size_t length;
-
-    std::string Text() const { return std::string(begin, length); }
 };
 
 // Finds the word that starts at or after from. Returns where to go on, or null when there is none.
@@ -120,7 +118,7 @@ void CmdParser::SetString(const char* text)
 {
     mLine.reset();
     if (text != nullptr) {
-        mLine = text;
+        mLine.emplace(text);
     }
 }
 
@@ -147,7 +145,7 @@ void CmdParser::Parse()
     if (at == nullptr) {
         return;
     }
-    mCommand = word.Text();
+    mCommand.emplace(word.begin, word.length);
     at = FindWord(at, word);
     if (at != nullptr && word.length == 1 && *word.begin == '=') {
         mReturn.swap(mCommand);
@@ -155,11 +153,11 @@ void CmdParser::Parse()
         if (at == nullptr) {
             return;
         }
-        mCommand = word.Text();
+        mCommand.emplace(word.begin, word.length);
         at = FindWord(at, word);
     }
     for (; at != nullptr; at = FindWord(at, word)) {
-        mArguments.push_back(word.Text());
+        mArguments.push_back(std::string(word.begin, word.length));
     }
 }
 
@@ -232,12 +230,8 @@ int CmdParser::GetCmdArgs(CmdValue* values, int max) const
     for (int index = 0; index < GetCount() && filled < max; ++index) {
         const char* const word = GetNthArg(index);
         CmdValue& value = values[filled];
-        bool fits = false;
-        const bool symbol = SymbolRecords::Get().Read(
-            word, [&](const SymInfo& info) { fits = FillFromSymbol(value, info); });
-        if (!symbol) {
-            fits = FillFromLiteral(value, word);
-        }
+        const LockedSymbol symbol(SymbolRecords::Get(), word);
+        const bool fits = symbol ? FillFromSymbol(value, *symbol) : FillFromLiteral(value, word);
         filled += fits ? 1 : 0;
     }
     return filled;
