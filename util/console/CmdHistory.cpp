@@ -5,7 +5,7 @@ int CmdHistory::AddHistory(const char* text)
     if (text == nullptr) {
         return -1;
     }
-    mEntries.emplace_back(text);
+    mEntries.push_back(text);
     return 0;
 }
 

@@ -26,6 +26,12 @@ char* NewTypes(const CmdParser& parsedTemplate)
     }
     return types;
 }
+
+// In any case of its letters; nothing is for null.
+bool IsNamed(const CmdInfo& info, const char* name)
+{
+    return name != nullptr && strcasecmp(info.mName, name) == 0;
+}
 }  // namespace
 
 CmdListMgr* CmdListMgr::GetInstance()
@@ -145,7 +151,8 @@ void CmdListMgr::Dispatch(CmdParser* line, char* result)
     const RegistryHold<CommandRecords> hold(mRecords.get());
     // The lock is not held while a handler runs, so each may have removed those that follow. Under
     // the hold no record's address is used again.
-    for (CmdInfo* info : mRecords->FindAll(line->GetCommand())) {
+    for (void* record : mRecords->FindAll(line->GetCommand())) {
+        auto* const info = static_cast<CmdInfo*>(record);
         if (mRecords->IsRegistered(info)) {
             info->mHandler(line, info, result);
         }
@@ -162,14 +169,13 @@ void CmdListMgr::Release()
     mRecords->Release();
 }
 
-std::vector<CmdInfo*> CommandRecords::FindAll(const char* name)
+std::vector<void*> CommandRecords::FindAll(const char* name)
 {
-    std::vector<CmdInfo*> found;
+    std::vector<void*> found;
     const StaticLockHold hold(lock);
     for (void* record : mRecords) {
-        auto* const info = static_cast<CmdInfo*>(record);
-        if (name != nullptr && strcasecmp(info->mName, name) == 0) {
-            found.push_back(info);
+        if (IsNamed(*static_cast<const CmdInfo*>(record), name)) {
+            found.push_back(record);
         }
     }
     return found;
@@ -177,7 +183,8 @@ std::vector<CmdInfo*> CommandRecords::FindAll(const char* name)
 
 bool CommandRecords::IsKnown(const char* name)
 {
-    return !FindAll(name).empty();
+    const StaticLockHold hold(lock);
+    return First([name](const CmdInfo& info) { return IsNamed(info, name); }) != nullptr;
 }
 
 bool CommandRecords::IsRegistered(const CmdInfo* record)

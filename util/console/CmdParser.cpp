@@ -32,6 +32,32 @@ bool IsDigit(char character)
     return character >= '0' && character <= '9';
 }
 
+// A word of a line, without its quotes.
+struct Word
+{
+    const char* begin;
+    std::size_t length;
+};
+
+// Finds the word that starts at or after from. Returns where to go on, or null when there is none.
+const char* FindWord(const char* from, Word& word)
+{
+    while (IsSpace(*from)) {
+        ++from;
+    }
+    if (*from == '\0') {
+        return nullptr;
+    }
+    const bool quoted = *from == '"';
+    from += quoted ? 1 : 0;
+    word = {from, std::strcspn(from, quoted ? "\"" : " \t\r\n")};
+    const char* const end = from + word.length;
+    if (word.length >= kTokenSize || (quoted && *end == '\0')) {
+        return nullptr;
+    }
+    return end + (quoted ? 1 : 0);
+}
+
 bool FillFromSymbol(CmdValue& value, const SymInfo& symbol)
 {
     switch (symbol.mType) {
@@ -92,7 +118,7 @@ void CmdParser::SetString(const char* text)
 {
     mLine.reset();
     if (text != nullptr) {
-        mLine = text;
+        mLine.emplace(text);
     }
 }
 
@@ -114,47 +140,36 @@ void CmdParser::Parse()
     mCommand.reset();
     mReturn.reset();
     mArguments.clear();
-    char token[kTokenSize];
-    const char* at = GetNextToken(GetString(), token);
+    Word word = {};
+    const char* at = mLine.has_value() ? FindWord(mLine->c_str(), word) : nullptr;
     if (at == nullptr) {
         return;
     }
-    mCommand = token;
-    at = GetNextToken(at, token);
-    if (at != nullptr && std::strcmp(token, "=") == 0) {
+    mCommand.emplace(word.begin, word.length);
+    at = FindWord(at, word);
+    if (at != nullptr && word.length == 1 && *word.begin == '=') {
         mReturn.swap(mCommand);
-        at = GetNextToken(at, token);
+        at = FindWord(at, word);
         if (at == nullptr) {
             return;
         }
-        mCommand = token;
-        at = GetNextToken(at, token);
+        mCommand.emplace(word.begin, word.length);
+        at = FindWord(at, word);
     }
-    for (; at != nullptr; at = GetNextToken(at, token)) {
-        mArguments.emplace_back(token);
+    for (; at != nullptr; at = FindWord(at, word)) {
+        mArguments.push_back(std::string(word.begin, word.length));
     }
 }
 
 const char* CmdParser::GetNextToken(const char* from, char* token)
 {
     std::memset(token, 0, kTokenSize);
-    if (from == nullptr) {
-        return nullptr;
+    Word word = {};
+    from = from != nullptr ? FindWord(from, word) : nullptr;
+    if (from != nullptr) {
+        std::memcpy(token, word.begin, word.length);
     }
-    while (IsSpace(*from)) {
-        ++from;
-    }
-    if (*from == '\0') {
-        return nullptr;
-    }
-    const bool quoted = *from == '"';
-    from += quoted ? 1 : 0;
-    const std::size_t length = std::strcspn(from, quoted ? "\"" : " \t\r\n");
-    if (length >= kTokenSize || (quoted && from[length] == '\0')) {
-        return nullptr;
-    }
-    std::memcpy(token, from, length);
-    return from + length + (quoted ? 1 : 0);
+    return from;
 }
 
 const char* CmdParser::GetCommand() const
@@ -215,12 +230,8 @@ int CmdParser::GetCmdArgs(CmdValue* values, int max) const
     for (int index = 0; index < GetCount() && filled < max; ++index) {
         const char* const word = GetNthArg(index);
         CmdValue& value = values[filled];
-        bool fits = false;
-        const bool symbol = SymbolRecords::Get().Read(
-            word, [&](const SymInfo& info) { fits = FillFromSymbol(value, info); });
-        if (!symbol) {
-            fits = FillFromLiteral(value, word);
-        }
+        const LockedSymbol symbol(SymbolRecords::Get(), word);
+        const bool fits = symbol ? FillFromSymbol(value, *symbol) : FillFromLiteral(value, word);
         filled += fits ? 1 : 0;
     }
     return filled;

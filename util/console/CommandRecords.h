@@ -13,8 +13,8 @@ public:
     // Those of the process's registry.
     static CommandRecords& Get();
 
-    // Those of the name, in any case, in the order of registration; none for null.
-    std::vector<CmdInfo*> FindAll(const char* name);
+    // Those CmdInfo of the name, in any case, in the order of registration; none for null.
+    std::vector<void*> FindAll(const char* name);
 
     // Whether there is one of the name, in any case.
     bool IsKnown(const char* name);

@@ -6,10 +6,7 @@
 #include <cstdlib>
 
 // A number outside the range of long becomes the nearest long first, and then its low 32 bits.
-inline int IntegerOf(const char* text)
-{
-    return static_cast<int>(std::strtol(text, nullptr, 10));
-}
+int IntegerOf(const char* text);
 
 inline float FloatOf(const char* text)
 {

@@ -1,5 +1,6 @@
 #include "util/console/SymListMgr.h"
 
+#include <cstring>
 #include <utility>
 
 #include "util/console/HeapText.h"
@@ -40,6 +41,20 @@ SymbolRecords& SymbolRecords::Get()
 {
     return *SymListMgr::GetInstance()->mRecords;
 }
+
+SymInfo* SymbolRecords::Find(const char* name) const
+{
+    return name == nullptr
+               ? nullptr
+               : First([name](const SymInfo& info) { return std::strcmp(info.mName, name) == 0; });
+}
+
+LockedSymbol::LockedSymbol(SymbolRecords& records, const char* name) TAVI_NO_THREAD_SAFETY_ANALYSIS
+    : mHold(records.lock),
+      mInfo(records.Find(name))
+{}
+
+LockedSymbol::~LockedSymbol() = default;
 
 SymListMgr::SymListMgr() : mRecords(new SymbolRecords)
 {
@@ -106,44 +121,35 @@ int SymListMgr::SetValue(const char* name, const char* text)
 
 int SymListMgr::GetIntValue(const char* name)
 {
-    int value = 0;
-    const auto read = [&](const SymInfo& info) {
-        value = info.mReserved != 0 ? 0 : info.LoadInt();
-    };
-    if (!mRecords->Read(name, read) && name != nullptr) {
-        value = IntegerOf(name);
+    const LockedSymbol symbol(*mRecords, name);
+    if (symbol) {
+        return symbol.IsReserved() ? 0 : symbol->LoadInt();
     }
-    return value;
+    return name != nullptr ? IntegerOf(name) : 0;
 }
 
 const char* SymListMgr::GetStringValue(const char* name)
 {
-    const char* value = name;
-    mRecords->Read(name, [&](const SymInfo& info) {
-        value = info.mReserved != 0 ? nullptr : info.mStringValue;
-    });
-    return value;
+    const LockedSymbol symbol(*mRecords, name);
+    if (symbol) {
+        return symbol.IsReserved() ? nullptr : symbol->mStringValue;
+    }
+    return name;
 }
 
 float SymListMgr::GetFloatValue(const char* name)
 {
-    float value = 0;
-    const auto read = [&](const SymInfo& info) {
-        value = info.mReserved != 0 ? 0 : info.mFloatValue;
-    };
-    if (!mRecords->Read(name, read) && name != nullptr) {
-        value = FloatOf(name);
+    const LockedSymbol symbol(*mRecords, name);
+    if (symbol) {
+        return symbol.IsReserved() ? 0 : symbol->mFloatValue;
     }
-    return value;
+    return name != nullptr ? FloatOf(name) : 0;
 }
 
 void* SymListMgr::GetPointerValue(const char* name)
 {
-    void* value = nullptr;
-    mRecords->Read(name, [&](const SymInfo& info) {
-        value = info.mReserved != 0 ? nullptr : info.mPointerValue;
-    });
-    return value;
+    const LockedSymbol symbol(*mRecords, name);
+    return symbol && !symbol.IsReserved() ? symbol->mPointerValue : nullptr;
 }
 
 int SymListMgr::UnregisterSymbol(const char* name)

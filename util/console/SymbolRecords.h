@@ -3,8 +3,6 @@
 #ifndef UTIL_CONSOLE_SYMBOLRECORDS_H
 #define UTIL_CONSOLE_SYMBOLRECORDS_H
 
-#include <cstring>
-
 #include "util/console/RecordList.h"
 #include "util/console/SymInfo.h"
 
@@ -15,31 +13,34 @@ public:
     static SymbolRecords& Get();
 
     // Null for a null name.
-    SymInfo* Find(const char* name) const TAVI_REQUIRES(lock)
-    {
-        return name == nullptr ? nullptr : First([name](const SymInfo& info) {
-            return std::strcmp(info.mName, name) == 0;
-        });
-    }
+    SymInfo* Find(const char* name) const TAVI_REQUIRES(lock);
 
     SymInfo* Match(const char* name)
     {
         const StaticLockHold hold(lock);
         return Find(name);
     }
+};
 
-    // Calls use(const SymInfo&) with the symbol while the table is locked; whether there is one.
-    // The function must not call the table.
-    template <typename Use>
-    bool Read(const char* name, Use use)
-    {
-        const StaticLockHold hold(lock);
-        const SymInfo* const info = Find(name);
-        if (info != nullptr) {
-            use(*info);
-        }
-        return info != nullptr;
-    }
+// The symbol of a name, with the table locked as long as this lives; the table must not be called
+// meanwhile.
+class TAVI_SCOPED_CAPABILITY LockedSymbol
+{
+public:
+    LockedSymbol(SymbolRecords& records, const char* name) TAVI_ACQUIRE(records.lock);
+    ~LockedSymbol() TAVI_RELEASE();
+
+    // Whether there is one.
+    explicit operator bool() const { return mInfo != nullptr; }
+
+    // REQUIRES: there is one.
+    const SymInfo* operator->() const { return mInfo; }
+    const SymInfo& operator*() const { return *mInfo; }
+    bool IsReserved() const { return mInfo->mReserved != 0; }
+
+private:
+    const StaticLockHold mHold;
+    const SymInfo* const mInfo;
 };
 
 #endif  // UTIL_CONSOLE_SYMBOLRECORDS_H

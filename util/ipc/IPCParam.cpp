@@ -155,7 +155,9 @@ private:
         std::size_t length = 0;
         const char* const text = TakeText(length);
         if (text != nullptr) {
-            argument.SetName(text);
+            const Arg named(text);
+            std::memcpy(argument.mName, named.mName, sizeof(named.mName));
+            argument.mNameLen = named.mNameLen;
         }
         return text != nullptr;
     }

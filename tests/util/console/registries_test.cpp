@@ -62,6 +62,19 @@ TEST(SymListMgr, ConvertsValuesByType)
     EXPECT_EQ(Symbols().GetIntValue("odd"), 0) << "only an assignment reads a text of that type";
 }
 
+TEST(SymListMgr, ReadsNumbersAsTheCLibraryDoes)
+{
+    const char* const texts[] = {
+        "",           "-",           "+7",          " 7",
+        "007",        "12abc",       "-0",          "999999999",
+        "1000000000", "-2147483648", "2147483648",  "4294967297",
+        "--1",        "- 1",         "-999999999x", "-99999999999999999999"};
+    for (const char* text : texts) {
+        EXPECT_EQ(Symbols().GetIntValue(text), static_cast<int>(std::strtol(text, nullptr, 10)))
+            << text;
+    }
+}
+
 TEST(SymListMgr, ReadsWordsThatAreNoSymbolsAsThemselves)
 {
     EXPECT_EQ(Symbols().GetIntValue("15"), 15);
@@ -318,5 +331,15 @@ TEST(Registries, AreSharedByThreads)
     script.join();
     const std::string output = testing::internal::GetCapturedStdout();
     EXPECT_NE(output.find("\n2000\n"), std::string::npos);
+}
+TEST(CmdMgr, WritesASumsDigitsAndNothingElseIntoAUsedBuffer)
+{
+    for (const int sum : {0, 7, -1, 10, 2147483647, -2147483647 - 1}) {
+        char result[CmdMgr::kResultSize];
+        std::memset(result, '#', sizeof(result));
+        CmdParser line(("0 + " + std::to_string(sum)).c_str());
+        EXPECT_EQ(CmdMgr::GetInstance(0)->CmdExecute(&line, result), 0);
+        EXPECT_EQ(result, std::to_string(sum));
+    }
 }
 }  // namespace

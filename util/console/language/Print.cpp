@@ -1,5 +1,6 @@
 // The statement PRINT.
 #include <cstdio>
+#include <cstring>
 
 #include "util/console/CmdLanguage.h"
 #include "util/console/CmdParser.h"
@@ -30,23 +31,26 @@ char EscapedCharacter(char letter)
 // A symbol's value by its type; a reserved one reads as 0 or nothing. False for no symbol.
 bool AppendSymbol(ResultText& text, const char* word)
 {
-    return SymbolRecords::Get().Read(word, [&text](const SymInfo& symbol) {
-        const bool reserved = symbol.mReserved != 0;
-        switch (symbol.mType) {
-            case SymInfo::kInt:
-            case SymInfo::kChar:
-                text.AppendInt(reserved ? 0 : symbol.LoadInt());
-                break;
-            case SymInfo::kString:
-                text.Append(reserved ? nullptr : symbol.mStringValue);
-                break;
-            case SymInfo::kFloat:
-                text.AppendFloat(reserved ? 0 : symbol.mFloatValue);
-                break;
-            default:
-                break;
-        }
-    });
+    const LockedSymbol symbol(SymbolRecords::Get(), word);
+    if (!symbol) {
+        return false;
+    }
+    const bool reserved = symbol.IsReserved();
+    switch (symbol->mType) {
+        case SymInfo::kInt:
+        case SymInfo::kChar:
+            text.AppendInt(reserved ? 0 : symbol->LoadInt());
+            break;
+        case SymInfo::kString:
+            text.Append(reserved ? nullptr : symbol->mStringValue);
+            break;
+        case SymInfo::kFloat:
+            text.AppendFloat(reserved ? 0 : symbol->mFloatValue);
+            break;
+        default:
+            break;
+    }
+    return true;
 }
 
 // A text of its own: a backslash that escapes nothing is dropped.
@@ -65,11 +69,11 @@ void AppendPlain(ResultText& text, const char* word)
 // The symbol's text, nothing for a symbol of another type, or the word itself.
 void AppendText(ResultText& text, const char* word)
 {
-    const auto append = [&text](const SymInfo& symbol) {
-        text.Append(symbol.mReserved != 0 ? nullptr : symbol.mStringValue);
-    };
-    if (!SymbolRecords::Get().Read(word, append)) {
+    const LockedSymbol symbol(SymbolRecords::Get(), word);
+    if (!symbol) {
         text.Append(word);
+    } else if (!symbol.IsReserved()) {
+        text.Append(symbol->mStringValue);
     }
 }
 
@@ -115,6 +119,7 @@ void AppendFormat(ResultText& text, CmdParser& line)
 
 int statement::Print(StatementContext& /*context*/, CmdParser& line, char* result)
 {
+    std::memset(result, 0, ResultText::kSize);
     ResultText text(result);
     if (line.GetCount() == 0) {
         return CmdLanguage::kFailed;
