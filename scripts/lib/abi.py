@@ -40,7 +40,8 @@ def exported(library):
     mangled = re.findall(r" (?:GLOBAL|WEAK) +DEFAULT +(?!UND)\w+ (\S+)@@(\S+)$", listed, re.M)
     readable = output_of("c++filt", input="\n".join(name for name, _ in mangled)).splitlines()
     return {f"{name}@{version}" if name == symbol else f'"{name}@{version}"'
-            for name, (symbol, version) in zip(readable, mangled)}
+            for name, (symbol, version) in zip(readable, mangled)
+            } | {f"{version}@{version}" for _, version in mangled}
 
 
 def symbols_file(library, library_arm):
