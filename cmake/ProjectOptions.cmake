@@ -18,8 +18,12 @@ function(html5_video_compile_options target)
         -fvisibility=hidden
         $<$<COMPILE_LANGUAGE:CXX>:-fvisibility-inlines-hidden>
         -fstack-protector-strong -ffunction-sections -fdata-sections)
+    # Warnings are errors here and nowhere else, whatever a project around this one asks for.
     if(PROJECT_IS_TOP_LEVEL)
         target_compile_options(${target} PRIVATE -Werror)
+    else()
+        target_compile_options(${target} PRIVATE -Wno-error)
+        set_target_properties(${target} PROPERTIES COMPILE_WARNING_AS_ERROR OFF)
     endif()
     # Sizes of files and file systems need 64 bits on 32-bit targets too, and so do times after 2038.
     # What a public header shows must not depend on either.

@@ -46,6 +46,7 @@ public:
     // One whole report.
     PlayerStatus GetStatus() const;
 
+    // A part of it, in the units of html5_video_get_status. Two calls may see two reports.
     int GetPlayTime() const { return GetStatus().playTime; }
     int GetEndTime() const { return GetStatus().endTime; }
     int GetSpeed() const { return GetStatus().speed; }

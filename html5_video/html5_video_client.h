@@ -39,7 +39,10 @@ HTML5_VIDEO_API int html5_video_client_load(const char* url);
 /* Gives up loading. */
 HTML5_VIDEO_API int html5_video_client_cancel_load(void);
 
+/* Plays on from the position, at the rate that was set last. */
 HTML5_VIDEO_API int html5_video_client_play(void);
+
+/* Holds the position. */
 HTML5_VIDEO_API int html5_video_client_pause(void);
 
 /* Position in seconds from the start; sent in whole milliseconds, cut toward zero. */
@@ -54,6 +57,7 @@ HTML5_VIDEO_API int html5_video_client_setVolume(float volume);
 /* Size of the video window in pixels. */
 HTML5_VIDEO_API int html5_video_client_setSize(int width, int height);
 
+/* Silences the player, or lets it sound at the volume that was set last. */
 HTML5_VIDEO_API int html5_video_client_setMuted(bool muted);
 
 /* The state that the player reported last, one whole report, from memory: play time and end time

@@ -6,6 +6,7 @@
 #ifndef HTML5_VIDEO_MEDIA_STATUS_H
 #define HTML5_VIDEO_MEDIA_STATUS_H
 
+/* The codes. */
 enum html5_video_media_status
 {
     HTML5_VIDEO_STATUS_UNKNOWN = 0,   /* nothing reported yet */

@@ -3,6 +3,7 @@
 #ifndef UTIL_EXPORT_H
 #define UTIL_EXPORT_H
 
+/* On a function, a variable or a class that others may use. */
 #define HTML5_VIDEO_API __attribute__((visibility("default")))
 
 /* On a private member of a public class that no inline function uses: nobody outside can name it,

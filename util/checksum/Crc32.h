@@ -23,7 +23,7 @@ public:
     // 0xFFFFFFFF.
     MCrc32(const unsigned char* data, int len);
 
-    std::uint32_t mCrc;
+    std::uint32_t mCrc;  // the result
 };
 
 #endif  // UTIL_CHECKSUM_CRC32_H

@@ -9,6 +9,7 @@
 
 #include "util/Export.h"
 
+// The state of a message that is being hashed; the caller's, of fixed size.
 struct SHA1_CTX
 {
     std::uint32_t state[5];    // chaining values
@@ -45,6 +46,7 @@ public:
     // the message itself, never the name of a file.
     int Calculate(const char* text);
 
+    // Makes mContext ready for a new message.
     int Start();
 
     // A negative len or null data adds nothing.
@@ -53,7 +55,7 @@ public:
     // Writes mDigest and wipes mContext.
     int Finish();
 
-    SHA1_CTX mContext;
+    SHA1_CTX mContext;          // between Start and Finish
     unsigned char mDigest[20];  // of the last Calculate or Finish, in the standard byte order
 };
 

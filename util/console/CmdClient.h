@@ -52,7 +52,7 @@ public:
     }
 
 protected:
-    T* mOwner;
+    T* mOwner;  // as given to the constructor, not owned
 };
 
 #endif  // UTIL_CONSOLE_CMDCLIENT_H

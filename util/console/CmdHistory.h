@@ -17,6 +17,7 @@ public:
     void Init() { Clear(); }
     void Clear() { mEntries.clear(); }
 
+    // Entries.
     int GetCount() const { return static_cast<int>(mEntries.size()); }
 
     // Appends a copy of the line; the cursor stays. 0, or -1 for null.

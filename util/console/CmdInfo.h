@@ -24,12 +24,12 @@ struct HTML5_VIDEO_API CmdInfo
     // Releases name, types and help text; all are null afterwards.
     void Free();
 
-    char* mName = nullptr;      // at most 256 characters
-    int mArgCount = 0;          // words after the command word in the template
-    char* mArgTypes = nullptr;  // a SymInfo::Type, or 0, for each; null for none
-    char* mHelp = nullptr;      // at most 1024 characters, or null
-    CmdHandlerFunction mHandler = nullptr;
-    void* mOwner = nullptr;
+    char* mName = nullptr;                  // at most 256 characters
+    int mArgCount = 0;                      // words after the command word in the template
+    char* mArgTypes = nullptr;              // a SymInfo::Type, or 0, for each; null for none
+    char* mHelp = nullptr;                  // at most 1024 characters, or null
+    CmdHandlerFunction mHandler = nullptr;  // runs on the console's thread
+    void* mOwner = nullptr;                 // for the handler, not owned
 };
 
 #endif  // UTIL_CONSOLE_CMDINFO_H

@@ -53,6 +53,7 @@ public:
     // The type code of a template word, compared exactly: a SymInfo::Type, or 0.
     static int GetType(const char* word);
 
+    // Records now.
     int GetCount();
 
     // The record at the index, or null.

@@ -32,6 +32,7 @@ public:
     // The one instance, made with that port on the first call, which later calls ignore.
     static CmdMgr* GetInstance(int port);
 
+    // A console that is not the one of GetInstance; nothing starts it. 0 or less means port 28282.
     explicit CmdMgr(int port);
     CmdMgr(const CmdMgr&) = delete;
     CmdMgr& operator=(const CmdMgr&) = delete;
@@ -117,6 +118,8 @@ public:
     // text, and nothing of it runs.
     int CmdBlockLoop(const char* firstLine, char* result);
 
+    // What a line is by its first word: a comment, a word that opens a block, a built-in statement;
+    // and whether a word is one of the operators.
     static bool IsComment(const char* line);
     static bool IsControlCmd(const CmdParser* line);
     static bool IsBasicFunc(const CmdParser* line);

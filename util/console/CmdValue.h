@@ -19,15 +19,18 @@ public:
     };
 
     CmdValue() : mType(kNone), mValue() {}
+    // A value of that type; a text is copied, cut to 255 characters.
     CmdValue(int value) : CmdValue() { SetInt(value); }
     CmdValue(float value) : CmdValue() { SetFloat(value); }
     CmdValue(const char* text) : CmdValue() { SetString(text); }
 
+    // A Type, or whatever SetType was given.
     int GetType() const { return mType; }
 
     // Stores the code unchanged and leaves the value area as it is.
     void SetType(int type) { mType = type; }
 
+    // Stores value and type; a pointer as it is, not owned.
     void SetInt(int value);
     void SetFloat(float value);
     void SetPointer(void* value);

@@ -32,13 +32,13 @@ struct HTML5_VIDEO_API SymInfo
     int LoadInt() const { return __atomic_load_n(&mIntValue, __ATOMIC_RELAXED); }
     void StoreInt(int value) { __atomic_store_n(&mIntValue, value, __ATOMIC_RELAXED); }
 
-    char* mName = nullptr;
-    int mIntValue = 0;  // types 1 and 2, and types outside the list
-    float mFloatValue = 0;
-    char* mStringValue = nullptr;
-    void* mPointerValue = nullptr;
-    int mReserved = 0;  // nonzero: defined by the console itself, see SymListMgr
-    int mType = 0;
+    char* mName = nullptr;          // at most 256 characters
+    int mIntValue = 0;              // types 1 and 2, and types outside the list
+    float mFloatValue = 0;          // type 4
+    char* mStringValue = nullptr;   // type 3
+    void* mPointerValue = nullptr;  // type 5, not owned
+    int mReserved = 0;              // nonzero: defined by the console itself, see SymListMgr
+    int mType = 0;                  // a Type, or another number, whose value is an integer
 };
 
 #endif  // UTIL_CONSOLE_SYMINFO_H

@@ -16,6 +16,7 @@ class HashContainer
 public:
     explicit HashContainer(T* item) : mItem(item), mNext(nullptr) {}
 
+    // The item, and the node behind this one or null; from any thread.
     T* Get() const { return mItem; }
     HashContainer* Next() const { return mNext.load(std::memory_order_acquire); }
 

@@ -9,6 +9,7 @@ class HashFunction
 public:
     virtual ~HashFunction() = default;
 
+    // Any number for a key, always the same; the table takes it modulo its buckets.
     virtual unsigned int Hash(K& key) = 0;
 
     // True when the two keys are equal; equal keys must hash alike.

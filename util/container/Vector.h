@@ -88,6 +88,7 @@ public:
         return mBuffer[index];
     }
 
+    // Elements now.
     int Size() const { return mCount; }
 
     // An iterator at the first element, or a null iterator when the vector is empty.

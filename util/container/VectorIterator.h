@@ -17,6 +17,7 @@ public:
     // The vector is not owned and must outlive the iterator's use.
     VectorIterator(Vector<P>* vector, int index) : mVector(vector), mIndex(index) {}
 
+    // Whether there is no element under the cursor.
     bool IsNull() const { return mIndex == kEnd; }
 
     // Steps to the next element; null after the last one and on a null iterator. Returns a copy of

@@ -79,7 +79,7 @@ protected:
     // The handler's entry, or null. For the serving thread.
     IPCMethod* FindMethod(const char* name) { return mMethods.Get(name); }
 
-    char mName[64];
+    char mName[64];              // NUL-terminated
     std::atomic<bool> mRunning;  // the serving loop is active
     std::atomic<bool> mOpened;   // the sockets are open
     std::atomic<bool> mBound;    // the receive side listens

@@ -20,8 +20,8 @@ public:
     // The name as stored, by which the table finds the entry.
     const char* ToString() const { return mName; }
 
-    char mName[64];
-    IPCHandler mHandler;
+    char mName[64];       // NUL-terminated
+    IPCHandler mHandler;  // not owned
 };
 
 #endif  // UTIL_IPC_IPCMETHOD_H

@@ -30,11 +30,11 @@ public:
         // Copies the name, cut to 63 characters.
         explicit Arg(const char* name);
 
-        char mName[64];
+        char mName[64];          // NUL-terminated
         unsigned char mNameLen;  // with NUL and padding: a multiple of 4
-        char mType;
-        int mLen;
-        std::intptr_t mValue;  // cast to the pointer for 's' and 'b'; the record owns the buffer
+        char mType;              // as above
+        int mLen;                // bytes of the value
+        std::intptr_t mValue;    // cast to the pointer for 's' and 'b'; the record owns the buffer
 
     private:
         friend class IPCParam;
@@ -56,6 +56,7 @@ public:
     void Add(const char* name, const void* block, int length);
     void Add(const char* name, const char* string);
 
+    // Arguments now.
     int GetCount() const { return mCount; }
 
     // The argument at the position, counted from 0 in order of addition; owned by the record and

@@ -53,6 +53,7 @@ public:
     // 0, or -1 when there was no descriptor. A socket may be opened again.
     virtual int Close();
 
+    // Takes the address, and lets at most that many connections wait for Accept. 0 or -1.
     virtual int Bind();
     virtual int Listen(int backlog);
 
@@ -80,6 +81,7 @@ public:
     // the peer has closed the connection, and when there is no descriptor.
     virtual int Peek(void* data, int length);
 
+    // A Status.
     virtual int GetStatus();
 
     // Ends both directions: a thread that waits in another operation returns from it. The

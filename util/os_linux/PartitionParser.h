@@ -19,12 +19,13 @@ public:
     // Bytes of a caller's buffer that holds any mount point or file-system type, NUL included.
     static constexpr std::size_t kMountText = 128;
 
+    // One entry of the table.
     struct Partition
     {
         char mName[16];  // without "/dev/"
         int mBlocks;     // of 1 KiB; 2147483647 stands for 2 TiB and more
-        int mMajor;
-        int mMinor;
+        int mMajor;      // the driver's device number
+        int mMinor;      // of the partition within its driver
     };
 
     // Fills the table with the first 32 partitions but "mtd" and "loop" devices and, when skipHd,
@@ -60,8 +61,8 @@ public:
     bool GetMountedInfo(const char* device, char* mountPoint, std::size_t mountPointSize,
                         bool& readOnly, char* fsType, std::size_t fsTypeSize) const;
 
-    int mCount = 0;  // valid entries
-    Partition mPartitions[kMaxPartitions] = {};
+    int mCount = 0;                              // valid entries
+    Partition mPartitions[kMaxPartitions] = {};  // in the kernel's order
 };
 
 #endif  // UTIL_OS_LINUX_PARTITIONPARSER_H

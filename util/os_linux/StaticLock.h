@@ -16,6 +16,7 @@ public:
     StaticLock(const StaticLock&) = delete;
     StaticLock& operator=(const StaticLock&) = delete;
 
+    // Waits as long as it takes. Not recursive; only the thread that holds the lock releases it.
     void Lock() TAVI_ACQUIRE();
     void Unlock() TAVI_RELEASE();
 

@@ -27,6 +27,7 @@ public:
         kExited = 4
     };
 
+    // What a thread runs: it is given Start's argument, its result is not used.
     using Entry = void* (*)(void*);
 
     // A thread to be started. The name is copied and cut to 63 characters, null gives "Undefined".
@@ -78,9 +79,12 @@ public:
     // Ends the calling thread, which must be this object's; from another thread it only logs.
     void Exit();
 
+    // Whether the status is that of a thread that runs, 1 or 2, and whether it is any but 0.
     bool IsRunning() const;
     bool IsStarted() const;
 
+    // The POSIX handle, and the kernel's thread id where it is known; else 0. The priority that was
+    // asked for. The name as stored, as long as the object lives. A Status.
     unsigned long GetThreadHandle() const { return mHandle; }
     int GetThreadPID() const { return mTid; }
     int GetPriority() const { return mPriority; }

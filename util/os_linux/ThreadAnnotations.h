@@ -3,12 +3,16 @@
 #ifndef UTIL_OS_LINUX_THREADANNOTATIONS_H
 #define UTIL_OS_LINUX_THREADANNOTATIONS_H
 
+// An attribute of Clang's, by its own name; for the macros below.
 #if defined(__clang__)
 #define TAVI_THREAD_ATTRIBUTE(x) __attribute__((x))
 #else
 #define TAVI_THREAD_ATTRIBUTE(x)
 #endif
 
+// A class that is a lock, and one that holds a lock for a scope; what a field is guarded by; which
+// locks a function wants held or not held, takes, releases or tries to take. A function of the last
+// one is not looked into.
 #define TAVI_CAPABILITY(name) TAVI_THREAD_ATTRIBUTE(capability(name))
 #define TAVI_SCOPED_CAPABILITY TAVI_THREAD_ATTRIBUTE(scoped_lockable)
 #define TAVI_GUARDED_BY(lock) TAVI_THREAD_ATTRIBUTE(guarded_by(lock))

@@ -25,6 +25,7 @@ public:
     ThreadList& operator=(const ThreadList&) = delete;
     ~ThreadList();
 
+    // For Thread alone.
     void AddThread(Thread* thread);
     void RemoveThread(Thread* thread);
 
