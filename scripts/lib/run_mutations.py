@@ -22,8 +22,9 @@ class Mutation:
     new: str = ""
 
     def tests(self):
-        """The folder of the tests that must notice."""
-        return "tests/" + str(pathlib.PurePath(self.source).parent)
+        """The folder of the tests that must notice: the nearest one that there is."""
+        folders = (pathlib.Path("tests", parent) for parent in pathlib.Path(self.source).parents)
+        return str(next(folder for folder in folders if folder.is_dir()))
 
     def apply(self, text):
         if text.count(self.old) != 1:

@@ -315,25 +315,6 @@ TEST(Hostile, FramesAreDroppedAndTheConnectionGoesOn)
     EXPECT_EQ(console.Output(), "served\n");
 }
 
-TEST(Hostile, ClientsMayDieAtEveryByteOfAFrame)
-{
-    RunningConsole console;
-    const std::string frame = ConsoleFrame("PRINT whole");
-    for (std::size_t offset = 0; offset <= frame.size(); ++offset) {
-        for (const bool reset : {false, true}) {
-            ConsoleClient client(console.Port());
-            ASSERT_TRUE(client.Start()) << offset;
-            client.Send(frame.substr(0, offset));
-            if (reset) {
-                client.Reset();
-            }
-        }
-    }
-    EXPECT_TRUE(console.ServesNextClient());
-    const std::string output = console.Output();
-    EXPECT_LE(test::Count(output, "whole"), 2) << output;
-}
-
 TEST(Hostile, ClientsThatTakeNoPromptsAreGivenUp)
 {
     RunningConsole console;

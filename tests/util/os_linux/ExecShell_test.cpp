@@ -73,6 +73,7 @@ TEST_F(ExecShellTest, ChildrenGetTheFixedEnvironmentEntryByEntry)
 
     mShell.System(("echo $OF_THE_CALLER > ./system #" + std::string(3000, 'x')).c_str());
     EXPECT_EQ(test::ReadFile("./system"), "1\n") << "that of the caller";
+    EXPECT_THAT(mLog.Text(), Not(HasSubstr("ERROR")));
 }
 
 TEST_F(ExecShellTest, ExecDoesNotWaitAndLeavesTheChildToItsHost)
@@ -133,17 +134,6 @@ TEST_F(ExecShellTest, ACommandThatDoesNotFitIsRefusedWhole)
     EXPECT_NE(access("./c", F_OK), 0);
     mShell.ExecWait("");  // a shell with nothing to do
     EXPECT_TRUE(NoChildIsLeft());
-}
-
-TEST_F(ExecShellTest, ChildrenInheritNoDescriptorOfTheLibrary)
-{
-    char line[] = "outpath=./inherited.log";
-    Logger::GetLogger(0)->ParseConfig(line);
-    Logger::ChangeMode(2);
-    mShell.ExecWait("ls -l /proc/$$/fd > ./fds; :");
-    EXPECT_THAT(test::ReadFile("./fds"), HasSubstr(" 0 -> "));
-    EXPECT_THAT(test::ReadFile("./fds"), Not(HasSubstr("inherited.log")));
-    EXPECT_THAT(test::ReadFile("./inherited.log"), HasSubstr("Child PID..."));
 }
 
 void LogFromHandler(const char* where)

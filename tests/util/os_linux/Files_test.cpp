@@ -54,7 +54,7 @@ protected:
     test::CapturedLog mLog;
 };
 
-TEST_F(FSUtilTest, MakesDirectories)
+TEST_F(FSUtilTest, MakesDirectoriesAndTellsThemFromOtherNodes)
 {
     const mode_t mask = umask(022);
     EXPECT_EQ(FSUtil::Mkdir("./d"), 0);
@@ -64,23 +64,13 @@ TEST_F(FSUtilTest, MakesDirectories)
     EXPECT_EQ(node.st_mode & 07777U, 0755U);
     EXPECT_EQ(FSUtil::Mkdir("./d"), -1);
     EXPECT_EQ(errno, EEXIST);
-    EXPECT_EQ(FSUtil::Mkdir("./absent/d"), -1);
-}
-
-TEST_F(FSUtilTest, TellsDirectoriesFromOtherNodes)
-{
-    FSUtil::Mkdir("./d");
-    test::WriteFile("./f", "");
-    chmod("./f", 0644);
-    ASSERT_EQ(symlink("d", "./link"), 0);
-    EXPECT_TRUE(FSUtil::IsDirectory("./d"));
-    test::OutputOf("touch -d 2040-01-01 ./d");
+    test::OutputOf("touch -d 2040-01-01 d; touch f; chmod 644 f; ln -s d link");
     EXPECT_TRUE(FSUtil::IsDirectory("./d")) << "of any date";
     EXPECT_EQ(mLog.Text(), "");
-    EXPECT_FALSE(FSUtil::IsDirectory("./f"));
+    for (const char* path : {"./f", "./link", "./absent"}) {  // links are not followed
+        EXPECT_FALSE(FSUtil::IsDirectory(path)) << path;
+    }
     EXPECT_THAT(mLog.Text(), HasSubstr("Not Directory ./f 33188 -> "));
-    EXPECT_FALSE(FSUtil::IsDirectory("./link")) << "links are not followed";
-    EXPECT_FALSE(FSUtil::IsDirectory("./absent"));
     EXPECT_THAT(mLog.Text(), HasSubstr("Invalid Node ./absent -> "));
 }
 
@@ -111,16 +101,11 @@ TEST_F(FSUtilTest, ReadsTheSizesOfAFileSystem)
 
 TEST_F(FSUtilTest, ScansDirectoriesFirstAndThenByName)
 {
-    FSUtil::Mkdir("./d");
+    test::OutputOf("mkdir d");
     EXPECT_THAT(Scan("./d"), ElementsAre("../"));
-    for (const char* file : {"b", "a", "B", ".hidden"}) {
-        test::WriteFile(std::string("./d/") + file, "");
-    }
-    FSUtil::Mkdir("./d/z");
-    test::OutputOf("touch -d 2040-01-01 ./d/z");
-    ASSERT_EQ(symlink("z", "./d/link"), 0);
-    ASSERT_EQ(symlink("nowhere", "./d/dangling"), 0);
-    ASSERT_EQ(mkfifo("./d/pipe", 0600), 0);
+    test::OutputOf(
+        "cd d; mkdir z; touch b a B .hidden; touch -d 2040-01-01 z; ln -s z link;"
+        "ln -s nowhere dangling; mkfifo pipe");
     // A link to a directory sorts as one but is not flagged; what cannot be examined is no
     // directory.
     EXPECT_THAT(Scan("./d"),
@@ -175,8 +160,7 @@ TEST_F(FSUtilTest, AnUnreadableDirectoryLeavesTheVectorAsItWas)
 
 TEST_F(FSUtilTest, APathBeyondTheBufferCountsAsNoDirectory)
 {
-    FSUtil::Mkdir("./d");
-    FSUtil::Mkdir("./d/sub");
+    test::OutputOf("mkdir -p d/sub");
     std::string path = "./d";
     while (path.size() < 2044) {  // with "/sub" beyond 2047 characters, without "/." exactly there
         path += "/.";
@@ -188,9 +172,7 @@ TEST_F(FSUtilTest, APathBeyondTheBufferCountsAsNoDirectory)
 TEST_F(FSUtilTest, ScansFromManyThreads)
 {
     Logger::ChangeMode(0);
-    FSUtil::Mkdir("./d");
-    FSUtil::Mkdir("./e");
-    test::WriteFile("./e/file", "");
+    test::OutputOf("mkdir d e; touch e/file");
     test::InThreads(4, [](int id) {
         for (int round = 0; round < 20; ++round) {
             EXPECT_EQ(Scan(id % 2 == 0 ? "./d" : "./e").size(), id % 2 == 0 ? 1U : 2U);

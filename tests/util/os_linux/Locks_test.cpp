@@ -84,11 +84,11 @@ TEST(CondVar, TimesOutOnTheMonotonicClock)
 TEST(CondVar, WaitsUntilAWallClockSecond)
 {
     Mutex mutex("m");
-    CondVar condition(nullptr);
     const MutexHold hold(mutex);
     const long now = static_cast<long>(std::time(nullptr));
     for (long until : {LONG_MIN, 0L, now - 1, now + 2}) {
         testing::internal::CaptureStdout();
+        CondVar condition(nullptr);
         const milliseconds waited =
             Timed([&] { EXPECT_EQ(condition.WaitTimeoutUntil(mutex, until), ETIMEDOUT); });
         EXPECT_LT(waited.count(), 5000);

@@ -10,9 +10,7 @@
 
 namespace {
 using test::OutputOf;
-using testing::HasSubstr;
 using testing::MatchesRegex;
-using testing::Not;
 
 const std::string kProbe = test::Program("tests/logger_probe");
 
@@ -80,13 +78,4 @@ TEST(LoggerConfig, OpensTheOutputBeforeAnythingIsLogged)
     EXPECT_EQ(node.st_mode & 0777U, 0700U);
 }
 
-TEST(LoggerConfig, TheLogNeverTakesTheNumberOfAStandardStream)
-{
-    test::WriteFile("./logger.conf", "mode=2\noutpath=./out.log\n");
-    for (const char* closed : {"<&-", ">&-", "2>&-"}) {
-        OutputOf(kProbe + " </dev/null 2>/dev/null " + closed);
-        EXPECT_THAT(test::ReadFile("./out.log"), HasSubstr("raw 5\n")) << closed;
-        EXPECT_THAT(test::ReadFile("./out.log"), Not(HasSubstr("stray"))) << closed;
-    }
-}
 }  // namespace

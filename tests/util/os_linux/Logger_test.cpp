@@ -188,10 +188,12 @@ TEST_F(LoggerTest, AFullDiskIsNobodysConcern)
 
 TEST_F(LoggerTest, ModesMayChangeWhileOthersPrint)
 {
-    test::InThreads(2, [&](int id) {
+    test::InThreads(3, [&](int id) {
         for (int round = 0; round < 200; ++round) {
             if (id == 0) {
                 mLogger->Print(0, 0, "F", "d/f", 1, "text");
+            } else if (id == 1) {
+                Configure(*mLogger, "outpath=./c.log");
             } else {
                 LogToFile(round % 2 == 0 ? "./a.log" : "./b.log");
                 mLogger->SetLevel(round % 2);

@@ -529,6 +529,7 @@ TEST_F(ThreadTest, TheListShowsTheObjectsThatExist)
         char result[CmdMgr::kResultSize];
         EXPECT_EQ(CmdMgr::GetInstance(0)->CmdExecute(&line, result), 0);
     };
+    ThreadList();  // takes its command with it
     show();
     EXPECT_EQ(mLog.Text(), " All Thread Count = 0\n");
 
