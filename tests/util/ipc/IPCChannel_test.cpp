@@ -129,6 +129,8 @@ TEST(IPCChannelMgr, MakesEveryKindOfChannel)
           "Thread[ports Thread] Priority = 0, ", "Thread[urgent Thread] Priority = 7, "}) {
         EXPECT_EQ(test::Count(log.Text(), line), 1) << line;
     }
+    delete new IPCSocketChannel("never started", 10, 11);
+    EXPECT_EQ(test::Count(log.Text(), "can not join"), 0);
 }
 
 TEST(IPCChannelMgr, GivesOneChannelToConcurrentFirstRequests)
