@@ -7,37 +7,13 @@
 #include "util/ipc/IPCParam.h"
 
 namespace {
-struct Argument
+std::string Encode(IPCParam& record)
 {
-    char type;
-    std::string name;
-    std::string value;
-
-    bool operator==(const Argument& other) const
-    {
-        return type == other.type && name == other.name && value == other.value;
-    }
-};
-
-using Arguments = std::vector<Argument>;
-
-Arguments ArgumentsOf(IPCParam& record, int first)
-{
-    Arguments arguments;
-    for (int index = first; index < record.GetCount(); ++index) {
-        const IPCParam::Arg& argument = *record.GetArg(index);
-        const char* const value = reinterpret_cast<const char*>(argument.mValue);
-        std::string bytes;
-        if (argument.mType == 'i') {
-            bytes = test::Number(static_cast<std::int32_t>(argument.mValue));
-        } else if (argument.mType == 's') {
-            bytes = value;
-        } else {
-            bytes.assign(value, static_cast<std::size_t>(argument.mLen));
-        }
-        arguments.push_back({argument.mType, argument.mName, bytes});
-    }
-    return arguments;
+    const int length = record.GetSeiralizedLength();
+    std::string bytes(static_cast<std::size_t>(length), '\x55');
+    fuzz::Require(record.Serialize(reinterpret_cast<unsigned char*>(&bytes[0])) == length,
+                  "the encoding has another length than announced");
+    return bytes;
 }
 
 int Decode(IPCParam& record, const std::string& bytes)
@@ -62,13 +38,10 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
         fuzz::Require(record.GetCount() == 1, "something of a refused encoding stayed");
         return 0;
     }
-    const Arguments decoded = ArgumentsOf(record, 1);
-    std::string again(static_cast<std::size_t>(record.GetSeiralizedLength()), '\x55');
-    fuzz::Require(record.Serialize(reinterpret_cast<unsigned char*>(&again[0])) ==
-                      record.GetSeiralizedLength(),
-                  "the encoding has another length than announced");
+    const std::string encoded = Encode(record);
     IPCParam copy;
-    Decode(copy, again);
-    fuzz::Require(ArgumentsOf(copy, 1) == decoded, "encoding and decoding changed the record");
+    fuzz::Require(Decode(copy, encoded) == static_cast<int>(encoded.size()),
+                  "the own encoding is refused");
+    fuzz::Require(Encode(copy) == encoded, "encoding and decoding changed the record");
     return 0;
 }

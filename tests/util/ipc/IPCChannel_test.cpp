@@ -11,6 +11,7 @@
 #include "util/ipc/IPCChannelMgr.h"
 #include "util/ipc/IPCParam.h"
 #include "util/ipc/IPCSocketChannel.h"
+#include "util/os_linux/ThreadList.h"
 
 namespace {
 IPCParam* First(IPCParam*)
@@ -109,6 +110,27 @@ TEST(IPCChannelMgr, GivesOneChannelPerNameWhateverTheEndpoints)
     const std::string longName(70, 'l');
     EXPECT_EQ(manager->GetIPCChannel(longName.c_str(), 1, 2),
               manager->GetIPCChannel(longName.c_str(), 1, 2));
+}
+
+TEST(IPCChannelMgr, MakesEveryKindOfChannel)
+{
+    const test::CapturedLog log;
+    IPCChannelMgr* const manager = IPCChannelMgr::GetInstance();
+    manager->GetIPCChannel("paths", "./s", "./r");
+    manager->GetIPCChannel("ports", 3, 4);
+    manager->GetIPCChannelWithPriority("urgent", 5, 6, 7);
+    manager->GetIPCChannel("any", nullptr, "127.0.0.2", 8, 9);
+    ThreadList::GetInstance()->ShowThread();
+    for (const char* const line :
+         {"aSendSocketPath =./s, aRecvSocketPath = ./r -> ",
+          "ports aSendAddress = 127.0.0.1:3, aRecvAddress = 127.0.0.1:4 -> ",
+          "urgent aSendAddress = 127.0.0.1:5, aRecvAddress = 127.0.0.1:6 -> ",
+          "any aSendAddress = :8, aRecvAddress = 127.0.0.2:9 -> ",
+          "Thread[ports Thread] Priority = 0, ", "Thread[urgent Thread] Priority = 7, "}) {
+        EXPECT_EQ(test::Count(log.Text(), line), 1) << line;
+    }
+    delete new IPCSocketChannel("never started", 10, 11);
+    EXPECT_EQ(test::Count(log.Text(), "can not join"), 0);
 }
 
 TEST(IPCChannelMgr, GivesOneChannelToConcurrentFirstRequests)
