@@ -1,7 +1,5 @@
 #include "util/ipc/GatherList.h"
 
-#include <algorithm>
-
 namespace {
 // Bytes from which on a block is not copied into the frame.
 constexpr std::size_t kLarge = 4096;
@@ -28,11 +26,11 @@ void GatherList::End(const unsigned char* frameEnd)
 
 void GatherList::Sent(std::size_t length)
 {
-    while (length > 0) {
-        const std::size_t part = std::min(length, mFirst->iov_len);
-        mFirst->iov_base = static_cast<unsigned char*>(mFirst->iov_base) + part;
-        mFirst->iov_len -= part;
-        mFirst += mFirst->iov_len == 0 ? 1 : 0;
-        length -= part;
+    for (; mFirst != mEnd && length >= mFirst->iov_len; ++mFirst) {
+        length -= mFirst->iov_len;
+    }
+    if (length > 0) {
+        mFirst->iov_base = static_cast<unsigned char*>(mFirst->iov_base) + length;
+        mFirst->iov_len -= length;
     }
 }

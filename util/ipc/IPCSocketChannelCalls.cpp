@@ -11,6 +11,7 @@
 #include "util/ipc/StreamSocket.h"
 #include "util/ipc/WireFormat.h"
 #include "util/os_linux/CancelGuard.h"
+#include "util/os_linux/FileDescriptor.h"
 #include "util/os_linux/Mutex.h"
 #include "util/os_linux/Sleep.h"
 
@@ -128,9 +129,7 @@ bool IPCSocketChannel::SendRequest(const char* method, IPCParam* request, long l
     at = wire::StoreText(at, method, nameLength);
     if (request->Serialize(at, &list) != recordLength) {
         TAVI_ERROR("Serialization Failure");
-        list.Restart(frame);
-        list.End(frame + wire::kLengthSize);
-        stream.SendNow(list);
+        SendBytes(stream.Descriptor(), frame, wire::kLengthSize, MSG_DONTWAIT);
         ShutDown();  // the peer waits for a payload that does not come
         return false;
     }

@@ -2,8 +2,8 @@
 // bytes: the processor time of both processes together. Above 1 a case is faster. The topic is
 // given as FAMILY/LOG/WHAT with tcp or unix, a log of silent, null or file (every line, to
 // /dev/null or to a file) and command, 64KiB or 1MiB. Both processes share one processor, unless
-// two-cores stands behind. For the largest blocks the page faults of a call are printed as well.
-// --calls N makes N calls of one case and no timings, for a count of system calls.
+// two-cores stands behind. --calls N makes N calls of one case and no timings, for a count of
+// system calls, and prints the page faults of a call, both sides, in the second half of them.
 #include <fcntl.h>
 #include <unistd.h>
 
@@ -58,6 +58,15 @@ void SetLog(const std::string& log)
     Logger::ChangeMode(1);
 }
 
+// Before any caller is made.
+void Prepare(const Topic& topic)
+{
+    SetLog(topic.log);
+    if (topic.apart) {
+        Caller::PutServersApart();
+    }
+}
+
 bool Takes(const Topic& topic, const std::string& name)
 {
     const bool logs = topic.log != "silent";
@@ -73,10 +82,7 @@ bool Takes(const Topic& topic, const std::string& name)
 void Time(const std::string& name)
 {
     const Topic topic(name);
-    SetLog(topic.log);
-    if (topic.apart) {
-        Caller::PutServersApart();
-    }
+    Prepare(topic);
     std::vector<std::unique_ptr<Caller>> callers;
     bench::Interleave timing("round-trip/" + name);
     for (const auto& entry : RegisteredCaller::All()) {
@@ -98,7 +104,7 @@ void Time(const std::string& name)
 void Count(const std::string& name, const std::string& wanted, int calls)
 {
     const Topic topic(name);
-    SetLog(topic.log);
+    Prepare(topic);
     for (const auto& entry : RegisteredCaller::All()) {
         if (entry.name == wanted) {
             const std::unique_ptr<Caller> caller = entry.offer(NewEndpoint(topic.tcp));
