@@ -10,6 +10,7 @@
 
 #include <atomic>
 #include <cstdint>
+#include <type_traits>
 
 #include "html5_video/PlayerStatus.h"
 #include "util/os_linux/StaticLock.h"
@@ -29,7 +30,7 @@ public:
         std::atomic<T> mValue{0};
     };
 
-    // 64 bits in two words, which every processor reads without a lock.
+    // 64 bits in two words, which every processor reads without a lock; see LongWord.
     class DoubleWord
     {
     public:
@@ -48,6 +49,9 @@ public:
         Word<std::uint32_t> mLow;
     };
 
+    using LongWord = std::conditional_t<sizeof(void*) == sizeof(unsigned long long),
+                                        Word<unsigned long long>, DoubleWord>;
+
     // The fields of a PlayerStatus, in a cache line of their own wherever the board lies: a reader
     // beside a writer fetches one.
     struct alignas(64) Slot
@@ -61,8 +65,8 @@ public:
         Word<int> videoWidth;
         Word<int> videoHeight;
         Word<int> inSeek;
-        DoubleWord totalBytes;
-        DoubleWord currentOffset;
+        LongWord totalBytes;
+        LongWord currentOffset;
     };
 
     // The state of the process's one player: constant-initialised, so that it can be read before
