@@ -30,7 +30,7 @@ public:
         std::atomic<T> mValue{0};
     };
 
-    // 64 bits in two words, which every processor reads without a lock; see LongWord.
+    // 64 bits in two words, which every processor reads without a lock.
     class DoubleWord
     {
     public:
@@ -49,6 +49,7 @@ public:
         Word<std::uint32_t> mLow;
     };
 
+    // 64 bits as a status has them: one word where words have as many.
     using LongWord = std::conditional_t<sizeof(void*) == sizeof(unsigned long long),
                                         Word<unsigned long long>, DoubleWord>;
 
