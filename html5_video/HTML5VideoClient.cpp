@@ -85,7 +85,8 @@ HTML5VideoClient* HTML5VideoClient::Instance()
 
 HTML5VideoClient* HTML5VideoClient::GetInstance()
 {
-    HTML5VideoClient* const made = Instance();
+    // Not by Instance, a call more in each status read.
+    HTML5VideoClient* const made = sHTML5VideoClient.load(std::memory_order_acquire);
     return made != nullptr ? made : MakeInstance();
 }
 

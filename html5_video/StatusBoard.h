@@ -10,6 +10,7 @@
 
 #include <atomic>
 #include <cstdint>
+#include <type_traits>
 
 #include "html5_video/PlayerStatus.h"
 #include "util/os_linux/StaticLock.h"
@@ -48,6 +49,10 @@ public:
         Word<std::uint32_t> mLow;
     };
 
+    // 64 bits as a status has them: one word where words have as many.
+    using LongWord = std::conditional_t<sizeof(void*) == sizeof(unsigned long long),
+                                        Word<unsigned long long>, DoubleWord>;
+
     // The fields of a PlayerStatus, in a cache line of their own wherever the board lies: a reader
     // beside a writer fetches one.
     struct alignas(64) Slot
@@ -61,8 +66,8 @@ public:
         Word<int> videoWidth;
         Word<int> videoHeight;
         Word<int> inSeek;
-        DoubleWord totalBytes;
-        DoubleWord currentOffset;
+        LongWord totalBytes;
+        LongWord currentOffset;
     };
 
     // The state of the process's one player: constant-initialised, so that it can be read before

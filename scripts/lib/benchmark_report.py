@@ -64,7 +64,7 @@ def goal_table(results):
         if value is None:
             continue
         sign = "≥" if goal.kind == "speed" else "≤"
-        times = "" if goal.kind == "value" else " ×"
+        times = "" if goal.kind in goals.PLAIN else " ×"
         last = f"{spread(value)}{times} | {verdict(goal, results)} |"
         rows.append(f"| {goal.what} | {goal.limit} | {sign} {number(goal.goal)}{times} | {last}")
     return "\n".join(rows)

@@ -1,6 +1,6 @@
 // A script's counting loop, next to the same loop in Tcl, whose values are texts too, and in other
 // programs. One operation is a loop of 1000 turns, so nanoseconds divided by 1000 are those of one
-// turn; the last line says so for a single long loop.
+// turn; the last line says so for a single long loop. And the line in it, run plainly.
 #include <fcntl.h>
 #include <sys/resource.h>
 #include <sys/wait.h>
@@ -19,12 +19,14 @@
 #include "util/console/SymListMgr.h"
 
 namespace {
+const char kLine[] = "i = i + 1";
+
 CmdBlock* NewCountingLoop(CmdMgr* console, const char* condition)
 {
     CmdBlock* const block = console->NewCmdBlock();
     block->mCommand = new CmdParser(condition);
     block->mFirstChild = console->NewCmdBlock();
-    block->mFirstChild->mCommand = new CmdParser("i = i + 1");
+    block->mFirstChild->mCommand = new CmdParser(kLine);
     block->mFirstChild->mParent = block;
     return block;
 }
@@ -88,6 +90,28 @@ double TimeOfTurns(const Program& program)
     return turns * 1000 / program.turns;
 }
 
+// The line of the loop by itself: split and compiled before, and as it is typed.
+void TimeLines(CmdMgr* console, CmdParser* line, Tcl_Interp* tcl)
+{
+    const char kTcl[] = "set i [expr {$i + 1}]";
+    char result[CmdMgr::kResultSize];
+    CmdParser typed;
+    Tcl_Obj* const command = Tcl_NewStringObj(kTcl, -1);
+    Tcl_IncrRefCount(command);
+    SymListMgr::GetInstance()->SetValue("i", "0");
+    Tcl_Eval(tcl, "set i 0");
+    bench::Interleave timing("console/line");
+    timing.Add("tcl", [&] { return Tcl_EvalObjEx(tcl, command, 0); });
+    timing.Add("html5_video", [&] { return console->CmdExecute(line, result); });
+    timing.Add("html5_video/as-typed", [&] {
+        typed.Parse(kLine);
+        return console->CmdExecute(&typed, result);
+    });
+    timing.Add("tcl/as-typed", [&] { return Tcl_Eval(tcl, kTcl); });
+    timing.Run();
+    Tcl_DecrRefCount(command);
+}
+
 void PrintNanosecondsPerTurn(CmdMgr* console)
 {
     constexpr int kTurns = 20000000;
@@ -108,7 +132,7 @@ int main()
     SymListMgr::GetInstance()->RegisterSymbol("i", "0", SymInfo::kInt, false);
     SymListMgr::GetInstance()->RegisterSymbol("n", "1000", SymInfo::kInt, false);
     CmdBlock* const block = NewCountingLoop(console, "WHILE i < n");
-    CmdParser line("i = i + 1");
+    CmdParser line(kLine);
     Tcl_Interp* const tcl = Tcl_CreateInterp();
     Tcl_Eval(tcl, "set n 1000");
     Tcl_Obj* const script =
@@ -129,6 +153,7 @@ int main()
         }
     }
     timing.Run();
+    TimeLines(console, &line, tcl);
     PrintNanosecondsPerTurn(console);
 
     Tcl_DecrRefCount(call);

@@ -1,6 +1,8 @@
 // What it costs to bring twelve integers into bytes and back. The base stores and loads the same
 // bytes by hand. Above 1 a case is faster than that.
+#include <algorithm>
 #include <cstring>
+#include <string>
 
 #include "benchmarks/support/interleave.h"
 #include "benchmarks/support/processes.h"
@@ -87,15 +89,41 @@ const RegisteredRecord sByHand(0, "by-hand", RunByHand);
 const RegisteredRecord sHere(1, "html5_video", RunHere);
 }  // namespace
 
+namespace {
+constexpr int kFirst = 1000;
+
+void Add(bench::Interleave& timing, const RegisteredRecord::Entry& entry)
+{
+    constexpr int kSum = kIntegers * kFirst + kIntegers * (kIntegers - 1) / 2;
+    bench::Require(entry.offer(kFirst) == kSum, entry.name.c_str());
+    timing.Add(entry.name, [run = entry.offer] { return run(kFirst); });
+}
+
+// Round by round with one peer alone.
+void CompareWith(const std::string& peer)
+{
+    const auto& all = RegisteredRecord::All();
+    const auto find = [&all](const std::string& name) {
+        return std::find_if(all.begin(), all.end(),
+                            [&name](const auto& entry) { return entry.name == name; });
+    };
+    if (find(peer) == all.end()) {
+        return;
+    }
+    bench::Interleave timing("record/twelve-integers/" + peer);
+    Add(timing, *find(peer));
+    Add(timing, *find("html5_video"));
+    timing.Run();
+}
+}  // namespace
+
 int main()
 {
     bench::Interleave timing("record/twelve-integers");
     for (const auto& entry : RegisteredRecord::All()) {
-        constexpr int kFirst = 1000;
-        constexpr int kSum = kIntegers * kFirst + kIntegers * (kIntegers - 1) / 2;
-        bench::Require(entry.offer(kFirst) == kSum, entry.name.c_str());
-        timing.Add(entry.name, [run = entry.offer] { return run(kFirst); });
+        Add(timing, entry);
     }
     timing.Run();
+    CompareWith("protobuf");
     return 0;
 }
