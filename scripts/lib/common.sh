@@ -67,3 +67,28 @@ build_preset() {
     configure_preset "$preset"
     quietly cmake --build "build/$preset" ${1:+--target "$@"}
 }
+
+# The version, from the one place where it stands.
+project_version() {
+    sed -n 's/^project(.* VERSION \([0-9.]*\).*/\1/p' "$repository/CMakeLists.txt"
+}
+
+# The files of this tree, each ended by a zero byte: those of git, or where that is absent all but
+# what was built.
+list_sources() {
+    if [ -e "$repository/.git" ]; then
+        git -C "$repository" ls-files -z --cached --others --exclude-standard --deduplicate
+    else
+        (cd "$repository" && find . -path ./build -prune -o -type f -print0)
+    fi
+}
+
+# Seconds since 1970: of the commit, or where git is absent of the newest file.
+source_date() {
+    if [ -e "$repository/.git" ]; then
+        git -C "$repository" log -1 --format=%ct
+    else
+        find "$repository" -path "$repository/build" -prune -o -type f -printf '%Ts\n' |
+            sort -n | tail -n 1
+    fi
+}
