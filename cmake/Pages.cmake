@@ -58,7 +58,7 @@ endforeach()
 
 # Their pages are their --help, so they must run here; a sanitizer's are none to install.
 find_program(HELP2MAN help2man)
-if(NOT HELP2MAN)
+if(html5_video_programs AND NOT HELP2MAN)
     message(STATUS "The programs' manual pages are left out: help2man is not installed")
 elseif(NOT CMAKE_CROSSCOMPILING AND NOT HTML5_VIDEO_SANITIZE)
     foreach(name ${html5_video_programs})

@@ -9,7 +9,9 @@ import re
 import sys
 
 SCOPE = re.compile(r'^(template <[^{]*> )?((class|struct|enum|namespace)\b|extern "")')
-COMMENT = re.compile(r"(?://|/\*)(.*?)(?:\*/)?$")
+# A comment behind code; strings are blank already.
+TRAILING = re.compile(r"(.*?\S)\s*(?://|/\*)(?!/)(.*?)(?:\*/)?$")
+NO_DECLARATION = re.compile(r"\s*(#(?!define)|public|protected|private|(class|struct) \w+;)|\W*$")
 STRING = re.compile(r'"(?:\\.|[^"\\])*"|\'(?:\\.|[^\'\\])\'')
 
 
@@ -94,29 +96,32 @@ class Header:
 
     def is_the_class(self, at):
         """Whether the class of the file's name begins there, perhaps as a template."""
-        declaration = " ".join(self.lines[at:at + 2]) if "template" in self.lines[at] else self.lines[at]
-        return re.search(rf"\b(class|struct)\b[^;]*\b{self.name}\b(?! *;)", declaration)
+        lines = self.lines[at:at + (2 if "template" in self.lines[at] else 1)]
+        return re.search(rf"\b(class|struct)\b[^;]*\b{self.name}\b(?! *;)", " ".join(lines))
+
+    def comment_of(self, at):
+        """What to write before the declaration that begins there, unless it stands above it."""
+        if self.is_the_class(at) and not self.comment:
+            self.comment = self.about
+        written, self.fresh = self.fresh, False
+        return in_one_line(self.comment) + " " if self.comment and not written else ""
 
     def code_line(self, at):
         line = self.lines[at]
-        match = re.match(r"(.*?\S)(\s*)(?://|/\*)(?!/)(.*?)(?:\*/)?$", STRING.sub(
-            lambda text: "\0" * len(text.group()), line))
-        code = line[:match.end(1)] if match else line
+        trailing = TRAILING.match(STRING.sub(lambda text: "\0" * len(text.group()), line))
+        code = line[:trailing.end(1)] if trailing else line
         begins = self.declares() and not self.declaration.strip()
-        entry = bool(self.scopes) and self.declares() and not re.search(r"[{}]$", code)
         before = behind = ""
-        if re.search(r"\) = delete;$", code):
-            code = ""
-        elif begins and re.search(r"\w", code) and not re.match(r"\s*(#(?!define)|public|protected|private)", code):
-            if self.is_the_class(at) and not self.comment:
-                self.comment = self.about
-            if self.comment and not self.fresh and not re.match(r"\s*(class|struct) \w+;", code):
-                before = in_one_line(self.comment) + " "
-            self.fresh = False
-        if match and entry:
-            behind = " " + in_one_line([line[match.start(3):match.end(3)]]).replace("**", "**<", 1)
+        if code.endswith(") = delete;"):
+            print()
+            return
+        if begins and not NO_DECLARATION.match(code):
+            before = self.comment_of(at)
+        if trailing and self.scopes and self.declares() and code[-1] not in "{}":
+            behind = " " + in_one_line([line[trailing.start(2):trailing.end(2)]])
+            behind = behind.replace("**", "**<", 1)
         print(before + code + behind)
-        self.follow(line[:match.end(1)] if match else line)
+        self.follow(code)
 
     def show(self):
         self.about, at = self.take_comment(0)
