@@ -189,14 +189,14 @@ TEST(CmdParser, ConvertsArgumentsByFormAndSymbolsByType)
     EXPECT_EQ(parser.GetCmdArgs(few, 0), 0);
 }
 
-// Both start before their first entry, and stand on it where there is nothing further.
+// Both stand on their first entry at the beginning.
 TEST(Cursors, MoveAndStopAtBothEnds)
 {
     CmdParser parser("c f a b");
     CmdHistory history;
     EXPECT_EQ(history.GetPrevHistory(), nullptr);
     EXPECT_EQ(history.GetNextHistory(), nullptr);
-    EXPECT_EQ(history.GetPrevHistory(), nullptr) << "the cursor is back from before the first";
+    EXPECT_EQ(history.GetPrevHistory(), nullptr) << "and the cursor is where the first entry comes";
     EXPECT_EQ(history.AddHistory(nullptr), -1);
     for (const char* line : {"f", "a", "b"}) {
         EXPECT_EQ(history.AddHistory(line), 0);
