@@ -187,6 +187,7 @@ TEST_F(HTML5VideoClientTest, LoadResetsTheStatusButNotSizeAndBytes)
 TEST_F(HTML5VideoClientTest, AnyFirstCallStartsTheClientAndInitServesTheNextPlayer)
 {
     html5_video_client_play();
+    html5_video_client_reconnect();  // with no player it asks for no second one
     IPCChannel* const channel = IPCChannelMgr::GetInstance()->GetIPCChannel("HTML5 Video Socket");
     for (int life = 1; life <= 2; ++life) {
         {

@@ -4,6 +4,7 @@
 #include <unistd.h>
 
 #include <atomic>
+#include <cerrno>
 #include <cstdint>
 #include <string>
 #include <thread>
@@ -101,6 +102,14 @@ TEST_F(RecoveryTest, AsksForThePlayerAfterTheOneThatIsServed)
     const RawPeer second = RawPeer::Connect(kStatusPort);
     Push(second, Integers({2}));
     EXPECT_EQ(PlayTime(), 2);
+}
+
+TEST_F(RecoveryTest, TheDescriptorIsQuietUntilSomethingHappens)
+{
+    const int descriptor = html5_video_client_get_event_fd();
+    std::uint64_t count = 0;
+    EXPECT_EQ(read(descriptor, &count, sizeof(count)), -1);
+    EXPECT_EQ(errno, EAGAIN);
 }
 
 // One for each report, which is therefore one update.

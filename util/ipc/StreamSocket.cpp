@@ -291,7 +291,7 @@ Outcome StreamSocket::ReceiveInto(void* data, int length, int flags, long long d
         // recv itself waits for as long as the receive time-out. Where the deadline is not nearer
         // than that, it does the whole wait, and no poll goes before it.
         const bool systemWaits =
-            left < 0 || (mReceiveTimeout > 0 && left + kOvershootMilliseconds >= mReceiveTimeout);
+            left < 0 || (mReceiveTimeout > 0 && left >= mReceiveTimeout - kOvershootMilliseconds);
         if (left > 0 && !systemWaits && WaitForEvents(mDescriptor, POLLIN, left) == 0) {
             return Outcome::kLate;
         }

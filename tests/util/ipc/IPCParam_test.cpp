@@ -110,12 +110,14 @@ TEST(IPCParam, CopiesNamesAndValuesAndCutsLongNames)
     std::string value = "text";
     record.Add(name.c_str(), value.c_str());
     record.Add(name.substr(0, 63).c_str(), 1);
+    record.Add("block", value.data(), 1);
     name.assign(70, 'x');
     value = "gone";
     EXPECT_EQ(record.GetArg(0)->mName, std::string(63, 'n'));
     EXPECT_EQ(record.GetArg(0)->mNameLen, 64);
     EXPECT_EQ(TextOf(*record.GetArg(0)), "text");
     EXPECT_STREQ(record.GetArg(1)->mName, record.GetArg(0)->mName);
+    EXPECT_EQ(*reinterpret_cast<const char*>(record.GetArg(2)->mValue), 't');
 }
 
 // As a peer sends it that leaves what it likes behind a text's NUL.

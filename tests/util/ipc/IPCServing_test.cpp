@@ -224,7 +224,11 @@ TEST_F(IPCServing, EndsAConnectionAtThe101stZeroLengthInARow)
     EXPECT_TRUE(log.WaitFor("Trigger Force Quit tv"));
     EXPECT_EQ(test::Count(log.Text(), "Zero Length Method !!! tv 99"), 2);
     EXPECT_EQ(test::Count(log.Text(), "Zero Length Method !!! tv 100"), 1);
-    ExpectServed();
+    Restart();
+    const RawPeer next = RawPeer::Connect(port);
+    ASSERT_TRUE(next.Send(Number(0)));
+    ExpectEcho(next);
+    EXPECT_EQ(test::Count(log.Text(), "Zero Length Method !!! tv 0 "), 3) << "the next one's first";
 }
 
 TEST_F(IPCServing, PromisesCostNoMemory)
@@ -338,6 +342,13 @@ TEST_F(IPCServing, StartsAndRunsOnlyOnce)
     EXPECT_EQ(test::Count(log.Text(), "Start Failure"), 2);
     EXPECT_EQ(channel->Open(), -1);
     EXPECT_EQ(test::Count(log.Text(), "Socket Channel is Already Opened tv"), 1);
+    channel->Quit();
+    EXPECT_EQ(channel->Close(), 0);
+    for (const auto& [call, count] :
+         {std::pair("Start", 2), {"Open", 2}, {"Quit", 1}, {"Close", 1}}) {
+        const std::string line = "[LOG]:  -> " + std::string(call) + " in (/IPCSocketChannel";
+        EXPECT_EQ(test::Count(log.Text(), line), count) << call;
+    }
 }
 
 TEST(IPCSocketChannel, RunNeedsAnOpenAndBoundChannel)

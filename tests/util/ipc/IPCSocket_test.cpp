@@ -18,6 +18,7 @@
 #include <thread>
 
 #include "tests/support/support.h"
+#include "util/ipc/IPCSocketChannel.h"
 #include "util/ipc/IPCTCPSocket.h"
 #include "util/ipc/IPCUnixSocket.h"
 #include "util/os_linux/Logger.h"
@@ -212,6 +213,27 @@ TEST(IPCSocket, OperationsWithoutADescriptorFailAndSaySo)
     EXPECT_EQ(test::Count(log.Text(), "No Defined Socket"), 8);
     EXPECT_EQ(socket.Close(), -1);
     EXPECT_EQ(test::Count(log.Text(), "Socket Close() Failed"), 1);
+}
+
+TEST(IPCSocket, OpensFailWhereThereIsNoDescriptor)
+{
+    const test::CapturedLog log;
+    IPCTCPSocket tcp("127.0.0.1", 1);
+    IPCUnixSocket local("./socket");
+    IPCSocketChannel channel("tv", "./send", "./receive");
+    rlimit limit = {};
+    getrlimit(RLIMIT_NOFILE, &limit);
+    const rlimit none = {0, limit.rlim_max};
+    ASSERT_EQ(setrlimit(RLIMIT_NOFILE, &none), 0);
+    EXPECT_EQ(tcp.Open(), -1);
+    EXPECT_EQ(local.Open(), -1);
+    EXPECT_EQ(channel.Open(), -1);
+    ASSERT_EQ(setrlimit(RLIMIT_NOFILE, &limit), 0);
+    EXPECT_EQ(tcp.GetStatus(), 2);
+    EXPECT_EQ(test::Count(log.Text(), "TCP Socket Open() Failed"), 1);
+    EXPECT_EQ(test::Count(log.Text(), "Unix Socket Open() Failed ->"), 2);
+    EXPECT_EQ(test::Count(log.Text(), "SendSocket Open Failure"), 1);
+    EXPECT_EQ(channel.Open(), 0);
 }
 
 TEST(IPCSocket, FailuresLeaveErrnoBehind)
