@@ -59,6 +59,7 @@ TEST_F(VectorTest, StartsEmptyAndKeepsOrderAcrossGrowth)
         }
     }
     EXPECT_EQ(*first, Item(0)) << "an iterator stays usable while the vector grows";
+    EXPECT_GE(malloc_usable_size(&mVector.At(0)), 128 * sizeof(void*));
     EXPECT_LT(malloc_usable_size(&mVector.At(0)), 160 * sizeof(void*)) << "128 slots";
 }
 
