@@ -298,12 +298,14 @@ TEST(Registries, AreSharedByThreads)
 {
     testing::internal::CaptureStdout();
     test::WriteFile("script.txt",
-                    "INT i\nINT j\nINT shared\nSTRING text\n"
                     "WHILE i < 2000\n"
                     "  i = i + 1\n  shared = shared + i\n  other = i + 1\n  j = j + other\n"
                     "  shared = 5\n  text = mark\n  text = PRINT \"%s\" text\n"
                     "END\n"
                     "PRINT i\n");
+    for (const char* const declaration : {"INT i", "INT j", "INT shared", "STRING text"}) {
+        ASSERT_EQ(Execute(declaration), 0);
+    }
     std::atomic<bool> done{false};
     std::thread script([&] {
         EXPECT_EQ(Execute("FILE script.txt"), 0);
@@ -334,6 +336,7 @@ TEST(Registries, AreSharedByThreads)
     const std::string output = testing::internal::GetCapturedStdout();
     EXPECT_NE(output.find("\n2000\n"), std::string::npos);
 }
+
 TEST(CmdMgr, WritesASumsDigitsAndNothingElseIntoAUsedBuffer)
 {
     for (const int sum : {0, 7, -1, 10, 2147483647, -2147483647 - 1}) {
