@@ -59,7 +59,7 @@ IPCSocketChannel::Exchange::~Exchange()
 }
 
 // Under mMutex. After a Recover: a connection that is no more makes room for a new one.
-void IPCSocketChannel::RenewBroken()
+[[gnu::cold]] void IPCSocketChannel::RenewBroken()
 {
     if (mSendSocket->mStatus == IPCSocket::kConnected && !mSendSocket->mStream->IsAlive()) {
         mSendSocket->Close();
@@ -88,7 +88,7 @@ bool IPCSocketChannel::EnsureConnected(bool setOptions, long long deadline)
 }
 
 // Under mMutex. Calls fail from here on until the connection is another one.
-void IPCSocketChannel::ShutDown()
+[[gnu::cold]] void IPCSocketChannel::ShutDown()
 {
     mSendSocket->Shutdown();
     mSendSocket->mStream->Frame().Release();
@@ -180,7 +180,7 @@ int IPCSocketChannel::CallWithoutReturn(const char* method, IPCParam* request)
     return exchange.IsConnected() && SendRequest(method, request, exchange.Deadline()) ? 0 : -1;
 }
 
-int IPCSocketChannel::SendRaw(unsigned char* data, int length)
+[[gnu::cold]] int IPCSocketChannel::SendRaw(unsigned char* data, int length)
 {
     GatherList list(data);
     list.End(data + std::max(length, 0));
@@ -188,7 +188,7 @@ int IPCSocketChannel::SendRaw(unsigned char* data, int length)
     return exchange.IsConnected() && SendOrShutDown(list, exchange.Deadline()) ? 0 : -1;
 }
 
-int IPCSocketChannel::ReceiveRaw(unsigned char* buffer, int length)
+[[gnu::cold]] int IPCSocketChannel::ReceiveRaw(unsigned char* buffer, int length)
 {
     const Exchange exchange(*this, false);
     if (!exchange.IsConnected()) {

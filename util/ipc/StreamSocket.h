@@ -84,7 +84,7 @@ public:
 
     // IPCSocket::Select of a connection: a receive into the read-ahead buffer, which the following
     // reads use, so that one system call does for two.
-    int Select(int milliseconds);
+    [[gnu::cold]] int Select(int milliseconds);
 
     // REQUIRES: a Fetch that was done. The next bytes, at most length, without consuming them.
     int Peek(void* data, int length) const;

@@ -22,12 +22,12 @@ auto RestartInterrupted(Call call)
 }
 
 // Each returns a descriptor of 3 or more that the caller closes, or -1 with errno set.
-int OpenDescriptor(const char* path, int flags, mode_t mode = 0);
-int OpenSocket(int domain, int type, int protocol);
-int AcceptSocket(int listener, sockaddr* peer, socklen_t* length);
+[[gnu::cold]] int OpenDescriptor(const char* path, int flags, mode_t mode = 0);
+[[gnu::cold]] int OpenSocket(int domain, int type, int protocol);
+[[gnu::cold]] int AcceptSocket(int listener, sockaddr* peer, socklen_t* length);
 
 // An event counter at 0: readable while the counter is above 0, never blocking.
-int OpenEvent();
+[[gnu::cold]] int OpenEvent();
 
 // send with EINTR restarted and no SIGPIPE: the bytes written, or -1 with errno set.
 ssize_t SendBytes(int socket, const void* data, std::size_t length, int flags = 0);
@@ -37,11 +37,11 @@ ssize_t WriteBytes(int descriptor, const void* data, std::size_t length);
 
 // Waits until one of the poll events is there: 1, 0 when the milliseconds ran out (negative: no
 // limit), -1 with errno set. A signal does not shorten or lengthen the wait.
-int WaitForEvents(int descriptor, short events, int milliseconds);
+[[gnu::cold]] int WaitForEvents(int descriptor, short events, int milliseconds);
 
 // The same for several descriptors, whose events are stored in the entries; negative descriptors
 // are passed over. The number of entries with events, 0 or -1.
-int WaitForAny(pollfd* entries, nfds_t count, int milliseconds);
+[[gnu::cold]] int WaitForAny(pollfd* entries, nfds_t count, int milliseconds);
 
 // Milliseconds of the monotonic clock, for deadlines.
 long long MonotonicMilliseconds();
