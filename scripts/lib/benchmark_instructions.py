@@ -125,7 +125,7 @@ def private_memory(program, library, *emulator):
         process.stdin.close()
     kibibytes = [int(size) for path, size in
                  re.findall(r"^[0-9a-f]+-[0-9a-f]+ .*?(/\S+)?$(?:\n[A-Z]\w+: .*)*?"
-                            r"\nPrivate_Dirty: +(\d+) kB", maps, re.M)
+                            r"\nAnonymous: +(\d+) kB", maps, re.M)
                  if path and pathlib.Path(path).name.startswith(library.name)]
     if not kibibytes:
         raise SystemExit(f"{library.name} is not in the memory of {program}")
