@@ -1,7 +1,9 @@
 """Runs a command with a loopback network of its own, so that the fixed ports are free whatever else
-runs on the machine. Where that is not permitted, the command runs all the same; without a command
-the exit status tells whether it is."""
+runs on the machine: the system gives them to connections, too, which hold them for a minute after
+their end. Where that is not permitted, the command runs all the same; without a command the exit
+status tells whether it is."""
 
+import contextlib
 import ctypes
 import fcntl
 import os
@@ -15,6 +17,7 @@ CLONE_NEWNET = 0x40000000
 SIOCSIFFLAGS = 0x8914
 IFF_UP = 1
 IFF_RUNNING = 64
+RESERVED_PORTS = "/proc/sys/net/ipv4/ip_local_reserved_ports"  # of the own network
 
 
 def enter_private_network():
@@ -24,6 +27,8 @@ def enter_private_network():
     with socket.socket(socket.AF_INET, socket.SOCK_DGRAM) as control:
         fcntl.ioctl(control, SIOCSIFFLAGS,
                     struct.pack("16sH14x", b"lo", IFF_UP | IFF_RUNNING))
+    with contextlib.suppress(OSError), open(RESERVED_PORTS, "w", encoding="ascii") as reserved:
+        reserved.write("56910,56911")
     return True
 
 

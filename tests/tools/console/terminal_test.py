@@ -187,19 +187,19 @@ class AfterItsClient(unittest.TestCase):
     def test_an_endless_loop_ends_and_the_next_client_is_served(self):
         host = Host(settings="linger=1\n")
         self.addCleanup(host.stop)
-        with tempfile.TemporaryDirectory() as home:
-            for line in ("WHILE 1 == 1", "SLEEP 100000"):
-                terminal = Terminal(host.port, home)
-                self.addCleanup(terminal.close)
-                self.assertTrue(terminal.ends_with("CMD>"), terminal.screen())
-                for part in (line, "SLEEP 10", "END")[:3 if line.startswith("WHILE") else 1]:
-                    terminal.enter(part)
-                    self.assertTrue(wait_until(lambda part=part: part in terminal.screen()))
-                terminal.keys("C-c")
-                self.assertTrue(wait_until(lambda: "linger time" in terminal.screen()))
-                terminal.keys("C-c")
-                self.assertEqual(terminal.exit_status(), "130")
-                self.assertEqual(run("--port", host.port, "--exec", "PRINT next").returncode, 0)
+        home = self.enterContext(tempfile.TemporaryDirectory())
+        for line in ("WHILE 1 == 1", "SLEEP 100000"):
+            terminal = Terminal(host.port, home)
+            self.addCleanup(terminal.close)
+            self.assertTrue(terminal.ends_with("CMD>"), terminal.screen())
+            for part in (line, "SLEEP 10", "END")[:3 if line.startswith("WHILE") else 1]:
+                terminal.enter(part)
+                self.assertTrue(wait_until(lambda part=part: part in terminal.screen()))
+            terminal.keys("C-c")
+            self.assertTrue(wait_until(lambda: "linger time" in terminal.screen()))
+            terminal.keys("C-c")
+            self.assertEqual(terminal.exit_status(), "130")
+            self.assertEqual(run("--port", host.port, "--exec", "PRINT next").returncode, 0)
         self.assertEqual(host.output(), "next\nnext\n")
 
 if __name__ == "__main__":
