@@ -2,6 +2,7 @@
 import os
 import subprocess
 import tempfile
+import termios
 import unittest
 
 from console_process import CLIENT, Host, run, wait_until
@@ -21,6 +22,7 @@ class Terminal:
         command = f"'{CLIENT}' --port {port} {options}; echo $? > '{self.status}'; cat"
         subprocess.run(["tmux", "-S", self.socket, "-f", "/dev/null", "new-session", "-d", "-x",
                         "100", "-y", "40", command], env=environment, check=True)
+        self.tty = self.tmux("display", "-p", "#{pane_tty}").strip()
 
     def tmux(self, *arguments):
         return subprocess.run(["tmux", "-S", self.socket, *arguments], capture_output=True,
@@ -39,9 +41,15 @@ class Terminal:
     def screen(self):
         return self.tmux("capture-pane", "-p").rstrip("\n")
 
+    def reads_keys(self):
+        with open(self.tty, "rb") as tty:
+            return not termios.tcgetattr(tty)[3] & termios.ICANON
+
     def ends_with(self, text):
-        """Waits until the screen ends with the text."""
-        return wait_until(lambda: self.screen().endswith(text)) is not None
+        """Waits until the screen ends with the text, and at a prompt until keys are read one by one:
+        the editor shows the prompt first."""
+        return wait_until(lambda: self.screen().endswith(text) and
+                          (text[-1] != ">" or self.reads_keys())) is not None
 
     def exit_status(self):
         """The client's, once it has ended."""
@@ -57,8 +65,11 @@ def runs(terminal, host, *block):
     """Types the block and waits until it runs: ^C before that would be one that forgets a line. The
     block is to print "on"."""
     before = host.output()
-    for line in block:
+    for line in block[:-1]:
         terminal.enter(line)
+        if not terminal.ends_with(line + "\n...>"):
+            return None
+    terminal.enter(block[-1])
     return wait_until(lambda: "on\n" in host.output()[len(before):])
 
 class AtATerminal(unittest.TestCase):
