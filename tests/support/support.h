@@ -14,6 +14,13 @@ namespace test {
 // for a busy one under a sanitizer.
 constexpr int kPatience = 30000;
 
+// The sanitizers have an allocator of their own, and open descriptors to look at memory.
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+constexpr bool kSanitized = true;
+#else
+constexpr bool kSanitized = false;
+#endif
+
 // Polls until the condition holds or the milliseconds ran out; whether it held.
 bool WaitUntil(const std::function<bool()>& condition, int milliseconds = kPatience);
 

@@ -233,9 +233,9 @@ TEST_F(IPCServing, EndsAConnectionAtThe101stZeroLengthInARow)
 
 TEST_F(IPCServing, PromisesCostNoMemory)
 {
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
-    GTEST_SKIP() << "the sanitizers have an allocator of their own";
-#endif
+    if (test::kSanitized) {
+        GTEST_SKIP() << "the sanitizers have an allocator of their own";
+    }
     constexpr std::size_t kAhead = 65536 + 16384;  // made ahead of what has arrived, and some slack
     const std::string bytes(2097152, 'x');
     // Without and with memory that an earlier frame of the connection has left.

@@ -217,6 +217,9 @@ TEST(IPCSocket, OperationsWithoutADescriptorFailAndSaySo)
 
 TEST(IPCSocket, OpensFailWhereThereIsNoDescriptor)
 {
+    if (test::kSanitized) {
+        GTEST_SKIP() << "the sanitizers need descriptors of their own";
+    }
     const test::CapturedLog log;
     IPCTCPSocket tcp("127.0.0.1", 1);
     IPCUnixSocket local("./socket");
