@@ -109,14 +109,21 @@ FAULT_TRANSFER(write, (int fd, const void* data, size_t length), (fd, data, leng
 FAULT_TRANSFER(send, (int fd, const void* data, size_t length, int flags),
                (fd, data, length, flags))
 
-extern "C" ssize_t sendmsg(int fd, const msghdr* message, int flags)
+using SendMessage = ssize_t (*)(int fd, const msghdr* message, int flags);
+
+static ssize_t JudgedSendMessage(SendMessage real, int fd, const msghdr* message, int flags)
 {
-    static const auto real = Real<ssize_t (*)(int, const msghdr*, int)>("sendmsg");
     const Verdict verdict = Judge("sendmsg");
     if (verdict == Verdict::kShort) {
         return send(fd, message->msg_iov->iov_base, 1, flags);
     }
     return verdict == Verdict::kFail ? -1 : real(fd, message, flags);
+}
+
+extern "C" ssize_t sendmsg(int fd, const msghdr* message, int flags)
+{
+    static const auto real = Real<SendMessage>("sendmsg");
+    return JudgedSendMessage(real, fd, message, flags);
 }
 
 // The checked forms that fortified code calls.
@@ -140,6 +147,12 @@ extern "C" int __setsockopt64(int fd, int level, int option, const void* value, 
 {
     static const auto real = Real<int (*)(int, int, int, const void*, socklen_t)>("__setsockopt64");
     return Judge("setsockopt") == Verdict::kFail ? -1 : real(fd, level, option, value, length);
+}
+
+extern "C" ssize_t __sendmsg64(int fd, const msghdr* message, int flags)
+{
+    static const auto real = Real<SendMessage>("__sendmsg64");
+    return JudgedSendMessage(real, fd, message, flags);
 }
 
 extern "C" int pthread_create(pthread_t* thread, const pthread_attr_t* attributes,
