@@ -38,7 +38,9 @@ public:
 
     private:
         friend class IPCParam;
-        Arg() : mType('i'), mLen(4), mValue(0) {}  // the integer 0, without a name yet
+        // The integer 0; the name follows.
+        // NOLINTNEXTLINE(clang-analyzer-optin.cplusplus.UninitializedObject)
+        Arg() : mType('i'), mLen(4), mValue(0) {}
         HTML5_VIDEO_LOCAL void SetName(const char* name);
     };
 
