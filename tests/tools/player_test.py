@@ -54,7 +54,7 @@ class Contract:
         browser = self.start_browser(pause=0.001)
         browser.connect()
         media = []  # how many reports were taken before the answer, length in milliseconds
-        for turn in range(300):
+        for turn in range(1000):
             length = 5 + turn % 3
             media.append((browser.call("load", ("url", f"clock:0.00{length}")), length))
             browser.wait(lambda report: report.end_time == length, media[-1][0])
