@@ -18,7 +18,9 @@ namespace {
 std::mutex sMutex;
 PlayerStatus sGuarded;
 
-int ReadHere()
+// As a host reads it; the read is a call that stores each value where the caller wants it.
+template <typename Read>
+int ReadWith(Read read)
 {
     int time = 0;
     int end = 0;
@@ -27,8 +29,13 @@ int ReadHere()
     int seeking = 0;
     unsigned long long total = 0;
     unsigned long long offset = 0;
-    html5_video_get_status(&time, &end, &speed, &media, &seeking, &total, &offset);
+    read(&time, &end, &speed, &media, &seeking, &total, &offset);
     return time;
+}
+
+int ReadHere()
+{
+    return ReadWith(html5_video_get_status);
 }
 
 int ReadGuarded()
@@ -64,15 +71,7 @@ Unguarded sUnguarded;
 
 int ReadUnguarded()
 {
-    int time = 0;
-    int end = 0;
-    int speed = 0;
-    int media = 0;
-    int seeking = 0;
-    unsigned long long total = 0;
-    unsigned long long offset = 0;
-    CopyUnguarded(&time, &end, &speed, &media, &seeking, &total, &offset);
-    return time;
+    return ReadWith(CopyUnguarded);
 }
 
 void UpdateAll(int time)
