@@ -79,12 +79,21 @@ public:
     StatusBoard(const StatusBoard&) = delete;
     StatusBoard& operator=(const StatusBoard&) = delete;
 
+    // One look: calls take(slot), which copies what it wants of the slot, and returns whether that
+    // was of one whole update. False also before the first one: where a look succeeds, there is a
+    // client that made an update. Inlined, since calls cost half of a read.
+    template <typename Take>
+    [[gnu::always_inline]] bool Look(Take take) const
+    {
+        return Try(mSlots[0], take) && mSlots[0].steps.load(std::memory_order_relaxed) != 0;
+    }
+
     // Calls take(slot), which copies what it wants of the slot: again while updates come in
     // between, and what it took last is of one whole update.
     template <typename Take>
     void Read(Take take) const
     {
-        while (!Try(mSlots[0], take) && !Try(mSlots[1], take)) {}
+        for (unsigned slot = 0; !Try(mSlots[slot], take); slot ^= 1) {}
     }
 
     PlayerStatus Read() const;
@@ -101,7 +110,7 @@ public:
     }
 
 private:
-    // False when a writer was at the slot meanwhile. Inlined, since calls cost half of a read.
+    // False when a writer was at the slot meanwhile.
     template <typename Take>
     [[gnu::always_inline]] static bool Try(const Slot& slot, Take& take)
     {

@@ -4,6 +4,25 @@
 #include "html5_video/StatusBoard.h"
 #include "html5_video/media_status.h"
 
+namespace {
+// html5_video_get_status where one look is not enough: an update is being stored, or none has come
+// yet, so that there may be no client. Apart, so that a read keeps everything in registers.
+[[gnu::noinline]] int ReadStatus(int* playTime, int* endTime, int* speed, int* mediaStatus,
+                                 int* inSeek, unsigned long long* totalBytes,
+                                 unsigned long long* currentOffset)
+{
+    const PlayerStatus status = HTML5VideoClient::GetInstance()->GetStatus();
+    *playTime = status.playTime;
+    *endTime = status.endTime;
+    *speed = status.speed;
+    *mediaStatus = status.mediaStatus;
+    *inSeek = status.inSeek;
+    *totalBytes = status.totalBytes;
+    *currentOffset = status.currentOffset;
+    return 0;
+}
+}  // namespace
+
 extern "C" {
 int html5_video_client_init(void)
 {
@@ -58,7 +77,7 @@ int html5_video_client_setMuted(bool muted)
 int html5_video_get_status(int* playTime, int* endTime, int* speed, int* mediaStatus, int* inSeek,
                            unsigned long long* totalBytes, unsigned long long* currentOffset)
 {
-    StatusBoard::sPlayer.Read([&](const StatusBoard::Slot& slot) {
+    const bool whole = StatusBoard::sPlayer.Look([&](const StatusBoard::Slot& slot) {
         *playTime = slot.playTime;
         *endTime = slot.endTime;
         *speed = slot.speed;
@@ -67,8 +86,9 @@ int html5_video_get_status(int* playTime, int* endTime, int* speed, int* mediaSt
         *totalBytes = slot.totalBytes;
         *currentOffset = slot.currentOffset;
     });
-    HTML5VideoClient::GetInstance();  // behind the read, which it would cost its registers
-    return 0;
+    return whole ? 0
+                 : ReadStatus(playTime, endTime, speed, mediaStatus, inSeek, totalBytes,
+                              currentOffset);
 }
 
 int html5_video_get_video_dimension(int* width, int* height)

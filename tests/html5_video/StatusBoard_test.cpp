@@ -63,6 +63,19 @@ TEST(StatusBoard, AReaderThatMeetsAnUpdateTakesTheOtherSlot)
     EXPECT_EQ(seen, 7);
 }
 
+TEST(StatusBoard, OneLookIsEnoughBetweenUpdatesButNotBeforeTheFirst)
+{
+    const std::unique_ptr<StatusBoard> board = NewBoard();
+    const auto update = [&](const StatusBoard::Slot&) { board->Update([](PlayerStatus&) {}); };
+    int speed = 0;
+    const auto take = [&](const StatusBoard::Slot& slot) { speed = slot.speed; };
+    EXPECT_FALSE(board->Look(take));
+    board->Update([](PlayerStatus& status) { status.speed = 100; });
+    EXPECT_TRUE(board->Look(take));
+    EXPECT_EQ(speed, 100);
+    EXPECT_FALSE(board->Look(update));
+}
+
 TEST(StatusBoard, AnUpdateWaitsForTheOneThatHasBegun)
 {
     const std::unique_ptr<StatusBoard> board = NewBoard();
