@@ -13,7 +13,9 @@
 #include <cerrno>
 #include <clocale>
 #include <cstdlib>
+#include <sstream>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "tests/support/support.h"
@@ -43,8 +45,8 @@ protected:
         std::vector<std::string> names;
         for (int index = 0; index < entries.Size(); ++index) {
             FileCompareUnit* const entry = entries.At(index);
-            EXPECT_TRUE(entry->mDirectory == 0 || entry->mDirectory == 1);
-            names.push_back(std::string(entry->mName) + (entry->mDirectory != 0 ? "/" : ""));
+            EXPECT_EQ(entry->mDirectory & ~1, 0);
+            names.push_back(entry->mName + std::string(entry->mDirectory != 0 ? "/" : ""));
             std::free(entry->mName);
             std::free(entry);
         }
@@ -56,9 +58,8 @@ protected:
 
 TEST_F(FSUtilTest, MakesDirectoriesAndTellsThemFromOtherNodes)
 {
-    const mode_t mask = umask(022);
+    umask(022);
     EXPECT_EQ(FSUtil::Mkdir("./d"), 0);
-    umask(mask);
     struct stat node = {};
     ASSERT_EQ(stat("./d", &node), 0);
     EXPECT_EQ(node.st_mode & 07777U, 0755U);
@@ -83,20 +84,20 @@ TEST_F(FSUtilTest, ReadsTheSizesOfAFileSystem)
     EXPECT_EQ(figures.mTotalSize, -1);
     EXPECT_THAT(mLog.Text(), HasSubstr("Invalid Node ./absent -> "));
 
-    struct statvfs expected = {};
-    ASSERT_EQ(statvfs("/proc/self", &expected), 0);
     ASSERT_TRUE(FSUtil::StatFS("/proc/self", &figures));
     EXPECT_EQ(figures.mTotalSize, 0);
-    ASSERT_EQ(statvfs("/", &expected), 0);
-    ASSERT_TRUE(FSUtil::StatFS("/", &figures));
-    EXPECT_EQ(figures.mTotalSize, static_cast<std::int64_t>(expected.f_bsize) *
-                                      static_cast<std::int64_t>(expected.f_blocks));
-    EXPECT_LE(figures.mFreeSize, figures.mTotalSize);
-    const auto text = [](std::int64_t number) { return std::to_string(number); };
+    struct statvfs expected = {};
+    EXPECT_TRUE(test::WaitUntil([&] {  // others may write in between
+        EXPECT_EQ(statvfs("/", &expected), 0);
+        EXPECT_TRUE(FSUtil::StatFS("/", &figures));
+        return figures.mFreeSize == static_cast<std::int64_t>(expected.f_bsize * expected.f_bfree);
+    }));
     const std::int64_t total = figures.mTotalSize;
-    const std::int64_t free = figures.mFreeSize;
-    EXPECT_THAT(mLog.Text(), HasSubstr(" (" + text(total) + " " + text(free) + "/" +
-                                       text(total >> 20) + " " + text(free >> 20) + ") -> "));
+    EXPECT_EQ(total, static_cast<std::int64_t>(expected.f_bsize * expected.f_blocks));
+    std::ostringstream line;
+    line << " (" << total << " " << figures.mFreeSize << "/" << (total >> 20) << " "
+         << (figures.mFreeSize >> 20) << ") -> ";
+    EXPECT_THAT(mLog.Text(), HasSubstr(line.str()));
 }
 
 TEST_F(FSUtilTest, ScansDirectoriesFirstAndThenByName)
@@ -190,20 +191,16 @@ TEST_F(FSUtilTest, FindsAProcessByTheStartOfItsCommandLine)
     }
     const std::string commandLine = "/proc/" + std::to_string(child) + "/cmdline";
     ASSERT_TRUE(test::WaitUntil([&] { return test::ReadFile(commandLine).find("100") < 300; }));
-    const struct
-    {
-        std::string command;
-        int running;
-    } cases[] = {
+    const std::pair<std::string, int> cases[] = {
         {program, 1},
         {program.substr(0, 20), 1},
         {program + "x", 0},
         {program + " 100", 0},       // arguments are parted by NUL
         {std::string(300, '/'), 0},  // longer than what is read
     };
-    for (const auto& c : cases) {
-        EXPECT_EQ(FSUtil::IsProcessRunning(c.command.c_str()), c.running) << c.command;
-        EXPECT_EQ(Thread::IsProcessRunning(c.command.c_str()), c.running) << c.command;
+    for (const auto& [command, running] : cases) {
+        EXPECT_EQ(FSUtil::IsProcessRunning(command.c_str()), running) << command;
+        EXPECT_EQ(Thread::IsProcessRunning(command.c_str()), running) << command;
     }
     for (const std::string& message : {program + " " + program, std::string("Unit = self")}) {
         EXPECT_THAT(mLog.Text(), HasSubstr("]: " + message + " -> IsProcessRunning in (/"));
@@ -262,12 +259,10 @@ TEST(FilePath, SplitsAtItsLastSeparator)
 TEST(FilePath, CountsItemsWithoutALeadingSlash)
 {
     FilePath path("/a//b/");
-    const char* const items[] = {"a", "", "b", "", ""};
-    for (int index = 0; index < 5; ++index) {
-        EXPECT_STREQ(path.GetItem(index), items[index]) << index;
-    }
-    for (int index : {-1, INT32_MIN, INT32_MAX}) {
-        EXPECT_STREQ(path.GetItem(index), "");
+    const std::pair<int, const char*> items[] = {
+        {INT32_MIN, ""}, {-1, ""}, {0, "a"}, {1, ""}, {2, "b"}, {3, ""}, {4, ""}, {INT32_MAX, ""}};
+    for (const auto& [index, item] : items) {
+        EXPECT_STREQ(path.GetItem(index), item) << index;
     }
     EXPECT_STREQ(FilePath("whole").GetItem(1), "whole") << "without a slash every item is the path";
 
