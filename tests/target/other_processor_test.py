@@ -21,18 +21,15 @@ def main(player, *browser):
     if not pathlib.Path(player).exists():
         print(f"skipped: {player} is not built")
         return 77
-    machines = machine_of(player), machine_of(browser[-1])
-    print("e_machine of player and browser:", *machines)
-    if machines[0] == machines[1]:
+    if machine_of(player) == machine_of(browser[-1]):
         print("both are for the same processor")
         return 1
     with tempfile.TemporaryDirectory() as directory:
         with subprocess.Popen([player, "--engine", "clock", "--headless"], cwd=directory,
                               stderr=subprocess.DEVNULL) as playing:
             try:
-                output = subprocess.run([*browser, f"clock:{SECONDS}"], cwd=directory, timeout=60,
-                                        check=True, stdout=subprocess.PIPE,
-                                        text=True).stdout
+                output = subprocess.check_output([*browser, f"clock:{SECONDS}"], cwd=directory,
+                                                 timeout=60, text=True)
             finally:
                 playing.terminate()
     print(output.replace("\r", "\n"))
