@@ -10,7 +10,6 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
-#include <algorithm>
 #include <atomic>
 #include <cerrno>
 #include <string>
@@ -32,6 +31,7 @@ extern "C" __attribute__((visibility("default"))) pid_t fork() noexcept
 }
 
 namespace {
+using testing::AllOf;
 using testing::HasSubstr;
 using testing::Not;
 
@@ -45,26 +45,18 @@ protected:
     ExecShell mShell;
 };
 
-// The environment that a shell wrote, an entry a line.
-std::string Environment(const char* path)
-{
-    std::string entries = test::ReadFile(path);
-    std::replace(entries.begin(), entries.end(), '\0', '\n');
-    return entries;
-}
-
 TEST_F(ExecShellTest, ChildrenGetTheFixedEnvironmentEntryByEntry)
 {
     setenv("OF_THE_CALLER", "1", 1);
     std::string expected = test::ReadFile(TEST_DATA_DIR "/shell_environment.txt");
     // What the shell itself was given: it would hand a tidied environment to its children.
-    mShell.Exec("cat /proc/$$/environ > ./exec; :");
+    mShell.Exec("tr '\\0' '\\n' < /proc/$$/environ > ./exec; :");
     mShell.Wait(-1);
-    EXPECT_EQ(Environment("./exec"), expected);
+    EXPECT_EQ(test::ReadFile("./exec"), expected);
 
-    mShell.ExecWait("cat /proc/$$/environ > ./wait; :");
+    mShell.ExecWait("tr '\\0' '\\n' < /proc/$$/environ > ./wait; :");
     expected.insert(expected.find("\nOLDPWD=/config"), ":/data/wlan:./");
-    EXPECT_EQ(Environment("./wait"), expected);
+    EXPECT_EQ(test::ReadFile("./wait"), expected);
 
     mShell.System(("echo $OF_THE_CALLER > ./system #" + std::string(3000, 'x')).c_str());
     EXPECT_EQ(test::ReadFile("./system"), "1\n") << "that of the caller";
@@ -82,11 +74,10 @@ TEST_F(ExecShellTest, ExecDoesNotWaitAndLeavesTheChildToItsHost)
     mShell.Wait(child.si_pid);
     EXPECT_TRUE(NoChildIsLeft());
     const std::string id = std::to_string(child.si_pid);
-    EXPECT_THAT(mLog.Text(),
-                HasSubstr("]: Exit PID: " + id + ", Child PID : " + id + "\n -> Wait"));
-    EXPECT_THAT(mLog.Text(), HasSubstr("]: Child PID... -> "));
-    EXPECT_THAT(mLog.Text(), Not(HasSubstr("Invoke")));
     const std::string before = mLog.Text();
+    EXPECT_THAT(before,
+                AllOf(HasSubstr("]: Exit PID: " + id + ", Child PID : " + id + "\n -> Wait"),
+                      HasSubstr("]: Child PID... -> "), Not(HasSubstr("Invoke"))));
     mShell.Wait(child.si_pid);
     EXPECT_EQ(mLog.Text(), before) << "nothing to wait for";
 }
@@ -96,11 +87,11 @@ TEST_F(ExecShellTest, ExecWaitWaitsThroughSignals)
     struct sigaction action = {};
     action.sa_handler = [](int) {};  // without SA_RESTART
     sigaction(SIGALRM, &action, nullptr);
-    const itimerval every10ms = {{0, 10000}, {0, 10000}};
-    const itimerval never = {};
-    setitimer(ITIMER_REAL, &every10ms, nullptr);
+    itimerval timer = {{0, 10000}, {0, 10000}};
+    setitimer(ITIMER_REAL, &timer, nullptr);
     mShell.ExecWait("sleep 0.1; pwd > ./done");
-    setitimer(ITIMER_REAL, &never, nullptr);
+    timer = {};
+    setitimer(ITIMER_REAL, &timer, nullptr);
     EXPECT_NE(test::ReadFile("./done"), "");
     EXPECT_TRUE(NoChildIsLeft());
     EXPECT_THAT(mLog.Text(), HasSubstr("]: Invoke sleep 0.1; pwd > ./done : PID Parent= " +

@@ -8,6 +8,7 @@
 #include <ctime>
 #include <string>
 #include <thread>
+#include <utility>
 
 #include "tests/support/Background.h"
 #include "util/os_linux/CondVar.h"
@@ -122,11 +123,7 @@ TEST(CondVar, SignalWakesOneAndBroadcastWakesAll)
 
 TEST(Sleep, LastsAtLeastAsLongAsAsked)
 {
-    const struct
-    {
-        void (*sleep)();
-        int least;
-    } cases[] = {
+    const std::pair<void (*)(), int> cases[] = {
         {[] { NanoSleep(0, 20000000); }, 20},
         {[] { NanoSleep(1, 0); }, 1000},
         {[] { USleep(20000); }, 20},
@@ -135,7 +132,8 @@ TEST(Sleep, LastsAtLeastAsLongAsAsked)
         {[] { NanoSleep(30, 1000000000); }, 0},  // not a valid length
     };
     test::InThreads(6, [&](int id) {
-        EXPECT_THAT(Milliseconds(cases[id].sleep), AllOf(Ge(cases[id].least), Lt(20000))) << id;
+        const auto& [sleep, least] = cases[id];
+        EXPECT_THAT(Milliseconds(sleep), AllOf(Ge(least), Lt(20000))) << id;
     });
 }
 

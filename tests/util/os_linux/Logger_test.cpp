@@ -11,12 +11,12 @@
 #include <algorithm>
 #include <cerrno>
 #include <climits>
-#include <set>
-#include <sstream>
 #include <string>
+#include <utility>
 
 #include "tests/support/Background.h"
 #include "tests/support/RawPeer.h"
+#include "tests/support/program.h"
 
 namespace {
 using testing::MatchesRegex;
@@ -93,17 +93,6 @@ TEST_F(LoggerTest, DecoratesEachLevelAndNamesItsPlace)
     }
 }
 
-TEST_F(LoggerTest, WritesARawMessageAsItIsAndNothingForOtherRawValues)
-{
-    EXPECT_EQ(Written([&] {
-                  mLogger->Print(2, 1, "F", "f", 1, "  [%d] %s", 3, "piece");
-                  mLogger->Print(2, 1, "F", "f", 1, "%s", "");
-                  mLogger->Print(2, 2, "F", "f", 1, "unseen");
-                  mLogger->Print(2, -1, "F", "f", 1, "unseen");
-              }),
-              "  [3] piece");
-}
-
 TEST_F(LoggerTest, CutsWhatDoesNotFit)
 {
     const std::string text(5000, 't');
@@ -121,7 +110,7 @@ TEST_F(LoggerTest, CutsWhatDoesNotFit)
                 text.substr(0, 127));
 }
 
-TEST_F(LoggerTest, PrintsFromItsLevelOn)
+TEST_F(LoggerTest, PrintsFromItsLevelOnButNothingForUnknownRawValues)
 {
     for (int level = 0; level <= 3; ++level) {
         mLogger->SetLevel(level);
@@ -130,6 +119,8 @@ TEST_F(LoggerTest, PrintsFromItsLevelOn)
             for (int message = 0; message <= 2; ++message) {
                 mLogger->Print(message, 1, "F", "f", 1, "%d", message);
                 Logger_Print(5, message, 1, "F", "f", 1, "%d", message);
+                mLogger->Print(message, 2, "F", "f", 1, "neither decorated nor raw");
+                mLogger->Print(message, -1, "F", "f", 1, "neither decorated nor raw");
             }
         });
         EXPECT_EQ(text, std::string("001122").substr(std::min(6, 2 * level)));
@@ -228,21 +219,16 @@ TEST_F(LoggerTest, LinesOfManyThreadsNeverInterleave)
         return std::string(static_cast<std::size_t>(100 + id), static_cast<char>('a' + id));
     };
     test::InThreads(8, [&](int id) {
-        for (int line = 0; line < 500; ++line) {
-            Logger::GetLogger(id)->Print(0, 0, "F", "d/f", line, "%s", text(id).c_str());
+        for (int count = 0; count < 500; ++count) {
+            Logger::GetLogger(id)->Print(0, 0, "F", "d/f", id, "%s", text(id).c_str());
         }
     });
-    std::istringstream log(Text());
-    std::multiset<std::string> lines;
-    for (std::string line; std::getline(log, line);) {
-        lines.insert(line.erase(0, line.find(']') + 1));
+    const std::string log = "\n" + Text();
+    EXPECT_EQ(test::Count(log, "\n["), 8 * 500);
+    for (int id = 0; id < 8; ++id) {
+        const std::string rest = text(id) + " -> F in (/f " + std::to_string(id) + ")\n";
+        EXPECT_EQ(test::Count(log, "][LOG]: " + rest), 500) << id;
     }
-    std::multiset<std::string> expected;
-    for (int number = 0; number < 8 * 500; ++number) {
-        expected.insert("[LOG]: " + text(number % 8) + " -> F in (/f " +
-                        std::to_string(number / 8) + ")");
-    }
-    EXPECT_EQ(lines, expected);
 }
 
 TEST_F(LoggerTest, ALineTravelsAsThreeDatagrams)
@@ -292,5 +278,60 @@ TEST_F(LoggerTest, AUnixSocketPeerGetsTheLinesAndMayLeave)
     Configure("mode=1");  // of no effect on the open output
     mLogger->Print(2, 0, "F", "d/f", 3, "to nobody");
     mLogger->Print(2, 0, "F", "d/f", 3, "to nobody");  // would raise SIGPIPE
+}
+
+// What "./logger.conf" does when the library is loaded, seen through a program of its own.
+const std::string kProbe = test::Program("tests/logger_probe");
+const std::string kDefaults = "mode=0\nkmsg=0\nserverip=\nport=0\noutpath=\n";
+
+TEST(LoggerConfig, WithoutTheFileSaysSoAndLogsNothing)
+{
+    EXPECT_EQ(test::OutputOf(kProbe + " 2>./err | grep -v stray"),
+              "Can not open config file\n" + kDefaults);
+    EXPECT_EQ(test::ReadFile("./err"), "stray\n");
+}
+
+TEST(LoggerConfig, ReadsEachLineAsWritten)
+{
+    const std::string longValue(247, 'x');  // with the key, a whole piece of 255 characters
+    const std::pair<std::string, std::string> cases[] = {
+        // Keys in any case, values verbatim, spaces kept, trailing TABs not.
+        {"MODE=1\nKmsg=2\nServerIP=1.2.3.4\nOUTPATH= a b \t\t\n",
+         "mode=1\nkmsg=2\nserverip=1.2.3.4\nport=0\noutpath= a b \n"},
+        // A later line wins; no final line feed.
+        {"port=5\nport=6", "mode=0\nkmsg=0\nserverip=\nport=6\noutpath=\n"},
+        // Comments, blanks before =, unknown keys, an unknown mode.
+        {"#port=1\n\nport =2\n port=3\nports=4\nmode=9\n", kDefaults},
+        // Numbers as far as they go; a carriage return belongs to a text.
+        {"kmsg= +7x\nport=-\nserverip=1.1.1.1\r\n",
+         "mode=0\nkmsg=7\nserverip=1.1.1.1\r\nport=0\noutpath=\n"},
+        // The default port in mode 3, an over-long address.
+        {"mode=3\nport=-5\nserverip=" + std::string(100, '1') + "\n",
+         "mode=3\nkmsg=0\nserverip=" + std::string(31, '1') + "\nport=7272\noutpath=\n"},
+        // An over-long line, in pieces.
+        {"outpath=" + longValue + "port=9\n",
+         "mode=0\nkmsg=0\nserverip=\nport=9\noutpath=" + longValue + "\n"},
+    };
+    for (const auto& [file, settings] : cases) {
+        test::WriteFile("./logger.conf", file);
+        EXPECT_EQ(test::OutputOf(kProbe + " 2>/dev/null | grep -av stray"), settings) << file;
+    }
+}
+
+TEST(LoggerConfig, OpensTheOutputBeforeAnythingIsLogged)
+{
+    const std::string lines = kTime + "\\[LOG\\]: info -> Probe in \\(/Probe\\.cpp 7\\)\nraw 5\n";
+    test::WriteFile("./logger.conf", "mode=1\n");
+    test::OutputOf(kProbe + " 2>./err");
+    EXPECT_THAT(test::ReadFile("./err"), MatchesRegex(lines + "stray\n"));
+
+    test::WriteFile("./logger.conf", "mode=2\noutpath=./out.log\n");
+    test::WriteFile("./out.log", std::string(1000, 'x'));
+    test::OutputOf(kProbe + " 2>/dev/null");
+    EXPECT_THAT(test::ReadFile("./out.log"), MatchesRegex(lines)) << "an old file is truncated";
+
+    EXPECT_EQ(
+        test::OutputOf("umask 022; rm out.log; " + kProbe + " >/dev/null 2>&1; stat -c %a out.log"),
+        "700\n");
 }
 }  // namespace

@@ -85,12 +85,10 @@ protected:
 TEST_F(ThreadTest, LivesFromStartToJoinAndAgain)
 {
     Thread thread("worker", Gate::WaitAt, false, 0);
-    EXPECT_EQ(thread.GetThreadHandle(), 0U);
     EXPECT_EQ(thread.GetThreadPID(), 0);
     EXPECT_FALSE(thread.IsStarted());
     for (int round = 0; round < 3; ++round) {
         StartAtGate(thread);
-        EXPECT_NE(thread.GetThreadHandle(), 0U);
         EXPECT_TRUE(thread.IsRunning());
         EXPECT_TRUE(thread.IsStarted());
         EXPECT_NE(thread.GetThreadPID(), Thread::GetTid());
@@ -177,10 +175,15 @@ TEST_F(ThreadTest, KillEndsAWaitingThread)
     }
 }
 
-// Runs the action for a thread that waits at the gate, made by Start and then a wrapped one.
-template <typename Action>
-void WithEachKind(Action action)
+TEST_F(ThreadTest, KillEndsAThreadThatAnotherWaitsForAfterACancelledJoin)
 {
+    int joins = 0;
+    const auto nextJoinWaits = [this, &joins] {
+        ++joins;
+        return test::WaitUntil([&] {
+            return test::Count(mLog.Text(), "Before Thread::Join : Thread = victim") == joins;
+        });
+    };
     for (const bool wrapped : {false, true}) {
         SCOPED_TRACE(wrapped ? "wrapped" : "started");
         Gate gate;
@@ -188,47 +191,30 @@ void WithEachKind(Action action)
         if (wrapped) {
             ASSERT_EQ(pthread_create(&handle, nullptr, Gate::WaitAt, &gate), 0);
         }
-        const auto thread = wrapped ? std::make_unique<Thread>("wrapped", handle)
-                                    : std::make_unique<Thread>("own", Gate::WaitAt, false, 0);
-        if (!wrapped) {
-            ASSERT_EQ(thread->Start(&gate), 0);
-        }
+        const auto thread = wrapped ? std::make_unique<Thread>("victim", handle)
+                                    : std::make_unique<Thread>("victim", Gate::WaitAt, false, 0);
+        EXPECT_EQ(thread->Start(&gate), wrapped ? -1 : 0);
         ASSERT_TRUE(Reaches(*thread, Thread::kRunning));
-        action(*thread, gate);
-    }
-}
 
-TEST_F(ThreadTest, KillEndsAThreadThatAnotherWaitsFor)
-{
-    WithEachKind([this](Thread& thread, Gate& gate) {
-        Background joiner([&] { EXPECT_EQ(thread.Join(), 0); });
-        EXPECT_TRUE(
-            mLog.WaitFor(std::string("Before Thread::Join : Thread = ") + thread.GetThreadName()));
-        EXPECT_EQ(thread.Join(), -1) << "one joins it";
-        EXPECT_EQ(thread.Start(&gate), -1) << "it runs";
-        EXPECT_EQ(thread.Kill(), 0);
-        EXPECT_TRUE(joiner.Returns());
-        gate.Open();  // where the Kill failed
-        EXPECT_EQ(thread.GetStatus(), Thread::kNotStarted);
-        EXPECT_EQ(thread.GetThreadHandle(), 0U);
-        EXPECT_EQ(thread.Kill(), -1);
-    });
-}
-
-TEST_F(ThreadTest, ACancelledJoinLeavesTheThreadToBeJoined)
-{
-    WithEachKind([this](Thread& thread, Gate& gate) {
-        std::function<void()> join = [&] { thread.Join(); };
+        std::function<void()> join = [&] { thread->Join(); };
         Thread waiter("waiter", Call, false, 0);
         ASSERT_EQ(waiter.Start(&join), 0);
-        EXPECT_TRUE(
-            mLog.WaitFor(std::string("Before Thread::Join : Thread = ") + thread.GetThreadName()));
+        EXPECT_TRUE(nextJoinWaits());
         EXPECT_EQ(waiter.Kill(), 0);
         EXPECT_EQ(waiter.Join(), 0);
-        EXPECT_EQ(thread.GetStatus(), Thread::kRunning);
-        gate.Open();
-        EXPECT_EQ(thread.Join(), 0);
-    });
+        EXPECT_EQ(thread->GetStatus(), Thread::kRunning);
+
+        Background joiner([&] { EXPECT_EQ(thread->Join(), 0); });
+        EXPECT_TRUE(nextJoinWaits());
+        EXPECT_EQ(thread->Join(), -1) << "one joins it";
+        EXPECT_EQ(thread->Start(&gate), -1) << "it runs";
+        EXPECT_EQ(thread->Kill(), 0);
+        EXPECT_TRUE(joiner.Returns());
+        gate.Open();  // where the Kill failed
+        EXPECT_EQ(thread->GetStatus(), Thread::kNotStarted);
+        EXPECT_EQ(thread->GetThreadHandle(), 0U);
+        EXPECT_EQ(thread->Kill(), -1);
+    }
 }
 
 TEST_F(ThreadTest, StartBesideAJoinMakesOneThread)
@@ -350,12 +336,7 @@ TEST_F(ThreadTest, ADetachMeetsTheEndOfTheThread)
 TEST_F(ThreadTest, AThreadOfTheHostsOwnMayRunTheBody)
 {
     static Gate gate;
-    static std::atomic<Thread*> found{nullptr};
-    const auto entry = [](void* argument) {
-        found = Thread::GetCurrentThread();
-        Gate::WaitAt(&gate);
-        return argument;
-    };
+    const auto entry = [](void*) { return Gate::WaitAt(&gate); };
     for (const bool detached : {false, true, false}) {
         Thread thread("hosted", entry, detached, 0);
         pthread_t handle = 0;
@@ -364,7 +345,7 @@ TEST_F(ThreadTest, AThreadOfTheHostsOwnMayRunTheBody)
         EXPECT_EQ(thread.Join(), -1) << "the host's to join";
         EXPECT_EQ(thread.Start(nullptr), -1);
         EXPECT_EQ(thread.SendSignal(0), 0);
-        ASSERT_TRUE(test::WaitUntil([&] { return found == &thread; }));
+        EXPECT_EQ(ThreadList::GetInstance()->GetThread(handle), &thread);
         gate.Open();
         ASSERT_TRUE(Reaches(thread, Thread::kExited));
         EXPECT_EQ(thread.GetThreadHandle(), 0U);
@@ -420,25 +401,18 @@ TEST_F(ThreadTest, ExitEndsOnlyTheOwnThread)
     ExpectLine("pthread_equal = 1");
 }
 
-TEST_F(ThreadTest, SignalsReachARunningThread)
+TEST_F(ThreadTest, SignalsAndPrioritiesReachARunningThread)
 {
     static std::atomic<int> receiver{0};
     struct sigaction action = {};
     action.sa_handler = [](int) { receiver = Thread::GetTid(); };
     sigaction(SIGUSR1, &action, nullptr);
-    Thread thread("target", Gate::WaitAt, false, 0);
+    Thread thread("urgent", Gate::WaitAt, false, 10);
     StartAtGate(thread);
     EXPECT_EQ(thread.SendSignal(SIGUSR1), 0);
     EXPECT_TRUE(test::WaitUntil([&] { return receiver == thread.GetThreadPID(); }));
     EXPECT_EQ(thread.SendSignal(1000), EINVAL) << "the POSIX result";
-    mGate.Open();
-    EXPECT_EQ(thread.Join(), 0);
-}
 
-TEST_F(ThreadTest, AsksForRealTimeScheduling)
-{
-    Thread thread("urgent", Gate::WaitAt, false, 10);
-    StartAtGate(thread);
     const int result = thread.SetPriorityImpl();
     int policy = -1;
     sched_param parameters = {};
@@ -483,10 +457,7 @@ TEST_F(ThreadTest, TheListShowsTheObjectsThatExist)
     Thread idle(nullptr, nullptr, false, 7);
     Thread running("running", Gate::WaitAt, false, 0);
     StartAtGate(running);
-    {
-        const Thread gone("gone", Thread::GetSelf());
-        EXPECT_EQ(list->GetThread(Thread::GetSelf()), &gone);
-    }
+    Thread("gone", Thread::GetSelf());
     EXPECT_EQ(list->GetThread(Thread::GetSelf()), nullptr);
     EXPECT_EQ(list->GetThread(running.GetThreadHandle()), &running);
     std::ostringstream expected;
