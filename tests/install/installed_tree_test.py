@@ -2,9 +2,9 @@
 another one, found by pkg-config and by CMake, its headers compiled each alone, its examples built
 and played.
 
-    installed_tree_test.py SOURCE BUILD CXX CC InstalledTree | SourcesTakenIn
+    installed_tree_test.py SOURCE BUILD CXX CC Headers | InstalledTree | SourcesTakenIn
 
-The second is slow: it compiles the library twice more, as a part of another project.
+The last is slow: it compiles the library twice more, as a part of another project.
 """
 import os
 import pathlib
@@ -48,7 +48,7 @@ class Users(unittest.TestCase):
         return build
 
 
-class InstalledTree(Users):
+class Installed(Users):
     @classmethod
     def setUpClass(cls):
         super().setUpClass()
@@ -62,7 +62,9 @@ class InstalledTree(Users):
                            "LD_LIBRARY_PATH": str(pkgconfig.parent)}
         (cls.examples,) = cls.prefix.glob("share/doc/*/examples")
 
-    def test_headers_stand_alone(self):
+
+class Headers(Installed):
+    def test_each_stands_alone(self):
         root = self.prefix / "include" / "html5_video-1"
         headers = sorted(root.rglob("*.h"))
         self.assertGreater(len(headers), 40)
@@ -77,6 +79,8 @@ class InstalledTree(Users):
                 run(compiler, f"-std={standard}", *STRICT, "-fsyntax-only", "-x", language, "-",
                     f"-I{root}", input=f'#include "{name}"\nextern int unit;\n')
 
+
+class InstalledTree(Installed):
     def test_pkg_config_builds_the_examples(self):
         browser = self.folder / "pc_browser"
         flags = run("pkg-config", "--cflags", "--libs", "html5_video", env=self.environment).split()
