@@ -10,9 +10,7 @@
 #include "tests/support/support.h"
 
 namespace {
-using testing::AllOf;
 using testing::HasSubstr;
-using testing::Not;
 
 const std::string kPage = TEST_SOURCE_DIR "/docs/platform.md";
 const std::string kSource = TEST_SOURCE_DIR "/docs/snippets/platform.cpp";
@@ -51,9 +49,10 @@ TEST(PlatformPage, TheSnippetsDoWhatThePageSays)
         EXPECT_THAT(output, HasSubstr(text));
     }
     EXPECT_THAT(test::ReadFile("./scan.out"), testing::StartsWith("scanned\n"));
-    EXPECT_THAT(test::ReadFile("./platform.log"),
-                AllOf(HasSubstr("[LOG]: tuned to 474000 -> LogSomething in (/platform.cpp "),
-                      HasSubstr("] Thread[watcher] Priority = 0, Status = 1, IsRunning = 1"),
-                      HasSubstr("signal is weak"), Not(HasSubstr("not printed"))));
+    EXPECT_THAT(
+        test::ReadFile("./platform.log"),
+        testing::AllOf(HasSubstr("[LOG]: tuned to 474000 -> LogSomething in (/platform.cpp "),
+                       HasSubstr("] Thread[watcher] Priority = 0, Status = 1, IsRunning = 1"),
+                       HasSubstr("signal is weak"), testing::Not(HasSubstr("not printed"))));
 }
 }  // namespace

@@ -31,7 +31,6 @@ extern "C" __attribute__((visibility("default"))) pid_t fork() noexcept
 }
 
 namespace {
-using testing::AllOf;
 using testing::HasSubstr;
 using testing::Not;
 
@@ -75,9 +74,9 @@ TEST_F(ExecShellTest, ExecDoesNotWaitAndLeavesTheChildToItsHost)
     EXPECT_TRUE(NoChildIsLeft());
     const std::string id = std::to_string(child.si_pid);
     const std::string before = mLog.Text();
-    EXPECT_THAT(before,
-                AllOf(HasSubstr("]: Exit PID: " + id + ", Child PID : " + id + "\n -> Wait"),
-                      HasSubstr("]: Child PID... -> "), Not(HasSubstr("Invoke"))));
+    EXPECT_THAT(before, testing::AllOf(
+                            HasSubstr("]: Exit PID: " + id + ", Child PID : " + id + "\n -> Wait"),
+                            HasSubstr("]: Child PID... -> "), Not(HasSubstr("Invoke"))));
     mShell.Wait(child.si_pid);
     EXPECT_EQ(mLog.Text(), before) << "nothing to wait for";
 }

@@ -29,7 +29,6 @@ int SortNamesOnHost(const char* a, const char* b);
 
 namespace {
 using testing::ElementsAre;
-using testing::EndsWith;
 using testing::HasSubstr;
 
 class FSUtilTest : public testing::Test

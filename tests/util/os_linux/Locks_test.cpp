@@ -19,9 +19,7 @@ namespace {
 using test::Milliseconds;
 using testing::AllOf;
 using testing::Ge;
-using testing::HasSubstr;
 using testing::Lt;
-using testing::Not;
 
 TEST(Mutex, ExcludesOtherThreadsAndItsOwn)
 {
@@ -52,7 +50,7 @@ TEST(Mutex, ALongWaitIsReportedEveryTenAttempts)
     mutex.Unlock();
     waiter.join();
     EXPECT_EQ(test::Count(log.Text(), "has blocked in 10 "), 1);
-    EXPECT_THAT(log.Text(), Not(HasSubstr("has blocked in 0 ")));
+    EXPECT_EQ(test::Count(log.Text(), "has blocked in 0 "), 0);
 }
 
 // All the waits at once, since the longest has to last.

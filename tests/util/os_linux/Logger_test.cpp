@@ -215,9 +215,7 @@ TEST_F(LoggerTest, TheLockHoldsBackEveryLine)
 TEST_F(LoggerTest, LinesOfManyThreadsNeverInterleave)
 {
     LogToFile();
-    const auto text = [](int id) {
-        return std::string(static_cast<std::size_t>(100 + id), static_cast<char>('a' + id));
-    };
+    const auto text = [](int id) { return std::string(100 + id, static_cast<char>('a' + id)); };
     test::InThreads(8, [&](int id) {
         for (int count = 0; count < 500; ++count) {
             Logger::GetLogger(id)->Print(0, 0, "F", "d/f", id, "%s", text(id).c_str());
