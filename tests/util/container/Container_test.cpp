@@ -104,22 +104,18 @@ TEST_F(VectorTest, ErasesOnlyWithinItsBounds)
 TEST_F(VectorTest, AdvanceStaysInsideOrBecomesNull)
 {
     constexpr int kNull = -1;
-    constexpr struct
-    {
-        int from, by, to;
-    } kCases[] = {{0, 0, 0},
-                  {0, 9, 9},
-                  {0, 10, kNull},
-                  {5, -5, 0},
-                  {5, -6, kNull},
-                  {9, INT32_MAX, kNull},
-                  {9, INT32_MIN, kNull},
-                  {0x7FFFFFFF, -0x7FFFFFFF, kNull}};
+    constexpr int kCases[][3] = {{0, 9, 9},
+                                 {0, 10, kNull},
+                                 {5, -5, 0},
+                                 {5, -6, kNull},
+                                 {9, INT32_MAX, kNull},
+                                 {9, INT32_MIN, kNull},
+                                 {0x7FFFFFFF, -0x7FFFFFFF, kNull}};
     Fill(10);
-    for (const auto& c : kCases) {
-        Iterator it(&mVector, c.from);
-        it.Advance(c.by);
-        ASSERT_EQ(it.IsNull() ? kNull : *it - mItems, c.to) << c.from << " by " << c.by;
+    for (const auto& [from, by, to] : kCases) {
+        Iterator it(&mVector, from);
+        it.Advance(by);
+        ASSERT_EQ(it.IsNull() ? kNull : *it - mItems, to) << from << " by " << by;
     }
     Iterator last(&mVector, 9);
     EXPECT_TRUE(last.Next().IsNull());

@@ -13,6 +13,7 @@
 #include <cstdlib>
 #include <sstream>
 #include <string>
+#include <tuple>
 #include <utility>
 #include <vector>
 
@@ -197,7 +198,9 @@ TEST_F(FSUtilTest, FindsAProcessByTheStartOfItsCommandLine)
     }
     kill(child, SIGKILL);
     waitpid(child, nullptr, 0);
+    const std::size_t before = test::AllocatedBytes();
     EXPECT_EQ(FSUtil::IsProcessRunning(program.c_str()), 0);
+    EXPECT_LT(test::AllocatedBytes(), before + 1000) << "less than the names of the processes take";
 }
 
 TEST(FileDescriptor, StaysAboveTheStandardStreamsAndIsClosedOnExec)
@@ -223,25 +226,23 @@ TEST(FileDescriptor, StaysAboveTheStandardStreamsAndIsClosedOnExec)
 
 TEST(FilePath, SplitsAtItsLastSeparator)
 {
-    const struct
-    {
-        const char *path, *item, *directory;
-        bool endsInSlash;
-    } cases[] = {{"/a/b/c", "c", "/a/b", false},
-                 {"/a/b/", "b/", "/a", true},
-                 {"/name", "name", "", false},
-                 {"name", "name", "name", false},
-                 {"name/", "name/", "name/", true},
-                 {"/", "/", "/", true},
-                 {"//", "/", "", true},
-                 {"a//b", "b", "a/", false},
-                 {"", "", "", false}};
-    for (const auto& c : cases) {
-        FilePath path(c.path);
-        EXPECT_STREQ(path.GetLastItem(), c.item) << c.path;
-        EXPECT_STREQ(path.GetLastDirectory(), c.directory) << c.path;
-        EXPECT_EQ(path.GuessDir(), c.endsInSlash) << c.path;
-        EXPECT_EQ(path.IsAbsolutePath(), c.path[0] == '/') << c.path;
+    const std::tuple<const char*, const char*, const char*, bool> cases[] = {
+        {"/a/b/c", "c", "/a/b", false},
+        {"/a/b/", "b/", "/a", true},
+        {"/name", "name", "", false},
+        {"name", "name", "name", false},
+        {"name/", "name/", "name/", true},
+        {"/", "/", "/", true},
+        {"//", "/", "", true},
+        {"a//b", "b", "a/", false},
+        {"", "", "", false},
+    };
+    for (const auto& [text, item, directory, endsInSlash] : cases) {
+        FilePath path(text);
+        EXPECT_STREQ(path.GetLastItem(), item) << text;
+        EXPECT_STREQ(path.GetLastDirectory(), directory) << text;
+        EXPECT_EQ(path.GuessDir(), endsInSlash) << text;
+        EXPECT_EQ(path.IsAbsolutePath(), text[0] == '/') << text;
     }
     EXPECT_STREQ(FilePath(nullptr).GetLastItem(), "");
 }

@@ -12,6 +12,7 @@
 #include <cerrno>
 #include <climits>
 #include <string>
+#include <tuple>
 #include <utility>
 
 #include "tests/support/Background.h"
@@ -72,13 +73,7 @@ TEST_F(LoggerTest, DecoratesEachLevelAndNamesItsPlace)
     const std::string info = kTime + "\\[LOG\\]: m -> ";
     const std::string warning = " \033\\[0;35m" + kTime + "\\[LOG-WARN\\]:\033\\[0;0m m -> ";
     const std::string error = "\033\\[0;31m" + kTime + "\\[\\[LOG-ERROR\\]\\]:\033\\[0;0m m -> ";
-    const struct
-    {
-        int level;
-        const char *function, *file;
-        int line;
-        std::string expected;
-    } cases[] = {
+    const std::tuple<int, const char*, const char*, int, std::string> cases[] = {
         {0, "Open", "util/ipc/S.cpp", 88, info + "Open in \\(/S\\.cpp 88\\)\n"},
         {1, "F", "", INT_MAX, warning + "F in \\( 2147483647\\)\n"},
         {2, "F", "x", INT_MIN, error + "F in \\(x -2147483648\\)\n"},
@@ -86,10 +81,10 @@ TEST_F(LoggerTest, DecoratesEachLevelAndNamesItsPlace)
         {77, "F", nullptr, 10, error + "F in \\(\\(null\\) 10\\)\n"},
     };
     mLogger->SetLevel(-1);
-    for (const auto& c : cases) {
-        EXPECT_THAT(
-            Written([&] { mLogger->Print(c.level, 0, c.function, c.file, c.line, "%c", 'm'); }),
-            MatchesRegex(c.expected));
+    for (const auto& [level, function, file, line, expected] : cases) {
+        LogToFile();
+        mLogger->Print(level, 0, function, file, line, "%c", 'm');
+        EXPECT_THAT(Text(), MatchesRegex(expected));
     }
 }
 

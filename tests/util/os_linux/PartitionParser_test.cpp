@@ -45,7 +45,8 @@ TEST_F(PartitionTest, ListsThePartitionsOfABox)
                 ElementsAre("8 0 488386584 sda", "8 1 488384032 sda1", "3 0 39082680 hda"));
     EXPECT_THAT(mLog.Text(),
                 HasSubstr("]: 2th Partition Name=hda, Blocks=39082680, Major=3, Minor=0 -> "));
-    EXPECT_EQ(mParser.FindPartition("/dev/sda1"), 1);
+    EXPECT_EQ(mParser.FindPartition("/dev/sda"), 1);
+    EXPECT_EQ(mParser.FindPartition("/dev/hda"), 1);
     for (const char* path : {"sda1", "/dev/sda11", "/dev/sd", "/dev/", "/DEV/sda", "/dev//sda"}) {
         EXPECT_EQ(mParser.FindPartition(path), 0) << path;
     }
