@@ -89,6 +89,7 @@ TEST_F(ExecShellTest, ExecWaitWaitsThroughSignals)
     const itimerval every10ms = {{0, 10000}, {0, 10000}};
     setitimer(ITIMER_REAL, &every10ms, nullptr);
     mShell.ExecWait("sleep 0.1; pwd > ./done");
+    alarm(0);
     EXPECT_NE(test::ReadFile("./done"), "");
     EXPECT_TRUE(NoChildIsLeft());
     EXPECT_THAT(mLog.Text(), HasSubstr("]: Invoke sleep 0.1; pwd > ./done : PID Parent= " +
