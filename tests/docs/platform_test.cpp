@@ -12,21 +12,18 @@
 namespace {
 using testing::HasSubstr;
 
-const std::string kPage = TEST_SOURCE_DIR "/docs/platform.md";
-const std::string kSource = TEST_SOURCE_DIR "/docs/snippets/platform.cpp";
-const std::string kProgram = test::Program("docs/platform_snippets");
-
 // The page's blocks in that language.
-std::vector<std::string> Blocks(const std::string& page, const std::string& language)
+std::vector<std::string> Blocks(const std::string& language)
 {
+    const std::string page = test::ReadFile(TEST_SOURCE_DIR "/docs/platform.md");
     const std::regex fenced("```" + language + "\n([^`]*)```");
     return {std::sregex_token_iterator(page.begin(), page.end(), fenced, 1), {}};
 }
 
 TEST(PlatformPage, EverySnippetStandsInTheCompiledSource)
 {
-    const std::string source = test::ReadFile(kSource);
-    const std::vector<std::string> blocks = Blocks(test::ReadFile(kPage), "cpp");
+    const std::string source = test::ReadFile(TEST_SOURCE_DIR "/docs/snippets/platform.cpp");
+    const std::vector<std::string> blocks = Blocks("cpp");
     EXPECT_GE(blocks.size(), 11U);
     for (const std::string& block : blocks) {
         EXPECT_THAT(source, HasSubstr(block));
@@ -35,11 +32,11 @@ TEST(PlatformPage, EverySnippetStandsInTheCompiledSource)
 
 TEST(PlatformPage, TheSnippetsDoWhatThePageSays)
 {
-    const std::vector<std::string> configuration = Blocks(test::ReadFile(kPage), "conf");
+    const std::vector<std::string> configuration = Blocks("conf");
     ASSERT_EQ(configuration.size(), 1U);
     test::WriteFile("./logger.conf", configuration[0]);
     int status = -1;
-    const std::string output = test::OutputOf(kProgram, &status);
+    const std::string output = test::OutputOf(test::Program("docs/platform_snippets"), &status);
     EXPECT_EQ(status, 0);
     for (const char* text :
          {"mode=2\nkmsg=0\nserverip=192.168.1.20\nport=7272\noutpath=./platform.log\n",
