@@ -184,6 +184,7 @@ TEST_F(HashTable, FindsItemsByTheirOwnKeys)
 {
     // The largest hash must not turn negative; 45 shares its bucket among 250.
     Item items[] = {{"4294967295"}, {"45"}, {"295"}, {"0"}, {"1 a"}};
+    const std::size_t before = test::AllocatedBytes();
     for (int buckets : {1, 2, 250}) {
         Table table(buckets, &mHash);
         EXPECT_EQ(Get(table, "0"), nullptr);
@@ -194,7 +195,11 @@ TEST_F(HashTable, FindsItemsByTheirOwnKeys)
             EXPECT_EQ(Get(table, item.mName), &item) << item.mName << " in " << buckets;
         }
         EXPECT_EQ(Get(table, "1 b"), nullptr) << "same bucket, other key";
+        for (int count = 0; count < 300; ++count) {
+            Add(table, items[0]);
+        }
     }
+    EXPECT_LT(test::AllocatedBytes(), before + 5000) << "the tables took their nodes with them";
 }
 
 TEST_F(HashTable, FindsTheFirstOfEqualKeysAndKeepsBoth)
