@@ -2,19 +2,18 @@
 another one, found by pkg-config and by CMake, its headers compiled each alone, its examples built
 and played.
 
-    installed_tree_test.py SOURCE BUILD CXX CC InstalledTree | SourcesTakenIn
+    installed_tree_test.py SOURCE BUILD CXX CC Headers | InstalledTree | SourcesTakenIn
 
-The second is slow: it compiles the library twice more, as a part of another project.
+The last is slow: it compiles the library twice more, as a part of another project.
 """
 import os
 import pathlib
-import shutil
 import subprocess
 import sys
 import tempfile
 import unittest
 
-SOURCE, BUILD, CXX, CC = (pathlib.Path(sys.argv[1]), sys.argv[2], sys.argv[3], sys.argv[4])
+SOURCE, BUILD, CXX, CC = sys.argv[1:5]
 STRICT = ["-pedantic", "-Wall", "-Wextra", "-Wundef", "-Werror"]
 
 PROJECT = """
@@ -37,15 +36,9 @@ def run(*command, **options):
 
 
 class Users(unittest.TestCase):
-    environment = None
-
     @classmethod
     def setUpClass(cls):
-        cls.folder = pathlib.Path(tempfile.mkdtemp())
-
-    @classmethod
-    def tearDownClass(cls):
-        shutil.rmtree(cls.folder)
+        cls.folder = pathlib.Path(cls.enterClassContext(tempfile.TemporaryDirectory()))
 
     def build_with_cmake(self, project, *options):
         build = self.folder / f"built_{project.name}"
@@ -55,7 +48,7 @@ class Users(unittest.TestCase):
         return build
 
 
-class InstalledTree(Users):
+class Installed(Users):
     @classmethod
     def setUpClass(cls):
         super().setUpClass()
@@ -69,10 +62,9 @@ class InstalledTree(Users):
                            "LD_LIBRARY_PATH": str(pkgconfig.parent)}
         (cls.examples,) = cls.prefix.glob("share/doc/*/examples")
 
-    def flags(self):
-        return run("pkg-config", "--cflags", "--libs", "html5_video", env=self.environment).split()
 
-    def test_headers_stand_alone(self):
+class Headers(Installed):
+    def test_each_stands_alone(self):
         root = self.prefix / "include" / "html5_video-1"
         headers = sorted(root.rglob("*.h"))
         self.assertGreater(len(headers), 40)
@@ -80,19 +72,22 @@ class InstalledTree(Users):
             text = header.read_text()
             name = header.relative_to(root)
             self.assertRegex(text.splitlines()[0], r"^(//|/\*) Public\. ", name)
-            line = f'#include "{name}"\nextern int unit;\n'
-            run(CXX, "-std=c++17", *STRICT, "-fsyntax-only", "-x", "c++", "-", f"-I{root}",
-                input=line)
+            languages = [(CXX, "c++17", "c++")]
             if "Plain C" in text:
-                run(CC, "-std=c99", *STRICT, "-fsyntax-only", "-x", "c", "-", f"-I{root}",
-                    input=line)
+                languages.append((CC, "c99", "c"))
+            for compiler, standard, language in languages:
+                run(compiler, f"-std={standard}", *STRICT, "-fsyntax-only", "-x", language, "-",
+                    f"-I{root}", input=f'#include "{name}"\nextern int unit;\n')
 
+
+class InstalledTree(Installed):
     def test_pkg_config_builds_the_examples(self):
         browser = self.folder / "pc_browser"
-        run(CC, "-std=c99", self.examples / "browser.c", "-o", browser, *self.flags())
+        flags = run("pkg-config", "--cflags", "--libs", "html5_video", env=self.environment).split()
+        run(CC, "-std=c99", self.examples / "browser.c", "-o", browser, *flags)
         self.plays(browser)
         run(CXX, "-std=c++17", self.examples / "console_host.cpp", "-o", self.folder / "pc_host",
-            *self.flags(), "-pthread")
+            *flags, "-pthread")
 
     def test_cmake_builds_the_examples(self):
         build = self.build_with_cmake(self.examples, f"-DCMAKE_PREFIX_PATH={self.prefix}")
@@ -114,11 +109,9 @@ class InstalledTree(Users):
         run(browser, "--console", "--exec", "quit", timeout=60)
 
     def test_no_file_names_the_prefix_or_the_sources(self):
-        for path in self.prefix.rglob("*"):
-            if path.is_file():
-                content = path.read_bytes()
-                for folder in (str(SOURCE), str(self.folder)):
-                    self.assertNotIn(folder.encode(), content, path)
+        for path in filter(pathlib.Path.is_file, self.prefix.rglob("*")):
+            for folder in (SOURCE, str(self.folder)):
+                self.assertNotIn(folder.encode(), path.read_bytes(), path)
 
 
 class SourcesTakenIn(Users):

@@ -15,15 +15,17 @@ import unittest
 SOURCE = pathlib.Path(sys.argv.pop(1))
 
 
+def output_of(*command, cwd):
+    return subprocess.run(command, cwd=cwd, check=True, text=True, stdout=subprocess.PIPE).stdout
+
+
 class Release(unittest.TestCase):
     def setUp(self):
         self.tree = pathlib.Path(self.enterContext(tempfile.TemporaryDirectory())) / "tree"
-        self.tree.mkdir()
-        files = subprocess.run(["git", "ls-files", "-z", "--cached", "--others",
-                                "--exclude-standard"], cwd=SOURCE, check=True, text=True,
-                               stdout=subprocess.PIPE).stdout
-        for name in filter(None, files.split("\0")):
-            if (SOURCE / name).exists():
+        files = output_of("git", "ls-files", "-z", "--cached", "--others", "--exclude-standard",
+                          cwd=SOURCE)
+        for name in files.split("\0"):
+            if (SOURCE / name).is_file():
                 (self.tree / name).parent.mkdir(parents=True, exist_ok=True)
                 shutil.copy2(SOURCE / name, self.tree / name)
         text = (self.tree / "CMakeLists.txt").read_text()
@@ -34,8 +36,8 @@ class Release(unittest.TestCase):
         self.commit()
 
     def git(self, *words):
-        subprocess.run(["git", "-c", "user.name=test", "-c", "user.email=test@example.org", *words],
-                       cwd=self.tree, check=True)
+        return output_of("git", "-c", "user.name=test", "-c", "user.email=test@example.org", *words,
+                         cwd=self.tree)
 
     def commit(self):
         self.git("add", "--all")
@@ -80,8 +82,7 @@ class Release(unittest.TestCase):
         self.assertIn(hashlib.sha256(tarball.read_bytes()).hexdigest(), output)
         with tarfile.open(tarball) as archive:
             names = {member.name for member in archive if member.isfile()}
-        committed = subprocess.run(["git", "ls-files"], cwd=self.tree, check=True, text=True,
-                                   stdout=subprocess.PIPE).stdout.split()
+        committed = self.git("ls-files").split()
         self.assertEqual(names, {f"html5_video-{self.version}/{name}" for name in committed})
 
 

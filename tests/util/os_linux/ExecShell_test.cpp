@@ -12,10 +12,8 @@
 
 #include <atomic>
 #include <cerrno>
-#include <sstream>
 #include <string>
 #include <thread>
-#include <vector>
 
 #include "tests/support/support.h"
 #include "util/os_linux/Logger.h"
@@ -46,30 +44,18 @@ protected:
     ExecShell mShell;
 };
 
-std::vector<std::string> Split(const std::string& text, char separator)
-{
-    std::vector<std::string> parts;
-    std::istringstream stream(text);
-    for (std::string part; std::getline(stream, part, separator);) {
-        parts.push_back(part);
-    }
-    return parts;
-}
-
 TEST_F(ExecShellTest, ChildrenGetTheFixedEnvironmentEntryByEntry)
 {
     setenv("OF_THE_CALLER", "1", 1);
-    std::vector<std::string> expected =
-        Split(test::ReadFile(TEST_DATA_DIR "/shell_environment.txt"), '\n');
-    ASSERT_EQ(expected.size(), 59U);
+    std::string expected = test::ReadFile(TEST_DATA_DIR "/shell_environment.txt");
     // What the shell itself was given: it would hand a tidied environment to its children.
-    mShell.Exec("cat /proc/$$/environ > ./exec; :");
+    mShell.Exec("tr '\\0' '\\n' < /proc/$$/environ > ./exec; :");
     mShell.Wait(-1);
-    EXPECT_EQ(Split(test::ReadFile("./exec"), '\0'), expected);
+    EXPECT_EQ(test::ReadFile("./exec"), expected);
 
-    mShell.ExecWait("cat /proc/$$/environ > ./wait; :");
-    expected[13] += ":/data/wlan:./";
-    EXPECT_EQ(Split(test::ReadFile("./wait"), '\0'), expected);
+    mShell.ExecWait("tr '\\0' '\\n' < /proc/$$/environ > ./wait; :");
+    expected.insert(expected.find("\nOLDPWD=/config"), ":/data/wlan:./");
+    EXPECT_EQ(test::ReadFile("./wait"), expected);
 
     mShell.System(("echo $OF_THE_CALLER > ./system #" + std::string(3000, 'x')).c_str());
     EXPECT_EQ(test::ReadFile("./system"), "1\n") << "that of the caller";
@@ -87,11 +73,10 @@ TEST_F(ExecShellTest, ExecDoesNotWaitAndLeavesTheChildToItsHost)
     mShell.Wait(child.si_pid);
     EXPECT_TRUE(NoChildIsLeft());
     const std::string id = std::to_string(child.si_pid);
-    EXPECT_THAT(mLog.Text(),
-                HasSubstr("]: Exit PID: " + id + ", Child PID : " + id + "\n -> Wait"));
-    EXPECT_THAT(mLog.Text(), HasSubstr("]: Child PID... -> "));
-    EXPECT_THAT(mLog.Text(), Not(HasSubstr("Invoke")));
     const std::string before = mLog.Text();
+    EXPECT_THAT(before, testing::AllOf(
+                            HasSubstr("]: Exit PID: " + id + ", Child PID : " + id + "\n -> Wait"),
+                            HasSubstr("]: Child PID... -> "), Not(HasSubstr("Invoke"))));
     mShell.Wait(child.si_pid);
     EXPECT_EQ(mLog.Text(), before) << "nothing to wait for";
 }
@@ -102,10 +87,9 @@ TEST_F(ExecShellTest, ExecWaitWaitsThroughSignals)
     action.sa_handler = [](int) {};  // without SA_RESTART
     sigaction(SIGALRM, &action, nullptr);
     const itimerval every10ms = {{0, 10000}, {0, 10000}};
-    const itimerval never = {};
     setitimer(ITIMER_REAL, &every10ms, nullptr);
     mShell.ExecWait("sleep 0.1; pwd > ./done");
-    setitimer(ITIMER_REAL, &never, nullptr);
+    alarm(0);
     EXPECT_NE(test::ReadFile("./done"), "");
     EXPECT_TRUE(NoChildIsLeft());
     EXPECT_THAT(mLog.Text(), HasSubstr("]: Invoke sleep 0.1; pwd > ./done : PID Parent= " +
@@ -118,7 +102,6 @@ TEST_F(ExecShellTest, ACommandThatDoesNotFitIsRefusedWhole)
         return command + " #" + std::string(length - command.size() - 2, 'x');
     };
     mShell.ExecWait(padded(": > ./a", 255).c_str());
-    EXPECT_EQ(access("./a", F_OK), 0);
     EXPECT_THAT(mLog.Text(), Not(HasSubstr("ERROR")));
     mShell.ExecWait(padded(": > ./b", 256).c_str());
     mShell.Exec(padded(": > ./c", 5000).c_str());
@@ -130,8 +113,7 @@ TEST_F(ExecShellTest, ACommandThatDoesNotFitIsRefusedWhole)
     mShell.ExternalExecWait(nullptr);
     EXPECT_EQ(test::Count(mLog.Text(), "Command refused: there is none"), 5);
     EXPECT_TRUE(NoChildIsLeft());
-    EXPECT_NE(access("./b", F_OK), 0);
-    EXPECT_NE(access("./c", F_OK), 0);
+    EXPECT_EQ(test::OutputOf("ls ?"), "a\n");
     mShell.ExecWait("");  // a shell with nothing to do
     EXPECT_TRUE(NoChildIsLeft());
 }
@@ -145,8 +127,7 @@ void LogFromHandler(const char* where)
 // handlers of a fork may log, too.
 TEST_F(ExecShellTest, ManyChildrenOfManyThreadsAllEnd)
 {
-    constexpr int kThreads = 4;
-    constexpr int kCommands = 50;
+    constexpr int kCommands = 200;
     pthread_atfork([] { LogFromHandler("prepare"); }, [] { LogFromHandler("parent"); },
                    [] { LogFromHandler("child"); });
     alarm(100);  // ends a process that hangs
@@ -156,20 +137,20 @@ TEST_F(ExecShellTest, ManyChildrenOfManyThreadsAllEnd)
             Logger_Print(3, Logger::kInfo, 0, "Writer", "f", 1, "traffic");
         }
     });
-    test::InThreads(kThreads, [this](int) {
-        for (int count = 0; count < kCommands; ++count) {
+    test::InThreads(4, [this](int) {
+        for (int count = 0; count < kCommands / 4; ++count) {
             mShell.ExecWait("echo >> ./done");
         }
     });
     stop = true;
     writer.join();
     alarm(0);
-    EXPECT_EQ(test::ReadFile("./done"), std::string(kThreads * kCommands, '\n'));
+    EXPECT_EQ(test::ReadFile("./done"), std::string(kCommands, '\n'));
     EXPECT_TRUE(NoChildIsLeft());
     const std::string log = mLog.Text();
     for (const char* line : {"handler: prepare -> ", "handler: parent -> ", "handler: child -> ",
                              "Child PID... -> ", "Exit PID: "}) {
-        EXPECT_EQ(test::Count(log, line), kThreads * kCommands) << line;
+        EXPECT_EQ(test::Count(log, line), kCommands) << line;
     }
 }
 
@@ -193,13 +174,12 @@ TEST_F(ExecShellTest, AChildWithoutAShellEndsWith127)
         GTEST_SKIP() << "only root can take the shell away";
     }
     const auto run = [this] {
-        if (chroot(".") != 0) {
-            _exit(1);
-        }
-        mShell.Exec("anything");
         int status = 0;
-        wait(&status);
-        _exit(WIFEXITED(status) ? WEXITSTATUS(status) : 2);
+        if (chroot(".") == 0) {
+            mShell.Exec("anything");
+            wait(&status);
+        }
+        _exit(WEXITSTATUS(status));
     };
     EXPECT_EXIT(run(), testing::ExitedWithCode(127), "");
 }

@@ -9,11 +9,12 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
-#include <algorithm>
 #include <cerrno>
-#include <clocale>
 #include <cstdlib>
+#include <sstream>
 #include <string>
+#include <tuple>
+#include <utility>
 #include <vector>
 
 #include "tests/support/support.h"
@@ -29,7 +30,6 @@ int SortNamesOnHost(const char* a, const char* b);
 
 namespace {
 using testing::ElementsAre;
-using testing::EndsWith;
 using testing::HasSubstr;
 
 class FSUtilTest : public testing::Test
@@ -43,8 +43,8 @@ protected:
         std::vector<std::string> names;
         for (int index = 0; index < entries.Size(); ++index) {
             FileCompareUnit* const entry = entries.At(index);
-            EXPECT_TRUE(entry->mDirectory == 0 || entry->mDirectory == 1);
-            names.push_back(std::string(entry->mName) + (entry->mDirectory != 0 ? "/" : ""));
+            EXPECT_EQ(entry->mDirectory & ~1, 0);
+            names.push_back(entry->mName + std::string(entry->mDirectory != 0 ? "/" : ""));
             std::free(entry->mName);
             std::free(entry);
         }
@@ -56,12 +56,9 @@ protected:
 
 TEST_F(FSUtilTest, MakesDirectoriesAndTellsThemFromOtherNodes)
 {
-    const mode_t mask = umask(022);
+    umask(022);
     EXPECT_EQ(FSUtil::Mkdir("./d"), 0);
-    umask(mask);
-    struct stat node = {};
-    ASSERT_EQ(stat("./d", &node), 0);
-    EXPECT_EQ(node.st_mode & 07777U, 0755U);
+    EXPECT_EQ(test::OutputOf("stat -c %a d"), "755\n");
     EXPECT_EQ(FSUtil::Mkdir("./d"), -1);
     EXPECT_EQ(errno, EEXIST);
     test::OutputOf("touch -d 2040-01-01 d; touch f; chmod 644 f; ln -s d link");
@@ -83,20 +80,20 @@ TEST_F(FSUtilTest, ReadsTheSizesOfAFileSystem)
     EXPECT_EQ(figures.mTotalSize, -1);
     EXPECT_THAT(mLog.Text(), HasSubstr("Invalid Node ./absent -> "));
 
-    struct statvfs expected = {};
-    ASSERT_EQ(statvfs("/proc/self", &expected), 0);
     ASSERT_TRUE(FSUtil::StatFS("/proc/self", &figures));
     EXPECT_EQ(figures.mTotalSize, 0);
-    ASSERT_EQ(statvfs("/", &expected), 0);
-    ASSERT_TRUE(FSUtil::StatFS("/", &figures));
-    EXPECT_EQ(figures.mTotalSize, static_cast<std::int64_t>(expected.f_bsize) *
-                                      static_cast<std::int64_t>(expected.f_blocks));
-    EXPECT_LE(figures.mFreeSize, figures.mTotalSize);
-    const auto text = [](std::int64_t number) { return std::to_string(number); };
+    struct statvfs expected = {};
+    EXPECT_TRUE(test::WaitUntil([&] {  // others may write in between
+        EXPECT_EQ(statvfs("/", &expected), 0);
+        EXPECT_TRUE(FSUtil::StatFS("/", &figures));
+        return figures.mFreeSize == static_cast<std::int64_t>(expected.f_bsize * expected.f_bfree);
+    }));
     const std::int64_t total = figures.mTotalSize;
-    const std::int64_t free = figures.mFreeSize;
-    EXPECT_THAT(mLog.Text(), HasSubstr(" (" + text(total) + " " + text(free) + "/" +
-                                       text(total >> 20) + " " + text(free >> 20) + ") -> "));
+    EXPECT_EQ(total, static_cast<std::int64_t>(expected.f_bsize * expected.f_blocks));
+    std::ostringstream line;
+    line << " (" << total << " " << figures.mFreeSize << "/" << (total >> 20) << " "
+         << (figures.mFreeSize >> 20) << ") -> ";
+    EXPECT_THAT(mLog.Text(), HasSubstr(line.str()));
 }
 
 TEST_F(FSUtilTest, ScansDirectoriesFirstAndThenByName)
@@ -123,26 +120,21 @@ TEST_F(FSUtilTest, ScansDirectoriesFirstAndThenByName)
     EXPECT_EQ(Scan("./d", &backward).front(), "z/");
 }
 
-// While a scan compares, it hands the comparison two entries that a source with 32-bit offsets
-// made.
-struct AsHostSorts : FileCompare
-{
-    int Compare(FileCompareUnit& a, FileCompareUnit& b) override
-    {
-        seen += std::string(a.mName) + " " + b.mName + "\n";
-        if (std::count(seen.begin(), seen.end(), '\n') == 1) {
-            SortNamesOnHost("first", "second");
-        }
-        return FileCompare::Compare(a, b);
-    }
-
-    std::string seen;
-};
-
+// While a scan compares, it is handed two entries that a source with 32-bit offsets made.
 TEST_F(FSUtilTest, AHostsEntriesMayHaveAnotherLayout)
 {
+    struct : FileCompare
+    {
+        int Compare(FileCompareUnit& a, FileCompareUnit& b) override
+        {
+            const bool first = seen.empty();
+            seen += std::string(a.mName) + " " + b.mName + "\n";
+            return first ? SortNamesOnHost("first", "second") : 0;
+        }
+
+        std::string seen;
+    } compare;
     FSUtil::Mkdir("./d");
-    AsHostSorts compare;
     Scan("./d", &compare);
     EXPECT_THAT(compare.seen, HasSubstr("\nfirst second\n"));
 }
@@ -190,27 +182,27 @@ TEST_F(FSUtilTest, FindsAProcessByTheStartOfItsCommandLine)
     }
     const std::string commandLine = "/proc/" + std::to_string(child) + "/cmdline";
     ASSERT_TRUE(test::WaitUntil([&] { return test::ReadFile(commandLine).find("100") < 300; }));
-    const struct
-    {
-        std::string command;
-        int running;
-    } cases[] = {
+    const std::pair<std::string, int> cases[] = {
         {program, 1},
         {program.substr(0, 20), 1},
         {program + "x", 0},
         {program + " 100", 0},       // arguments are parted by NUL
         {std::string(300, '/'), 0},  // longer than what is read
     };
-    for (const auto& c : cases) {
-        EXPECT_EQ(FSUtil::IsProcessRunning(c.command.c_str()), c.running) << c.command;
-        EXPECT_EQ(Thread::IsProcessRunning(c.command.c_str()), c.running) << c.command;
+    for (const auto& [command, running] : cases) {
+        EXPECT_EQ(FSUtil::IsProcessRunning(command.c_str()), running) << command;
+        EXPECT_EQ(Thread::IsProcessRunning(command.c_str()), running) << command;
     }
     for (const std::string& message : {program + " " + program, std::string("Unit = self")}) {
         EXPECT_THAT(mLog.Text(), HasSubstr("]: " + message + " -> IsProcessRunning in (/"));
     }
     kill(child, SIGKILL);
     waitpid(child, nullptr, 0);
-    EXPECT_EQ(FSUtil::IsProcessRunning(program.c_str()), 0);
+    const std::size_t before = test::AllocatedBytes();
+    for (int count = 0; count < 10; ++count) {
+        EXPECT_EQ(FSUtil::IsProcessRunning(program.c_str()), 0);
+    }
+    EXPECT_LT(test::AllocatedBytes(), before + 20000) << "ten lists of the processes take more";
 }
 
 TEST(FileDescriptor, StaysAboveTheStandardStreamsAndIsClosedOnExec)
@@ -236,25 +228,23 @@ TEST(FileDescriptor, StaysAboveTheStandardStreamsAndIsClosedOnExec)
 
 TEST(FilePath, SplitsAtItsLastSeparator)
 {
-    const struct
-    {
-        const char *path, *item, *directory;
-        bool endsInSlash;
-    } cases[] = {{"/a/b/c", "c", "/a/b", false},
-                 {"/a/b/", "b/", "/a", true},
-                 {"/name", "name", "", false},
-                 {"name", "name", "name", false},
-                 {"name/", "name/", "name/", true},
-                 {"/", "/", "/", true},
-                 {"//", "/", "", true},
-                 {"a//b", "b", "a/", false},
-                 {"", "", "", false}};
-    for (const auto& c : cases) {
-        FilePath path(c.path);
-        EXPECT_STREQ(path.GetLastItem(), c.item) << c.path;
-        EXPECT_STREQ(path.GetLastDirectory(), c.directory) << c.path;
-        EXPECT_EQ(path.GuessDir(), c.endsInSlash) << c.path;
-        EXPECT_EQ(path.IsAbsolutePath(), c.path[0] == '/') << c.path;
+    const std::tuple<const char*, const char*, const char*, bool> cases[] = {
+        {"/a/b/c", "c", "/a/b", false},
+        {"/a/b/", "b/", "/a", true},
+        {"/name", "name", "", false},
+        {"name", "name", "name", false},
+        {"name/", "name/", "name/", true},
+        {"/", "/", "/", true},
+        {"//", "/", "", true},
+        {"a//b", "b", "a/", false},
+        {"", "", "", false},
+    };
+    for (const auto& [text, item, directory, endsInSlash] : cases) {
+        FilePath path(text);
+        EXPECT_STREQ(path.GetLastItem(), item) << text;
+        EXPECT_STREQ(path.GetLastDirectory(), directory) << text;
+        EXPECT_EQ(path.GuessDir(), endsInSlash) << text;
+        EXPECT_EQ(path.IsAbsolutePath(), text[0] == '/') << text;
     }
     EXPECT_STREQ(FilePath(nullptr).GetLastItem(), "");
 }
@@ -262,12 +252,10 @@ TEST(FilePath, SplitsAtItsLastSeparator)
 TEST(FilePath, CountsItemsWithoutALeadingSlash)
 {
     FilePath path("/a//b/");
-    const char* const items[] = {"a", "", "b", "", ""};
-    for (int index = 0; index < 5; ++index) {
-        EXPECT_STREQ(path.GetItem(index), items[index]) << index;
-    }
-    for (int index : {-1, INT32_MIN, INT32_MAX}) {
-        EXPECT_STREQ(path.GetItem(index), "");
+    const std::pair<int, const char*> items[] = {
+        {INT32_MIN, ""}, {-1, ""}, {0, "a"}, {1, ""}, {2, "b"}, {3, ""}, {4, ""}, {INT32_MAX, ""}};
+    for (const auto& [index, item] : items) {
+        EXPECT_STREQ(path.GetItem(index), item) << index;
     }
     EXPECT_STREQ(FilePath("whole").GetItem(1), "whole") << "without a slash every item is the path";
 

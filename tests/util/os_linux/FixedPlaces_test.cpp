@@ -10,7 +10,6 @@
 
 #include <cstdlib>
 #include <fstream>
-#include <memory>
 #include <string>
 #include <thread>
 
@@ -22,74 +21,57 @@
 namespace {
 using test::Background;
 using test::RawListener;
-using test::RawPeer;
 using testing::HasSubstr;
-using testing::Not;
 
 constexpr char kPath[] = "/mtmp/app_launcher";
 
-std::string Root()
-{
-    const char* const root = std::getenv("PRIVATE_ROOT");
-    return root != nullptr ? root : "none";
-}
+// What tests/support/run_in_private_root made of the fixed places.
+const char* const kGiven = std::getenv("PRIVATE_ROOT");
+const std::string kRoot = kGiven != nullptr ? kGiven : "none";
 
-class LauncherTest : public testing::Test
+class FixedPlaces : public testing::Test
 {
 protected:
     void SetUp() override
     {
-        if (Root() == "none") {
-            GTEST_SKIP() << "neither a mount namespace nor the right to create /mtmp";
+        if (kRoot == "none") {
+            GTEST_SKIP() << "neither a mount namespace nor the right to create /mtmp and /config";
         }
     }
-
-    std::unique_ptr<RawListener> Listen() { return std::make_unique<RawListener>(kPath); }
-
     void TearDown() override { unlink(kPath); }
+
+    static void Configure(std::string line) { Logger::GetLogger(0)->ParseConfig(line.data()); }
 
     test::CapturedLog mLog;
     ExecShell mShell;
 };
 
-TEST_F(LauncherTest, AMissingLauncherIsLogged)
+TEST_F(FixedPlaces, ACommandIsTheWholeConnection)
 {
-    const int descriptors = test::CountDescriptors();
-    mShell.ExternalExec("ls");
-    mShell.ExternalExecWait("ls");
-    EXPECT_EQ(test::Count(mLog.Text(),
-                          "[LOG-WARN]:\033[0;0m Socket Connect Error To: "
-                          "/mtmp/app_launcher, -1 -> "),
-              2);
-    EXPECT_EQ(test::CountDescriptors(), descriptors);
-}
-
-TEST_F(LauncherTest, ACommandIsTheWholeConnection)
-{
-    const auto launcher = Listen();
+    const RawListener launcher(kPath);
     for (const std::string& command : {std::string("a b\n\xff%s"), std::string(511, 'c')}) {
         mShell.ExternalExec(command.c_str());
-        EXPECT_EQ(launcher->Accept().Receive(1000), command);
+        EXPECT_EQ(launcher.Accept().Receive(1000), command);
     }
     mShell.WaitExternalExec();
-    EXPECT_EQ(launcher->Accept().Receive(1000), "echo");
+    EXPECT_EQ(launcher.Accept().Receive(1000), "echo");
     EXPECT_EQ(mLog.Text(), "");
 }
 
-TEST_F(LauncherTest, ABlockingCommandWaitsForTheAnswerThroughSignals)
+TEST_F(FixedPlaces, ABlockingCommandWaitsForTheAnswerThroughSignals)
 {
     struct sigaction action = {};
     action.sa_handler = [](int) {};  // without SA_RESTART
     sigaction(SIGUSR1, &action, nullptr);
-    const auto launcher = Listen();
+    const RawListener launcher(kPath);
     for (const std::string& command : {std::string("ls"), std::string(502, 'c')}) {
         Background waiter([&] { mShell.ExternalExecWait(command.c_str()); });
-        const RawPeer caller = launcher->Accept();
+        const test::RawPeer caller = launcher.Accept();
         EXPECT_EQ(caller.Receive(command.size() + 9), "EXECBLOCK" + command);
         for (int count = 0; count < 10; ++count) {
             waiter.Signal(SIGUSR1);
             mShell.ExternalExec("quick");
-            EXPECT_EQ(launcher->Accept().Receive(1000), "quick") << "others are not held up";
+            EXPECT_EQ(launcher.Accept().Receive(1000), "quick") << "others are not held up";
         }
         EXPECT_TRUE(waiter.Waits());
         EXPECT_TRUE(caller.Send("done!"));
@@ -100,47 +82,47 @@ TEST_F(LauncherTest, ABlockingCommandWaitsForTheAnswerThroughSignals)
     EXPECT_EQ(test::Count(mLog.Text(), "[LOG-WARN]:\033[0;0m  retSize = 5  -> "), 2);
 }
 
-TEST_F(LauncherTest, EmptyAndOverlongCommandsReachNobody)
+TEST_F(FixedPlaces, WhatReachesNobodyLeavesNoDescriptor)
 {
-    const auto launcher = Listen();
-    const int descriptors = test::CountDescriptors();
+    const int before = test::CountDescriptors();
+    mShell.ExternalExec("ls");
+    mShell.ExternalExecWait("ls");
+    EXPECT_EQ(test::Count(mLog.Text(),
+                          "[LOG-WARN]:\033[0;0m Socket Connect Error To: "
+                          "/mtmp/app_launcher, -1 -> "),
+              2);
+
+    const RawListener launcher(kPath);
     mShell.ExternalExec("");
-    EXPECT_EQ(mLog.Text(), "");
     mShell.ExternalExecWait("");
-    EXPECT_THAT(mLog.Text(), HasSubstr("]: cmdbuffer =  -> "));
     mShell.ExternalExec(std::string(512, 'c').c_str());
     mShell.ExternalExecWait(std::string(503, 'c').c_str());
+    EXPECT_THAT(mLog.Text(), HasSubstr("]: cmdbuffer =  -> "));
     EXPECT_THAT(mLog.Text(), HasSubstr("Command refused: 512 characters, at most 511 fit"));
     EXPECT_THAT(mLog.Text(), HasSubstr("Command refused: 503 characters, at most 502 fit"));
-    EXPECT_FALSE(launcher->SomebodyConnected());
-    EXPECT_EQ(test::CountDescriptors(), descriptors);
+    EXPECT_EQ(test::Count(mLog.Text(), "\n"), 6)
+        << "nothing about an empty command of the other kind";
+    EXPECT_FALSE(launcher.SomebodyConnected());
+    EXPECT_EQ(test::CountDescriptors(), before + 1) << "the listener's own";
 }
 
-TEST_F(LauncherTest, ALauncherThatHangsUpHurtsNobody)
+TEST_F(FixedPlaces, ALauncherThatHangsUpHurtsNobody)
 {
-    const auto listener = Listen();
+    const RawListener listener(kPath);
     const Background launcher([&] {
-        while (listener->Accept().IsOpen()) {}  // often closed before the caller has written
+        while (listener.Accept().IsOpen()) {}  // often closed before the caller has written
     });
     for (int count = 0; count < 300; ++count) {
         mShell.ExternalExec("ls");
         mShell.ExternalExecWait("ls");
     }
-    listener->Shutdown();
-    EXPECT_THAT(mLog.Text(), Not(HasSubstr("retSize"))) << "no answer, no line";
-    EXPECT_THAT(mLog.Text(), Not(HasSubstr("Connect Error")));
+    listener.Shutdown();
+    EXPECT_EQ(test::Count(mLog.Text(), "retSize"), 0) << "no answer, no line";
+    EXPECT_EQ(test::Count(mLog.Text(), "Connect Error"), 0);
 }
 
-void Configure(std::string line)
+TEST_F(FixedPlaces, AnUnusableFileIsReplacedByTheBoxesOwn)
 {
-    Logger::GetLogger(0)->ParseConfig(line.data());
-}
-
-TEST(LoggerPlaces, AnUnusableFileIsReplacedByTheBoxesOwn)
-{
-    if (Root() == "none") {
-        GTEST_SKIP() << "neither a mount namespace nor the right to create /config";
-    }
     test::WriteFile("/config/debug.out", "old text");
     Configure("outpath=./absent/out.log");
     Logger::ChangeMode(2);
@@ -149,10 +131,10 @@ TEST(LoggerPlaces, AnUnusableFileIsReplacedByTheBoxesOwn)
     unlink("/config/debug.out");
 }
 
-TEST(LoggerPlaces, KernelMessagesAreForwardedWhenAskedFor)
+TEST_F(FixedPlaces, KernelMessagesAreForwardedWhenAskedFor)
 {
     ASSERT_EQ(mkfifo("./kmsg", 0600), 0);
-    if (Root() != "private" || mount("./kmsg", "/proc/kmsg", "", MS_BIND, nullptr) != 0) {
+    if (kRoot != "private" || mount("./kmsg", "/proc/kmsg", "", MS_BIND, nullptr) != 0) {
         GTEST_SKIP() << "/proc/kmsg cannot be replaced here";
     }
     Configure("outpath=./out.log");

@@ -4,17 +4,20 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <netinet/in.h>
+#include <poll.h>
 #include <sys/socket.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <cerrno>
 #include <climits>
-#include <sstream>
 #include <string>
+#include <tuple>
+#include <utility>
 
 #include "tests/support/Background.h"
 #include "tests/support/RawPeer.h"
+#include "tests/support/program.h"
 
 namespace {
 using testing::MatchesRegex;
@@ -22,19 +25,16 @@ using testing::MatchesRegex;
 // Seconds since the start of the machine: eight digits, where the wall clock has ten.
 const std::string kTime = "\\[[0-9]{8}\\.[0-9]{6}\\]";
 
-void Configure(Logger& logger, std::string line)
-{
-    logger.ParseConfig(line.data());
-}
-
 class LoggerTest : public testing::Test
 {
 protected:
+    void Configure(std::string line) { mLogger->ParseConfig(line.data()); }
+
     // Sends the log to a new file.
-    void LogToFile(const char* path = "./out.log")
+    void LogToFile(const std::string& path = "./out.log")
     {
         Logger::ChangeMode(0);
-        Configure(*mLogger, std::string("outpath=") + path);
+        Configure("outpath=" + path);
         Logger::ChangeMode(2);
     }
 
@@ -73,13 +73,7 @@ TEST_F(LoggerTest, DecoratesEachLevelAndNamesItsPlace)
     const std::string info = kTime + "\\[LOG\\]: m -> ";
     const std::string warning = " \033\\[0;35m" + kTime + "\\[LOG-WARN\\]:\033\\[0;0m m -> ";
     const std::string error = "\033\\[0;31m" + kTime + "\\[\\[LOG-ERROR\\]\\]:\033\\[0;0m m -> ";
-    const struct
-    {
-        int level;
-        const char *function, *file;
-        int line;
-        std::string expected;
-    } cases[] = {
+    const std::tuple<int, const char*, const char*, int, std::string> cases[] = {
         {0, "Open", "util/ipc/S.cpp", 88, info + "Open in \\(/S\\.cpp 88\\)\n"},
         {1, "F", "", INT_MAX, warning + "F in \\( 2147483647\\)\n"},
         {2, "F", "x", INT_MIN, error + "F in \\(x -2147483648\\)\n"},
@@ -87,22 +81,11 @@ TEST_F(LoggerTest, DecoratesEachLevelAndNamesItsPlace)
         {77, "F", nullptr, 10, error + "F in \\(\\(null\\) 10\\)\n"},
     };
     mLogger->SetLevel(-1);
-    for (const auto& c : cases) {
-        EXPECT_THAT(
-            Written([&] { mLogger->Print(c.level, 0, c.function, c.file, c.line, "%c", 'm'); }),
-            MatchesRegex(c.expected));
+    for (const auto& [level, function, file, line, expected] : cases) {
+        LogToFile();
+        mLogger->Print(level, 0, function, file, line, "%c", 'm');
+        EXPECT_THAT(Text(), MatchesRegex(expected));
     }
-}
-
-TEST_F(LoggerTest, WritesARawMessageAsItIsAndNothingForOtherRawValues)
-{
-    EXPECT_EQ(Written([&] {
-                  mLogger->Print(2, 1, "F", "f", 1, "  [%d] %s", 3, "piece");
-                  mLogger->Print(2, 1, "F", "f", 1, "%s", "");
-                  mLogger->Print(2, 2, "F", "f", 1, "unseen");
-                  mLogger->Print(2, -1, "F", "f", 1, "unseen");
-              }),
-              "  [3] piece");
 }
 
 TEST_F(LoggerTest, CutsWhatDoesNotFit)
@@ -122,7 +105,7 @@ TEST_F(LoggerTest, CutsWhatDoesNotFit)
                 text.substr(0, 127));
 }
 
-TEST_F(LoggerTest, PrintsFromItsLevelOn)
+TEST_F(LoggerTest, PrintsFromItsLevelOnButNothingForUnknownRawValues)
 {
     for (int level = 0; level <= 3; ++level) {
         mLogger->SetLevel(level);
@@ -131,6 +114,8 @@ TEST_F(LoggerTest, PrintsFromItsLevelOn)
             for (int message = 0; message <= 2; ++message) {
                 mLogger->Print(message, 1, "F", "f", 1, "%d", message);
                 Logger_Print(5, message, 1, "F", "f", 1, "%d", message);
+                mLogger->Print(message, 2, "F", "f", 1, "neither decorated nor raw");
+                mLogger->Print(message, -1, "F", "f", 1, "neither decorated nor raw");
             }
         });
         EXPECT_EQ(text, std::string("001122").substr(std::min(6, 2 * level)));
@@ -160,7 +145,7 @@ TEST_F(LoggerTest, UnknownModesMeanNoOutputAndTheCurrentOneIsNotReopened)
     }
     LogToFile();
     mLogger->Print(0, 1, "F", "f", 1, "kept");
-    Configure(*mLogger, "outpath=./elsewhere");
+    Configure("outpath=./elsewhere");
     Logger::ChangeMode(2);
     mLogger->Print(0, 1, "F", "f", 1, " too");
     EXPECT_EQ(Text(), "kept too");
@@ -168,7 +153,7 @@ TEST_F(LoggerTest, UnknownModesMeanNoOutputAndTheCurrentOneIsNotReopened)
 
 TEST_F(LoggerTest, ChangingTheModeClosesTheOldOutput)
 {
-    Configure(*mLogger, "outpath=./out.log");
+    Configure("outpath=./out.log");
     const int before = test::CountDescriptors();
     for (int mode : {2, 3, 4, 2, 1}) {
         Logger::ChangeMode(mode);
@@ -193,7 +178,7 @@ TEST_F(LoggerTest, ModesMayChangeWhileOthersPrint)
             if (id == 0) {
                 mLogger->Print(0, 0, "F", "d/f", 1, "text");
             } else if (id == 1) {
-                Configure(*mLogger, "outpath=./c.log");
+                Configure("outpath=./c.log");
             } else {
                 LogToFile(round % 2 == 0 ? "./a.log" : "./b.log");
                 mLogger->SetLevel(round % 2);
@@ -212,7 +197,7 @@ TEST_F(LoggerTest, TheLockHoldsBackEveryLine)
         const test::Background configurer([&] {
             test::WriteFile("./logger.conf", "mode=3\n");
             mLogger->LoadConfig();
-            Configure(*mLogger, "port=1");
+            Configure("port=1");
         });
         EXPECT_TRUE(configurer.Returns()) << "settings may be read";
         EXPECT_TRUE(printer.Waits());
@@ -224,82 +209,57 @@ TEST_F(LoggerTest, TheLockHoldsBackEveryLine)
 
 TEST_F(LoggerTest, LinesOfManyThreadsNeverInterleave)
 {
-    constexpr int kThreads = 8;
-    constexpr int kLines = 500;
     LogToFile();
-    test::InThreads(kThreads, [](int id) {
-        const std::string text(static_cast<std::size_t>(100 + id), static_cast<char>('a' + id));
-        for (int line = 0; line < kLines; ++line) {
-            Logger::GetLogger(id)->Print(line % 3, 0, "F", "d/f", line, "%s", text.c_str());
+    const auto text = [](int id) { return std::string(100 + id, static_cast<char>('a' + id)); };
+    test::InThreads(8, [&](int id) {
+        for (int count = 0; count < 500; ++count) {
+            Logger::GetLogger(id)->Print(0, 0, "F", "d/f", id, "%s", text(id).c_str());
         }
     });
-    std::istringstream lines(Text());
-    int count = 0;
-    for (std::string line; std::getline(lines, line); ++count) {
-        const std::size_t end = line.find(" -> F in (/f ");
-        const std::size_t begin = line.rfind(' ', end - 1) + 1;
-        const std::string text = line.substr(begin, end - begin);
-        ASSERT_FALSE(text.empty()) << line;
-        ASSERT_EQ(text, std::string(100 + text[0] - 'a', text[0])) << line;
-        ASSERT_EQ(test::Count(line, "LOG"), 1) << line;
-        ASSERT_EQ(line.back(), ')') << line;
+    const std::string log = "\n" + Text();
+    EXPECT_EQ(test::Count(log, "\n["), 8 * 500);
+    for (int id = 0; id < 8; ++id) {
+        const std::string rest = text(id) + " -> F in (/f " + std::to_string(id) + ")\n";
+        EXPECT_EQ(test::Count(log, "][LOG]: " + rest), 500) << id;
     }
-    EXPECT_EQ(count, kThreads * kLines);
 }
-
-// A UDP socket on the loopback address, and the datagram it receives next.
-class UdpPeer
-{
-public:
-    UdpPeer() : mSocket(socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, 0))
-    {
-        sockaddr_in address = {};
-        address.sin_family = AF_INET;
-        address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-        socklen_t length = sizeof(address);
-        EXPECT_EQ(bind(mSocket, reinterpret_cast<sockaddr*>(&address), length), 0);
-        getsockname(mSocket, reinterpret_cast<sockaddr*>(&address), &length);
-        mPort = ntohs(address.sin_port);
-        const timeval limit = {10, 0};
-        setsockopt(mSocket, SOL_SOCKET, SO_RCVTIMEO, &limit, sizeof(limit));
-    }
-    ~UdpPeer() { close(mSocket); }
-
-    std::string Receive() const
-    {
-        char text[2048];
-        const ssize_t got = recv(mSocket, text, sizeof(text), 0);
-        return got < 0 ? "nothing received" : std::string(text, static_cast<std::size_t>(got));
-    }
-
-    int mSocket;
-    int mPort = 0;
-};
 
 TEST_F(LoggerTest, ALineTravelsAsThreeDatagrams)
 {
-    const UdpPeer peer;
-    Configure(*mLogger, "serverip=127.0.0.1");
-    Configure(*mLogger, "port=" + std::to_string(peer.mPort));
+    const int peer = socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, 0);
+    sockaddr_in address = {AF_INET, 0, {htonl(INADDR_LOOPBACK)}, {}};
+    socklen_t length = sizeof(address);
+    ASSERT_EQ(bind(peer, reinterpret_cast<sockaddr*>(&address), length), 0);
+    getsockname(peer, reinterpret_cast<sockaddr*>(&address), &length);
+    const auto receive = [peer] {
+        pollfd ready = {peer, POLLIN, 0};
+        char text[2048];
+        return poll(&ready, 1, test::kPatience) == 1
+                   ? std::string(text, static_cast<std::size_t>(recv(peer, text, sizeof(text), 0)))
+                   : "nothing received";
+    };
+    Configure("serverip=127.0.0.1");
+    Configure("port=" + std::to_string(ntohs(address.sin_port)));
     Logger::ChangeMode(3);
-    Configure(*mLogger, "mode=1");  // of no effect on the open output
+    Configure("mode=1");  // of no effect on the open output
     mLogger->Print(1, 0, "F", "d/f", 3, "text");
     mLogger->Print(0, 0, "F", "d/f", 4, "%s", "");
     mLogger->Print(1, 1, "F", "d/f", 3, "raw");
-    EXPECT_THAT(peer.Receive(), MatchesRegex(" \033\\[0;35m" + kTime + ".*"));
-    EXPECT_EQ(peer.Receive(), "text");
-    EXPECT_EQ(peer.Receive(), " -> F in (/f 3)\n");
-    EXPECT_THAT(peer.Receive(), MatchesRegex(kTime + "\\[LOG\\]: "));
-    EXPECT_EQ(peer.Receive(), "") << "an empty message is a datagram, too";
-    EXPECT_EQ(peer.Receive(), " -> F in (/f 4)\n");
-    EXPECT_EQ(peer.Receive(), "raw");
+    EXPECT_THAT(receive(), MatchesRegex(" \033\\[0;35m" + kTime + ".*"));
+    EXPECT_EQ(receive(), "text");
+    EXPECT_EQ(receive(), " -> F in (/f 3)\n");
+    EXPECT_THAT(receive(), MatchesRegex(kTime + "\\[LOG\\]: "));
+    EXPECT_EQ(receive(), "") << "an empty message is a datagram, too";
+    EXPECT_EQ(receive(), " -> F in (/f 4)\n");
+    EXPECT_EQ(receive(), "raw");
+    close(peer);
 }
 
 TEST_F(LoggerTest, AUnixSocketPeerGetsTheLinesAndMayLeave)
 {
     const std::string path = "./" + std::string(105, 's');  // as long as an address can hold
     const test::RawListener listener(path);
-    Configure(*mLogger, "outpath=" + path + "cut away");
+    Configure("outpath=" + path + "cut away");
     Logger::ChangeMode(4);
     const test::RawPeer peer = listener.Accept();
     mLogger->Print(0, 0, "F", "d/f", 3, "text");
@@ -308,8 +268,63 @@ TEST_F(LoggerTest, AUnixSocketPeerGetsTheLinesAndMayLeave)
 
     Logger::ChangeMode(4);
     listener.Accept().Close();
-    Configure(*mLogger, "mode=1");  // of no effect on the open output
+    Configure("mode=1");  // of no effect on the open output
     mLogger->Print(2, 0, "F", "d/f", 3, "to nobody");
     mLogger->Print(2, 0, "F", "d/f", 3, "to nobody");  // would raise SIGPIPE
+}
+
+// What "./logger.conf" does when the library is loaded, seen through a program of its own.
+const std::string kProbe = test::Program("tests/logger_probe");
+const std::string kDefaults = "mode=0\nkmsg=0\nserverip=\nport=0\noutpath=\n";
+
+TEST(LoggerConfig, WithoutTheFileSaysSoAndLogsNothing)
+{
+    EXPECT_EQ(test::OutputOf(kProbe + " 2>./err | grep -v stray"),
+              "Can not open config file\n" + kDefaults);
+    EXPECT_EQ(test::ReadFile("./err"), "stray\n");
+}
+
+TEST(LoggerConfig, ReadsEachLineAsWritten)
+{
+    const std::string longValue(247, 'x');  // with the key, a whole piece of 255 characters
+    const std::pair<std::string, std::string> cases[] = {
+        // Keys in any case, values verbatim, spaces kept, trailing TABs not.
+        {"MODE=1\nKmsg=2\nServerIP=1.2.3.4\nOUTPATH= a b \t\t\n",
+         "mode=1\nkmsg=2\nserverip=1.2.3.4\nport=0\noutpath= a b \n"},
+        // A later line wins; no final line feed.
+        {"port=5\nport=6", "mode=0\nkmsg=0\nserverip=\nport=6\noutpath=\n"},
+        // Comments, blanks before =, unknown keys, an unknown mode.
+        {"#port=1\n\nport =2\n port=3\nports=4\nmode=9\n", kDefaults},
+        // Numbers as far as they go; a carriage return belongs to a text.
+        {"kmsg= +7x\nport=-\nserverip=1.1.1.1\r\n",
+         "mode=0\nkmsg=7\nserverip=1.1.1.1\r\nport=0\noutpath=\n"},
+        // The default port in mode 3, an over-long address.
+        {"mode=3\nport=-5\nserverip=" + std::string(100, '1') + "\n",
+         "mode=3\nkmsg=0\nserverip=" + std::string(31, '1') + "\nport=7272\noutpath=\n"},
+        // An over-long line, in pieces.
+        {"outpath=" + longValue + "port=9\n",
+         "mode=0\nkmsg=0\nserverip=\nport=9\noutpath=" + longValue + "\n"},
+    };
+    for (const auto& [file, settings] : cases) {
+        test::WriteFile("./logger.conf", file);
+        EXPECT_EQ(test::OutputOf(kProbe + " 2>/dev/null | grep -av stray"), settings) << file;
+    }
+}
+
+TEST(LoggerConfig, OpensTheOutputBeforeAnythingIsLogged)
+{
+    const std::string lines = kTime + "\\[LOG\\]: info -> Probe in \\(/Probe\\.cpp 7\\)\nraw 5\n";
+    test::WriteFile("./logger.conf", "mode=1\n");
+    test::OutputOf(kProbe + " 2>./err");
+    EXPECT_THAT(test::ReadFile("./err"), MatchesRegex(lines + "stray\n"));
+
+    test::WriteFile("./logger.conf", "mode=2\noutpath=./out.log\n");
+    test::WriteFile("./out.log", std::string(1000, 'x'));
+    test::OutputOf(kProbe + " 2>/dev/null");
+    EXPECT_THAT(test::ReadFile("./out.log"), MatchesRegex(lines)) << "an old file is truncated";
+
+    EXPECT_EQ(
+        test::OutputOf("umask 022; rm out.log; " + kProbe + " >/dev/null 2>&1; stat -c %a out.log"),
+        "700\n");
 }
 }  // namespace
