@@ -3,16 +3,15 @@
 #ifndef TESTS_SUPPORT_RAWPEER_H
 #define TESTS_SUPPORT_RAWPEER_H
 
-#include <sys/socket.h>
-
 #include <cstdint>
 #include <string>
 #include <utility>
+#include <vector>
 
 #include "tests/support/support.h"
 
 namespace test {
-// The bytes that the hexadecimal digits name; blanks and "|" are passed over.
+// The bytes that the hexadecimal digits name; in pairs; "|" is passed over.
 std::string Hex(const std::string& digits);
 
 // A signed 32-bit number, least significant byte first.
@@ -21,9 +20,13 @@ std::string Number(std::int32_t value);
 // A text with its NUL and zero padding to a multiple of 4.
 std::string Text(const std::string& text);
 
-// A request frame around an encoded record, and the encoding of a record without arguments.
-std::string Frame(const std::string& method, const std::string& record);
+// An encoded record of integers named a, and of no arguments.
+std::string Integers(const std::vector<int>& values);
 std::string EmptyRecord();
+
+// A request frame, and a reply, around an encoded record.
+std::string Frame(const std::string& method, const std::string& record);
+std::string Reply(const std::string& record);
 
 // The reply of a player that took a command, or of a browser that took a report.
 std::string EmptyReply();
@@ -73,8 +76,6 @@ public:
     bool HasInput(int milliseconds) const;
 
 private:
-    static RawPeer TryToConnect(int descriptor, const sockaddr* address, socklen_t length);
-
     int mDescriptor;
 };
 
@@ -95,8 +96,6 @@ public:
     void Shutdown() const;
 
 private:
-    void ListenAt(const sockaddr* address, socklen_t length) const;
-
     int mDescriptor;
 };
 }  // namespace test
