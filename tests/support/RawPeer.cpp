@@ -247,9 +247,9 @@ RawPeer RawListener::Accept() const
                        : -1);
 }
 
-bool RawListener::SomebodyConnected() const
+bool RawListener::SomebodyConnected(int milliseconds) const
 {
-    return IsReadable(mDescriptor, 0);
+    return IsReadable(mDescriptor, milliseconds);
 }
 
 void RawListener::Shutdown() const

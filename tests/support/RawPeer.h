@@ -90,7 +90,7 @@ public:
     ~RawListener();
 
     RawPeer Accept() const;
-    bool SomebodyConnected() const;
+    bool SomebodyConnected(int milliseconds = 0) const;
 
     // Ends an Accept that waits.
     void Shutdown() const;
