@@ -8,19 +8,10 @@
 #include <string>
 
 #include "fuzz/support/support.h"
-#include "util/ipc/IPCParam.h"
+#include "tests/support/Records.h"
 #include "util/ipc/IPCSocketChannel.h"
 
 namespace {
-IPCParam* Echo(IPCParam* request)
-{
-    IPCParam* const reply = new IPCParam;
-    for (int index = 0; index < request->GetCount(); ++index) {
-        reply->Add(request->GetArg(index)->mName, request->GetArg(index)->mLen);
-    }
-    return reply;
-}
-
 IPCParam* Nothing(IPCParam*)
 {
     return nullptr;
@@ -31,8 +22,7 @@ class Server
 public:
     Server() : mChannel("fuzz", "./fuzz.send", "./fuzz.receive")
     {
-        fuzz::QuietLog();
-        mChannel.Register("echo", Echo);
+        mChannel.Register("echo", test::Echo);
         mChannel.Register("nothing", Nothing);
     }
 
@@ -100,7 +90,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
         fuzz::Require(server->Answer(bytes, piece) == whole, "pieces are answered otherwise");
     }
     const std::string call = test::Frame("echo", test::EmptyRecord());
-    fuzz::Require(server->Answer(call, call.size()) == test::Number(8) + test::EmptyRecord(),
+    fuzz::Require(server->Answer(call, call.size()) == test::EmptyReply(),
                   "the next connection is not served");
     return 0;
 }
