@@ -44,27 +44,24 @@ static void end_player(pid_t player)
     waitpid(player, NULL, 0);
 }
 
-static int sees_player_from(int start)
+/* The player that started from there, or with 0 that there is none. */
+static int sees(int start)
 {
     int playTime, endTime, speed, mediaStatus, inSeek;
     unsigned long long totalBytes, currentOffset;
     html5_video_get_status(&playTime, &endTime, &speed, &mediaStatus, &inSeek, &totalBytes,
                            &currentOffset);
-    return html5_video_client_is_connected() && playTime >= start && playTime < start + 100000 &&
-           mediaStatus == HTML5_VIDEO_STATUS_PLAYING;
-}
-
-static int sees_no_player(int unused)
-{
-    (void)unused;
-    return !html5_video_client_is_connected();
+    return html5_video_client_is_connected()
+               ? start > 0 && playTime >= start && playTime < start + 100000 &&
+                     mediaStatus == HTML5_VIDEO_STATUS_PLAYING
+               : start == 0;
 }
 
 /* By poll alone: looks again after each event only. */
-static void wait_until(int (*condition)(int), int argument, int events, const char* what)
+static void wait_until_it_sees(int start, int events, const char* what)
 {
     const long long deadline = now() + kPatience;
-    while (!condition(argument)) {
+    while (!sees(start)) {
         struct pollfd entry = {events, POLLIN, 0};
         uint64_t count;
         check(poll(&entry, 1, (int)(deadline - now())) == 1, what);
@@ -94,25 +91,25 @@ int main(void)
     player = start_player(kFirst, started[1]);
     events = html5_video_client_get_event_fd();
     check(events >= 0 && events == html5_video_client_get_event_fd(), "one descriptor");
-    wait_until(sees_player_from, kFirst, events, "the first player is seen");
+    wait_until_it_sees(kFirst, events, "the first player is seen");
     check(html5_video_client_play() == 0 && html5_video_client_get_last_result() == 0, "a command");
 
     end_player(player);
-    wait_until(sees_no_player, 0, events, "the player's death is seen");
+    wait_until_it_sees(0, events, "the player's death is seen");
     check(html5_video_client_play() == 0 && html5_video_client_get_last_result() == -1,
           "a command without a player fails");
     check(html5_video_client_reconnect() == 0, "reconnect");
 
     check(read(started[0], &reported, sizeof(reported)) == sizeof(reported), "the first's report");
     player = start_player(kSecond, started[1]);
-    wait_until(sees_player_from, kSecond, events, "the second player is seen");
+    wait_until_it_sees(kSecond, events, "the second player is seen");
     check(read(started[0], &reported, sizeof(reported)) == sizeof(reported), "the second's report");
     check(now() - reported < 1000, "within a second of its first report");
     check(html5_video_client_play() == 0 && html5_video_client_get_last_result() == 0,
           "a command reaches the second player");
 
     end_player(player);
-    wait_until(sees_no_player, 0, events, "the second player's death is seen");
+    wait_until_it_sees(0, events, "the second player's death is seen");
     check(strcmp(html5_video_media_status_text(HTML5_VIDEO_STATUS_PLAYING), "playing") == 0 &&
               strcmp(html5_video_media_status_text(99), "?") == 0,
           "texts");

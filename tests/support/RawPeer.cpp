@@ -46,16 +46,6 @@ Address AddressOf(const std::string& path)
     return result;
 }
 
-bool IsReadable(int descriptor, int milliseconds)
-{
-    pollfd entry = {descriptor, POLLIN, 0};
-    int ready = 0;
-    do {
-        ready = poll(&entry, 1, milliseconds);
-    } while (ready < 0 && errno == EINTR);  // the fuzzer's alarm
-    return ready == 1;
-}
-
 RawPeer ConnectOnce(const Address& to)
 {
     const int on = 1;
@@ -171,7 +161,7 @@ bool RawPeer::Send(const std::string& bytes) const
 std::string RawPeer::Receive(std::size_t length, int milliseconds) const
 {
     std::string bytes;
-    while (bytes.size() < length && IsReadable(mDescriptor, milliseconds)) {
+    while (bytes.size() < length && HasInput(milliseconds)) {
         char buffer[65536];
         const ssize_t got =
             recv(mDescriptor, buffer, std::min(sizeof(buffer), length - bytes.size()), 0);
@@ -194,7 +184,7 @@ std::string RawPeer::ReceiveFrame() const
 bool RawPeer::WaitClosed() const
 {
     char byte = 0;
-    while (IsReadable(mDescriptor, kPatience)) {
+    while (HasInput(kPatience)) {
         if (recv(mDescriptor, &byte, 1, 0) <= 0) {
             return true;
         }
@@ -210,11 +200,6 @@ void RawPeer::Close()
     }
 }
 
-void RawPeer::EndSending() const
-{
-    shutdown(mDescriptor, SHUT_WR);
-}
-
 void RawPeer::Reset()
 {
     const linger atOnce = {1, 0};
@@ -224,36 +209,26 @@ void RawPeer::Reset()
 
 bool RawPeer::HasInput(int milliseconds) const
 {
-    return IsReadable(mDescriptor, milliseconds);
+    pollfd entry = {mDescriptor, POLLIN, 0};
+    int ready = 0;
+    do {
+        ready = poll(&entry, 1, milliseconds);
+    } while (ready < 0 && errno == EINTR);  // the fuzzer's alarm
+    return ready == 1;
 }
 
 RawListener::RawListener(int port, const std::string& address)
-    : mDescriptor(ListenAt(AddressOf(port, address)))
+    : mSocket(ListenAt(AddressOf(port, address)))
 {}
 
 RawListener::RawListener(const std::string& path)
-    : mDescriptor((unlink(path.c_str()), ListenAt(AddressOf(path))))
+    : mSocket((unlink(path.c_str()), ListenAt(AddressOf(path))))
 {}
-
-RawListener::~RawListener()
-{
-    close(mDescriptor);
-}
 
 RawPeer RawListener::Accept() const
 {
-    return RawPeer(IsReadable(mDescriptor, kPatience)
-                       ? accept4(mDescriptor, nullptr, nullptr, SOCK_CLOEXEC)
+    return RawPeer(mSocket.HasInput(kPatience)
+                       ? accept4(mSocket.mDescriptor, nullptr, nullptr, SOCK_CLOEXEC)
                        : -1);
-}
-
-bool RawListener::SomebodyConnected(int milliseconds) const
-{
-    return IsReadable(mDescriptor, milliseconds);
-}
-
-void RawListener::Shutdown() const
-{
-    shutdown(mDescriptor, SHUT_RDWR);
 }
 }  // namespace test

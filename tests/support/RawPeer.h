@@ -3,6 +3,8 @@
 #ifndef TESTS_SUPPORT_RAWPEER_H
 #define TESTS_SUPPORT_RAWPEER_H
 
+#include <sys/socket.h>
+
 #include <cstdint>
 #include <string>
 #include <utility>
@@ -67,7 +69,7 @@ public:
     void Close();
 
     // The other side sees the end and may still send.
-    void EndSending() const;
+    void EndSending() const { shutdown(mDescriptor, SHUT_WR); }
 
     // Closes with a reset.
     void Reset();
@@ -76,6 +78,8 @@ public:
     bool HasInput(int milliseconds) const;
 
 private:
+    friend class RawListener;
+
     int mDescriptor;
 };
 
@@ -85,18 +89,15 @@ class RawListener
 public:
     explicit RawListener(int port, const std::string& address = "127.0.0.1");
     explicit RawListener(const std::string& path);
-    RawListener(const RawListener&) = delete;
-    RawListener& operator=(const RawListener&) = delete;
-    ~RawListener();
 
     RawPeer Accept() const;
-    bool SomebodyConnected(int milliseconds = 0) const;
+    bool SomebodyConnected(int milliseconds = 0) const { return mSocket.HasInput(milliseconds); }
 
     // Ends an Accept that waits.
-    void Shutdown() const;
+    void Shutdown() const { shutdown(mSocket.mDescriptor, SHUT_RDWR); }
 
 private:
-    int mDescriptor;
+    const RawPeer mSocket;
 };
 }  // namespace test
 

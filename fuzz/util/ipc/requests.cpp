@@ -12,18 +12,13 @@
 #include "util/ipc/IPCSocketChannel.h"
 
 namespace {
-IPCParam* Nothing(IPCParam*)
-{
-    return nullptr;
-}
-
 class Server
 {
 public:
     Server() : mChannel("fuzz", "./fuzz.send", "./fuzz.receive")
     {
         mChannel.Register("echo", test::Echo);
-        mChannel.Register("nothing", Nothing);
+        mChannel.Register("nothing", [](IPCParam*) -> IPCParam* { return nullptr; });
     }
 
     // What the channel answers to the bytes, sent in pieces of that size.

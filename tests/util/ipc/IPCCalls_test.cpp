@@ -37,14 +37,16 @@ std::string Pattern(std::size_t size)
     return bytes;
 }
 
-// Integers, a text and blocks of these sizes, in turn.
-void AddBlocks(IPCParam& record, const std::vector<std::size_t>& sizes)
+// A record of integers, a text and blocks of these sizes, in turn.
+std::unique_ptr<IPCParam> Blocks(const std::vector<std::size_t>& sizes)
 {
-    record.Add("text", "between");
+    auto record = std::make_unique<IPCParam>();
+    record->Add("text", "between");
     for (const std::size_t size : sizes) {
-        record.Add("block", Pattern(size).data(), static_cast<int>(size));
-        record.Add("n", static_cast<int>(size));
+        record->Add("block", Pattern(size).data(), static_cast<int>(size));
+        record->Add("n", static_cast<int>(size));
     }
+    return record;
 }
 
 // Of frames that are built in one piece, in several, and with more large blocks than one system
@@ -221,19 +223,14 @@ TEST_F(IPCCalls, SendsLargeBlocksAsTheRecordEncodesThem)
     server = std::make_unique<RawListener>("./large");
     Serve([](const RawPeer& connection) {
         for (const auto& sizes : kBlockSizes) {
-            IPCParam request;
-            AddBlocks(request, sizes);
-            EXPECT_TRUE(connection.ReceiveFrame() == Frame("echo", Encoded(request)));
+            EXPECT_TRUE(connection.ReceiveFrame() == Frame("echo", Encoded(*Blocks(sizes))));
             connection.Send(EmptyReply());
         }
     });
     IPCSocketChannel local("local", "./large", "./unused");
     local.Open();
     for (const auto& sizes : kBlockSizes) {
-        IPCParam request;
-        AddBlocks(request, sizes);
-        IPCParam reply;
-        EXPECT_EQ(local.Call("echo", &request, &reply), 0);
+        EXPECT_EQ(local.Call("echo", Blocks(sizes).get(), nullptr), 0);
     }
     const unsigned char nothing = 0;
     EXPECT_EQ(local.SendRawBytes(&nothing, 0), 0);
@@ -408,11 +405,10 @@ TEST_F(IPCPair, BlocksTravelThereAndBackToTheByte)
 {
     for (int round = 0; round < 2; ++round) {
         for (const auto& sizes : kBlockSizes) {
-            IPCParam request;
-            AddBlocks(request, sizes);
+            const auto request = Blocks(sizes);
             IPCParam reply;
-            ASSERT_EQ(client.Call("echo", &request, &reply), 0);
-            EXPECT_EQ(Encoded(reply), Encoded(request));
+            ASSERT_EQ(client.Call("echo", request.get(), &reply), 0);
+            EXPECT_TRUE(Encoded(reply) == Encoded(*request));
         }
     }
 }
@@ -431,10 +427,8 @@ TEST_F(IPCPair, EachSideKeepsOneFrameUntilItsConnectionEnds)
         return WaitUntil([&] { return AllocatedBytes() < before + frames * kFrame + kSlack; });
     };
     const auto call = [&] {
-        IPCParam request;
-        AddBlocks(request, {kFrame});
         IPCParam reply;
-        return client.Call("echo", &request, &reply) == 0;
+        return client.Call("echo", Blocks({kFrame}).get(), &reply) == 0;
     };
     for (int round = 0; round < 3; ++round) {
         ASSERT_TRUE(call());
