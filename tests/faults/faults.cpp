@@ -112,22 +112,6 @@ FAULT_TRANSFER(write, (int fd, const void* data, size_t length), (fd, data, leng
 FAULT_TRANSFER(send, (int fd, const void* data, size_t length, int flags),
                (fd, data, length, flags))
 
-// The checked forms that fortified code calls.
-extern "C" ssize_t __recv_chk(int fd, void* data, size_t length, size_t /*room*/, int flags)
-{
-    return recv(fd, data, length, flags);
-}
-
-extern "C" ssize_t __read_chk(int fd, void* data, size_t length, size_t /*room*/)
-{
-    return read(fd, data, length);
-}
-
-extern "C" int __poll_chk(pollfd* entries, nfds_t count, int milliseconds, size_t /*room*/)
-{
-    return poll(entries, count, milliseconds);
-}
-
 // What code with 64-bit times calls where a long has 32 bits.
 FAULT_ALIAS(int, "setsockopt", __setsockopt64,
             (int fd, int level, int option, const void* value, socklen_t length),

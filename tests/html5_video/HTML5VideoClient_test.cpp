@@ -104,9 +104,8 @@ TEST_F(HTML5VideoClientTest, FloatsAreCutTowardZero)
 
 TEST_F(HTML5VideoClientTest, ReportsWhatThePlayerPushedLast)
 {
-    html5_video_client_init();
+    const RawPeer peer = ConnectedPlayer();
     EXPECT_EQ(ReadStatus(), Status(9)) << "all zeros before the first report";
-    const RawPeer peer = RawPeer::Connect(kStatusPort);
     Push(peer, Integers({1000, 60000, 100, 7, 2, 640, 360, 1, 0, 5000, 0, 2500}));
     EXPECT_EQ(ReadStatus(), (Status{1000, 60000, 100, 2, 1, 5000, 2500, 640, 360}));
     HTML5VideoClient* const client = HTML5VideoClient::GetInstance();
@@ -128,8 +127,7 @@ TEST_F(HTML5VideoClientTest, ReportsWhatThePlayerPushedLast)
 
 TEST_F(HTML5VideoClientTest, MissingAndMistypedArgumentsCountAsZero)
 {
-    html5_video_client_init();
-    const RawPeer peer = RawPeer::Connect(kStatusPort);
+    const RawPeer peer = ConnectedPlayer();
     for (int count = 0; count <= 12; ++count) {
         Push(peer, Integers(std::vector<int>(static_cast<std::size_t>(count), 3)));
         const auto sent = [count](int index) { return index < count ? 3LL : 0; };
@@ -151,8 +149,7 @@ TEST_F(HTML5VideoClientTest, MissingAndMistypedArgumentsCountAsZero)
 
 TEST_F(HTML5VideoClientTest, LoadResetsTheStatusButNotSizeAndBytes)
 {
-    html5_video_client_init();
-    const RawPeer peer = RawPeer::Connect(kStatusPort);
+    const RawPeer peer = ConnectedPlayer();
     Push(peer, Integers({1, 2, 3, 4, 5, 6, 7, 1, 0, 8, 0, 9}));
     EXPECT_EQ(html5_video_client_load("x"), 0);  // nobody listens: still 0
     EXPECT_EQ(ReadStatus(), (Status{0, 0, 100, 0, 0, 8, 9, 6, 7}));
@@ -165,13 +162,12 @@ TEST_F(HTML5VideoClientTest, AnyFirstCallStartsTheClientAndInitServesTheNextPlay
     html5_video_client_play();
     html5_video_client_reconnect();  // with no player it asks for no second one
     for (int life = 1; life <= 2; ++life) {
-        {
-            const RawPeer peer = RawPeer::Connect(kStatusPort);
-            Push(peer, Integers({life}));
-            html5_video_client_init();
-            EXPECT_EQ(log.Count("Start Failure"), life) << "it changes nothing";
-            Push(peer, Integers({life + 10}));
-        }
+        RawPeer peer = RawPeer::Connect(kStatusPort);
+        Push(peer, Integers({life}));
+        html5_video_client_init();
+        EXPECT_EQ(log.Count("Start Failure"), life) << "it changes nothing";
+        Push(peer, Integers({life + 10}));
+        peer.Close();
         EXPECT_EQ(PlayTime(), life + 10);
         ASSERT_TRUE(WaitUntil([&] { return !Channel().IsRunning(); }));
         html5_video_client_init();

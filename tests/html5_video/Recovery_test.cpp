@@ -50,8 +50,7 @@ TEST_F(RecoveryTest, AHealthyPlayerKeepsBothConnections)
 {
     constexpr int kTurns = 1000;
     const RawListener player(kCommandPort);
-    html5_video_client_init();
-    const RawPeer state = RawPeer::Connect(kStatusPort);
+    const RawPeer state = ConnectedPlayer();
     Push(state, Integers({1}));
     const Background commands([] {
         for (int number = 0; number < kTurns; ++number) {
@@ -73,12 +72,10 @@ TEST_F(RecoveryTest, AHealthyPlayerKeepsBothConnections)
 // The request of a host that noticed too early, or called for nothing, is not lost.
 TEST_F(RecoveryTest, AsksForThePlayerAfterTheOneThatIsServed)
 {
-    html5_video_client_init();
-    {
-        const RawPeer first = RawPeer::Connect(kStatusPort);
-        Push(first, Integers({1}));
-        html5_video_client_reconnect();
-    }
+    RawPeer first = ConnectedPlayer();
+    Push(first, Integers({1}));
+    html5_video_client_reconnect();
+    first.Close();
     const RawPeer second = RawPeer::Connect(kStatusPort);
     Push(second, Integers({2}));
     EXPECT_EQ(PlayTime(), 2);
@@ -100,8 +97,7 @@ TEST_F(RecoveryTest, TheDescriptorIsQuietUntilSomethingHappens)
 // One for each report, which is therefore one update.
 TEST_F(RecoveryTest, TheDescriptorCountsOneForEachReport)
 {
-    html5_video_client_init();
-    const RawPeer peer = RawPeer::Connect(kStatusPort);
+    const RawPeer peer = ConnectedPlayer();
     ASSERT_TRUE(WaitUntil(IsConnected));
     EXPECT_GE(Events(), 1) << "the connection, from before";
     for (int number = 1; number <= 5; ++number) {
@@ -155,7 +151,7 @@ TEST_F(RecoveryTest, ManyThreadsLookWhilePlayersComeAndGo)
         EXPECT_TRUE(IsConnected());
         html5_video_client_reconnect();  // for nothing
         peer.Close();
-        ASSERT_TRUE(WaitUntil([] { return !IsConnected(); }));
+        EXPECT_TRUE(WaitUntil([] { return !IsConnected(); }));
         html5_video_client_reconnect();
     }
     done = true;

@@ -30,6 +30,13 @@ inline long long PlayTime()
     return ReadStatus()[0];
 }
 
+// A player's connection to the client that has been started.
+inline RawPeer ConnectedPlayer()
+{
+    html5_video_client_init();
+    return RawPeer::Connect(kStatusPort);
+}
+
 // One "SetStatus" and the reply to it.
 inline void Push(const RawPeer& peer, const std::string& record)
 {

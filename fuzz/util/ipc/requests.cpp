@@ -42,16 +42,10 @@ private:
 
 std::string MethodOf(std::uint8_t choice, fuzz::Input& input)
 {
-    switch (choice % 4) {
-        case 0:
-            return "echo";
-        case 1:
-            return "nothing";
-        case 2:
-            return input.TakeBytes(choice);
-        default:
-            return std::string(choice, 'm');
-    }
+    const std::string methods[] = {"echo", "nothing"};
+    return choice % 4 < 2    ? methods[choice % 4]
+           : choice % 4 == 2 ? input.TakeBytes(choice)
+                             : std::string(choice, 'm');
 }
 
 std::string StepOf(fuzz::Input& input)

@@ -218,12 +218,12 @@ TEST_F(IPCServing, QuitsWithinASecondInEveryState)
         EXPECT_TRUE(channel->IsRunning());
         gHold = false;
     }
-    // Blocked in a reply that the peer does not read; quietly, since there are many before it.
-    Logger::GetLogger(2)->SetLevel(Logger::kError + 1);
+    // Blocked in a reply that the peer does not read.
     channel->Start();
     const RawPeer deaf = RawPeer::Connect(port);
     const Background flood([&deaf] {
-        while (deaf.Send(Frame("echo", kRecord))) {}
+        const std::string block = Number(100000) + std::string(100000, 'b');
+        while (deaf.Send(Frame("echo", Hex("00 00 00 48 62 00 00 00 | 62 00 00 00") + block))) {}
     });
     int handled = -1;
     EXPECT_TRUE(WaitUntil([&] {  // neither goes on any more

@@ -23,16 +23,6 @@ using namespace test;
 
 using SocketPtr = std::unique_ptr<IPCSocket>;
 
-struct Tcp
-{
-    static SocketPtr Make() { return SocketPtr(new IPCTCPSocket("127.0.0.1", FreePort())); }
-};
-
-struct Unix
-{
-    static SocketPtr Make() { return SocketPtr(new IPCUnixSocket("./socket")); }
-};
-
 // A host's own, of which only the size of what is written is seen.
 class Overriding : public IPCTCPSocket
 {
@@ -63,9 +53,16 @@ mode_t ModeOf(const char* path)
     return file.st_mode;
 }
 
-// One suite for both families: a listener, a caller and the accepted connection.
-template <typename Family>
-class IPCSocketTest : public testing::Test
+void LimitDescriptors(rlim_t count)
+{
+    rlimit limit = {};
+    getrlimit(RLIMIT_NOFILE, &limit);
+    limit.rlim_cur = std::min(limit.rlim_max, count);
+    ASSERT_EQ(setrlimit(RLIMIT_NOFILE, &limit), 0);
+}
+
+// For both families, whether by TCP or not: a listener, a caller and the accepted connection.
+class IPCSocketTest : public testing::TestWithParam<bool>
 {
 protected:
     void SetUp() override
@@ -81,22 +78,23 @@ protected:
         ASSERT_NE(accepted, nullptr);
     }
 
-    const SocketPtr listener = Family::Make();
+    const SocketPtr listener{
+        GetParam() ? static_cast<IPCSocket*>(new IPCTCPSocket("127.0.0.1", FreePort()))
+                   : new IPCUnixSocket("./socket")};
     SocketPtr caller{listener->Duplicate()};
     SocketPtr accepted;
 };
 
-using Families = testing::Types<Tcp, Unix>;
-TYPED_TEST_SUITE(IPCSocketTest, Families);
+INSTANTIATE_TEST_SUITE_P(TcpAndUnix, IPCSocketTest, testing::Bool());
 
-TYPED_TEST(IPCSocketTest, PeekSeesWhatReadReturns)
+TEST_P(IPCSocketTest, PeekSeesWhatReadReturns)
 {
-    IPCSocket& reader = *this->accepted;
+    IPCSocket& reader = *accepted;
     EXPECT_EQ(reader.Select(0), 0);
     EXPECT_EQ(reader.Select(-1), -1);
     EXPECT_EQ(errno, EINVAL);
-    EXPECT_EQ(this->caller->WriteBytes("none", -1), 0);
-    ASSERT_EQ(this->caller->WriteBytes("abcdefgh", 8), 8);
+    EXPECT_EQ(caller->WriteBytes("none", -1), 0);
+    ASSERT_EQ(caller->WriteBytes("abcdefgh", 8), 8);
     EXPECT_EQ(reader.Select(3), 1);
     char bytes[9] = "--------";
     EXPECT_EQ(reader.Peek(bytes, 0), 0);
@@ -112,62 +110,62 @@ TYPED_TEST(IPCSocketTest, PeekSeesWhatReadReturns)
     EXPECT_EQ(reader.Select(0), 0);
 }
 
-TYPED_TEST(IPCSocketTest, ConnectsOnlyOnce)
+TEST_P(IPCSocketTest, ConnectsOnlyOnce)
 {
     const CapturedLog log;
-    EXPECT_EQ(this->caller->Connect(), -1);
+    EXPECT_EQ(caller->Connect(), -1);
     EXPECT_EQ(errno, EISCONN);
     EXPECT_EQ(log.Count("Socket Connect() Failed"), 1);
-    EXPECT_EQ(this->caller->GetStatus(), 1);
+    EXPECT_EQ(caller->GetStatus(), 1);
 }
 
-TYPED_TEST(IPCSocketTest, ReadFillsTheWholeLengthHoweverItArrives)
+TEST_P(IPCSocketTest, ReadFillsTheWholeLengthHoweverItArrives)
 {
     std::string sent(300000, '\0');
     std::iota(sent.begin(), sent.end(), '\0');
     const Background writer([&] {
         std::size_t at = 0;
         for (const int piece : {1, 1023, 1024, 1025, 5, 200000, 96922}) {
-            this->caller->Write(&sent[at], piece);
+            caller->Write(&sent[at], piece);
             at += static_cast<std::size_t>(piece);
         }
     });
     std::string got;
     for (const int length : {3, 2000, 1, 1024, 100000, 196972}) {
         std::string part(static_cast<std::size_t>(length), 'x');
-        ASSERT_EQ(this->accepted->Read(&part[0], length), length);
+        ASSERT_EQ(accepted->Read(&part[0], length), length);
         got += part;
     }
     EXPECT_TRUE(got == sent);
 }
 
-TYPED_TEST(IPCSocketTest, ReportsAPeerThatIsGone)
+TEST_P(IPCSocketTest, ReportsAPeerThatIsGone)
 {
-    this->caller->WriteBytes("ab", 2);
-    this->caller.reset();
+    caller->WriteBytes("ab", 2);
+    caller.reset();
     char bytes[4] = {'x', 'x', 'x', 'x'};
-    EXPECT_EQ(this->accepted->Select(3), 1);
-    EXPECT_EQ(this->accepted->Read(bytes, 4), 2);
+    EXPECT_EQ(accepted->Select(3), 1);
+    EXPECT_EQ(accepted->Read(bytes, 4), 2);
     EXPECT_EQ(std::string(bytes, 4), std::string("ab\0\0", 4));
     errno = EAGAIN;  // of an earlier call
-    EXPECT_EQ(this->accepted->Select(3), 1);
-    EXPECT_EQ(this->accepted->Peek(bytes, 4), 0);
+    EXPECT_EQ(accepted->Select(3), 1);
+    EXPECT_EQ(accepted->Peek(bytes, 4), 0);
     int result = 0;
     for (int round = 0; round < 3; ++round) {
-        result = this->accepted->WriteBytes("late", 4);  // and no SIGPIPE
+        result = accepted->WriteBytes("late", 4);  // and no SIGPIPE
     }
     EXPECT_EQ(result, -1);
 }
 
-TYPED_TEST(IPCSocketTest, ShutdownWakesAReaderInAnotherThread)
+TEST_P(IPCSocketTest, ShutdownWakesAReaderInAnotherThread)
 {
     char byte = 0;
-    const Background reader([&] { EXPECT_EQ(this->accepted->Read(&byte, 1), 0); });
+    const Background reader([&] { EXPECT_EQ(accepted->Read(&byte, 1), 0); });
     EXPECT_TRUE(reader.Waits());
-    this->accepted->Shutdown();
+    accepted->Shutdown();
 }
 
-TYPED_TEST(IPCSocketTest, SignalsDoNotEndAWait)
+TEST_P(IPCSocketTest, SignalsDoNotEndAWait)
 {
     static std::atomic<int> signals{0};
     struct sigaction action = {};
@@ -176,14 +174,14 @@ TYPED_TEST(IPCSocketTest, SignalsDoNotEndAWait)
     signals = 0;
     Background waiter([&] {
         char bytes[4];
-        EXPECT_EQ(this->accepted->Select(INT_MAX), 1);
-        EXPECT_EQ(this->accepted->Read(bytes, 4), 4);
+        EXPECT_EQ(accepted->Select(INT_MAX), 1);
+        EXPECT_EQ(accepted->Read(bytes, 4), 4);
     });
     for (int round = 1; round <= 50; ++round) {
         waiter.Signal(SIGUSR1);
         EXPECT_TRUE(WaitUntil([&] { return signals == round; }));
     }
-    this->caller->WriteBytes("abcd", 4);
+    caller->WriteBytes("abcd", 4);
 }
 
 TEST(IPCSocket, OperationsWithoutADescriptorFailAndSaySo)
@@ -215,14 +213,11 @@ TEST(IPCSocket, OpensFailWhereThereIsNoDescriptor)
     IPCTCPSocket tcp("127.0.0.1", 1);
     IPCUnixSocket local("./socket");
     IPCSocketChannel channel("tv", "./send", "./receive");
-    rlimit limit = {};
-    getrlimit(RLIMIT_NOFILE, &limit);
-    const rlimit none = {0, limit.rlim_max};
-    ASSERT_EQ(setrlimit(RLIMIT_NOFILE, &none), 0);
+    LimitDescriptors(0);
     EXPECT_EQ(tcp.Open(), -1);
     EXPECT_EQ(local.Open(), -1);
     EXPECT_EQ(channel.Open(), -1);
-    ASSERT_EQ(setrlimit(RLIMIT_NOFILE, &limit), 0);
+    LimitDescriptors(1024);
     EXPECT_EQ(tcp.GetStatus(), 2);
     EXPECT_EQ(log.Count("TCP Socket Open() Failed"), 1);
     EXPECT_EQ(log.Count("Unix Socket Open() Failed ->"), 2);
@@ -245,10 +240,7 @@ TEST(IPCSocket, FailuresLeaveErrnoBehind)
 
 TEST(IPCSocket, DescriptorsAreCloseOnExecAndMayLieAbove1023)
 {
-    rlimit limit = {};
-    getrlimit(RLIMIT_NOFILE, &limit);
-    limit.rlim_cur = std::min<rlim_t>(limit.rlim_max, 4096);
-    ASSERT_EQ(setrlimit(RLIMIT_NOFILE, &limit), 0);
+    LimitDescriptors(4096);
     std::vector<int> fillers;
     while (fillers.empty() || fillers.back() < 1100) {
         fillers.push_back(open("/dev/null", O_RDONLY | O_CLOEXEC));
