@@ -69,8 +69,8 @@ struct Pair
         const Background serving([&] {
             for (int round = 1; !answered; ++round) {
                 server.Start();
-                usleep(5000);
-                if (round % 100 == 0) {
+                usleep(2000);
+                if (round % 250 == 0) {
                     server.Quit();  // a socket that could not listen is made anew
                     server.Close();
                 }

@@ -38,9 +38,7 @@ class RawPeer
 {
 public:
     explicit RawPeer(int descriptor) : mDescriptor(descriptor) {}
-    RawPeer(RawPeer&& other) noexcept : mDescriptor(other.mDescriptor) { other.mDescriptor = -1; }
-    RawPeer(const RawPeer&) = delete;
-    RawPeer& operator=(const RawPeer&) = delete;
+    RawPeer(RawPeer&& other) noexcept : mDescriptor(std::exchange(other.mDescriptor, -1)) {}
     RawPeer& operator=(RawPeer&& other) noexcept
     {
         std::swap(mDescriptor, other.mDescriptor);
