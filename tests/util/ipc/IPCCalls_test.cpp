@@ -57,7 +57,7 @@ const std::vector<std::size_t> kBlockSizes[] = {
     {5000, 3, 4096, 4097, 65536, 1},
     std::vector<std::size_t>(12, 4099),
     {1048576, 524288, 100001},
-    {2097152 - 92},
+    {2097152 - 56},
 };
 
 // Takes all the connections of a listener's backlog, of 5 and one more.
