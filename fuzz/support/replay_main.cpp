@@ -8,6 +8,7 @@
 #include <random>
 #include <vector>
 
+extern "C" int LLVMFuzzerInitialize(int* count, char*** arguments);
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size);
 
 namespace {
@@ -35,6 +36,7 @@ void Run(const Bytes& bytes)
 
 int main(int count, char** arguments)
 {
+    LLVMFuzzerInitialize(&count, &arguments);
     std::mt19937 random(1);
     int inputs = 0;
     for (int index = 1; index < count; ++index) {
@@ -48,6 +50,6 @@ int main(int count, char** arguments)
             ++inputs;
         }
     }
-    std::printf("%d inputs\n", inputs);
+    std::fprintf(stderr, "%d inputs\n", inputs);
     return inputs > 0 ? 0 : 1;
 }

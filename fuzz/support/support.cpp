@@ -15,16 +15,13 @@ void Require(bool condition, const char* text)
     }
 }
 
-void QuietLog()
+extern "C" int LLVMFuzzerInitialize(int* /*count*/, char*** /*arguments*/)
 {
     char line[] = "outpath=/dev/null";
     Logger::GetLogger(1)->ParseConfig(line);
     Logger::ChangeMode(2);
-}
-
-void QuietOutput()
-{
     Require(std::freopen("/dev/null", "w", stdout) != nullptr, "no /dev/null");
+    return 0;
 }
 
 std::uint8_t Input::TakeByte()

@@ -12,11 +12,9 @@ namespace fuzz {
 // Ends the process with the text when the condition does not hold: that is a finding.
 void Require(bool condition, const char* text);
 
-// Silences the log's outcome but not its work: lines are formatted and written to /dev/null.
-void QuietLog();
-
-// Standard output to /dev/null: what scripts print is nobody's concern.
-void QuietOutput();
+// Called once, before the first input: the log's lines are formatted all the same, but written to
+// /dev/null, and so is what scripts print.
+extern "C" int LLVMFuzzerInitialize(int* count, char*** arguments);
 
 // Takes an input apart from the front.
 class Input

@@ -1,32 +1,28 @@
 // Reads the byte blocks of docs/protocol.md and compares each with what the library sends.
 #include <gtest/gtest.h>
 
-#include <functional>
 #include <map>
+#include <optional>
 #include <regex>
 #include <sstream>
-#include <string>
-#include <thread>
-#include <vector>
 
-#include "html5_video/html5_video_client.h"
-#include "tests/support/RawPeer.h"
-#include "tests/support/support.h"
-#include "util/ipc/IPCChannel.h"
+#include "tests/html5_video/player.h"
+#include "tests/support/Background.h"
+#include "tests/support/Records.h"
 #include "util/ipc/IPCChannelMgr.h"
-#include "util/ipc/IPCParam.h"
 
 namespace {
-using test::RawListener;
-using test::RawPeer;
+using namespace test;
+
+const std::string kPage = ReadFile(TEST_SOURCE_DIR "/docs/protocol.md");
 
 // The page's blocks by the words behind "bytes".
-std::map<std::string, std::string> BlocksOf(const std::string& page)
+std::map<std::string, std::string> Blocks()
 {
     std::map<std::string, std::string> blocks;
     const std::regex fence("```bytes ([^\n]*)\n([^`]*)```");
-    for (std::sregex_iterator it(page.begin(), page.end(), fence), end; it != end; ++it) {
-        blocks[(*it)[1]] = test::Hex((*it)[2]);
+    for (std::sregex_iterator it(kPage.begin(), kPage.end(), fence), end; it != end; ++it) {
+        blocks[(*it)[1]] = Hex((*it)[2]);
     }
     return blocks;
 }
@@ -35,71 +31,48 @@ std::map<std::string, std::string> BlocksOf(const std::string& page)
 std::string FrameOf(const RawListener& listener, const std::function<void()>& command)
 {
     std::string frame;
-    std::thread player([&] {
-        const RawPeer connection = listener.Accept();
-        frame = connection.ReceiveFrame();
-        connection.Send(test::Number(0));
-    });
-    command();
-    player.join();
+    {
+        const Background player([&] {
+            const RawPeer connection = listener.Accept();
+            frame = connection.ReceiveFrame();
+            connection.Send(Number(0));
+        });
+        command();
+    }
     IPCChannelMgr::GetInstance()->GetIPCChannel("HTML5 Video Socket")->Reopen();
     return frame;
 }
 
-// What the library answers to a request.
-std::string ReplyTo(const RawPeer& peer, const std::string& request)
+TEST(Protocol, EveryBlockOfThePageIsWhatTheLibraryDoes)
 {
-    peer.Send(request);
-    return peer.ReceiveFrame();
-}
-
-std::string EncodedEveryType()
-{
-    const unsigned char block[] = {1, 2, 3};
+    const CapturedStderr log;
+    html5_video_client_init();
+    const RawListener listener(kCommandPort);
+    const RawPeer peer = RawPeer::Connect(kStatusPort);
+    auto blocks = Blocks();
+    const std::map<std::string, std::function<void()>> calls = {
+        {"call play", html5_video_client_play},
+        {"call load http://a/b.mp4", [] { html5_video_client_load("http://a/b.mp4"); }},
+        {"call load null", [] { html5_video_client_load(nullptr); }},
+        {"call seek 1.5", [] { html5_video_client_seek(1.5F); }},
+        {"call setSize 1280 720", [] { html5_video_client_setSize(1280, 720); }},
+    };
+    for (const auto& [name, call] : calls) {
+        EXPECT_EQ(FrameOf(listener, call), blocks[name]) << name;
+    }
     IPCParam record;
     record.Add("pos", 5);
     record.Add("url", "ab");
-    record.Add("d", block, 3);
+    record.Add("d", "\1\2\3", 3);
     record.Add("n", static_cast<const char*>(nullptr));
-    std::string bytes(static_cast<std::size_t>(record.GetSeiralizedLength()), '\0');
-    record.Serialize(reinterpret_cast<unsigned char*>(&bytes[0]));
-    return bytes;
-}
-
-TEST(Protocol, EveryBlockOfThePageIsWhatTheLibraryDoes)
-{
-    test::UsePrivateNetwork();
-    auto blocks = BlocksOf(test::ReadFile(TEST_SOURCE_DIR "/docs/protocol.md"));
-    const test::CapturedStderr log;
-    html5_video_client_init();
-    const RawListener listener(56911);
-    const RawPeer peer = RawPeer::Connect(56910);
-    const std::string status = "SetStatus 1000 60000 100 7 2 640 360 1 0 5000 0 2500";
-    const std::map<std::string, std::function<std::string()>> actual = {
-        {"call play", [&] { return FrameOf(listener, [] { html5_video_client_play(); }); }},
-        {"call load http://a/b.mp4",
-         [&] { return FrameOf(listener, [] { html5_video_client_load("http://a/b.mp4"); }); }},
-        {"call load null",
-         [&] { return FrameOf(listener, [] { html5_video_client_load(nullptr); }); }},
-        {"call seek 1.5", [&] { return FrameOf(listener, [] { html5_video_client_seek(1.5F); }); }},
-        {"call setSize 1280 720",
-         [&] { return FrameOf(listener, [] { html5_video_client_setSize(1280, 720); }); }},
-        {"record every type", EncodedEveryType},
-        {"reply none", [&] { return ReplyTo(peer, test::Frame("unknown", test::EmptyRecord())); }},
-        {"reply empty", [&] { return ReplyTo(peer, blocks[status]); }},
-    };
-    for (const auto& [name, bytes] : actual) {
-        ASSERT_EQ(blocks.count(name), 1u) << name;
-        EXPECT_EQ(bytes(), blocks[name]) << name;
-    }
-    EXPECT_EQ(blocks.size(), actual.size() + 1);
-    // The frame of the page arrived as its words say.
-    int playTime = 0, endTime = 0, speed = 0, mediaStatus = 0, inSeek = 0;
-    unsigned long long total = 0, offset = 0;
-    html5_video_get_status(&playTime, &endTime, &speed, &mediaStatus, &inSeek, &total, &offset);
+    EXPECT_EQ(Encoded(record), blocks["record every type"]);
+    peer.Send(Frame("unknown", EmptyRecord()));
+    EXPECT_EQ(peer.ReceiveFrame(), blocks["reply none"]);
+    peer.Send(blocks["SetStatus 1000 60000 100 7 2 640 360 1 0 5000 0 2500"]);
+    EXPECT_EQ(peer.ReceiveFrame(), blocks["reply empty"]);
+    EXPECT_EQ(ReadStatus(), (Status{1000, 60000, 100, 2, 1, 5000, 2500, 640, 360}));
     EXPECT_TRUE(log.WaitFor("7 1000 60000 100 2 inSeek 1 5000 2500"));
-    EXPECT_EQ(endTime, 60000);
-    EXPECT_EQ(offset, 2500u);
+    EXPECT_EQ(blocks.size(), calls.size() + 4);
 }
 
 // A line of the session, with its continuations: a word, an arrow or none, and what follows.
@@ -110,10 +83,10 @@ struct Step
     std::string text;
 };
 
-std::vector<Step> StepsOf(const std::string& page)
+std::vector<Step> Steps()
 {
     std::smatch session;
-    std::regex_search(page, session, std::regex("```session\n([^`]*)```"));
+    std::regex_search(kPage, session, std::regex("```session\n([^`]*)```"));
     std::vector<Step> steps;
     const std::regex start("^(\\w+) *([<>]?) *(.*)$");
     std::istringstream lines(session[1]);
@@ -132,36 +105,31 @@ std::vector<Step> StepsOf(const std::string& page)
 class SessionPlayer
 {
 public:
-    ~SessionPlayer() { Finish(); }
-
     void Play(const Step& step)
     {
         SCOPED_TRACE(step.who + ' ' + step.arrow + ' ' + step.text);
         if (step.who == "call") {
-            Finish();
             ASSERT_EQ(mCalls.count(step.text), 1u);
-            mCall = std::thread(mCalls.at(step.text));
+            mCall.emplace(mCalls.at(step.text));  // when the last one has ended
         } else if (step.who == "status") {
-            EXPECT_TRUE(test::WaitUntil([&] { return Status() == step.text; })) << Status();
+            EXPECT_TRUE(WaitUntil([&] { return StatusText() == step.text; })) << StatusText();
         } else {
             Serve(step, step.who == "state" ? mState : mCommands);
         }
     }
 
 private:
-    static std::string Status()
+    static std::string StatusText()
     {
-        int playTime = 0, endTime = 0, speed = 0, mediaStatus = 0, inSeek = 0;
-        unsigned long long total = 0, offset = 0;
-        html5_video_get_status(&playTime, &endTime, &speed, &mediaStatus, &inSeek, &total, &offset);
-        return std::to_string(playTime) + " of " + std::to_string(endTime) + " ms, media status " +
-               std::to_string(mediaStatus);
+        const Status now = ReadStatus();
+        return std::to_string(now[0]) + " of " + std::to_string(now[1]) + " ms, media status " +
+               std::to_string(now[3]);
     }
 
     // As a host does that has noticed.
     static void Reconnect()
     {
-        test::WaitUntil([] { return html5_video_client_is_connected() == 0; });
+        WaitUntil([] { return html5_video_client_is_connected() == 0; });
         html5_video_client_reconnect();
     }
 
@@ -169,43 +137,33 @@ private:
     void Serve(const Step& step, RawPeer& connection)
     {
         const bool isState = step.who == "state";
-        const std::string bytes = test::Hex(step.text);
         if (step.text == "open") {
-            connection = isState ? RawPeer::Connect(56910) : mListener.Accept();
+            connection = isState ? RawPeer::Connect(kStatusPort) : mListener.Accept();
         } else if (step.text == "close") {
             connection.Close();
         } else if (isState == (step.arrow == '>')) {
-            EXPECT_TRUE(connection.Send(bytes));
+            EXPECT_TRUE(connection.Send(Hex(step.text)));
         } else {
-            EXPECT_EQ(connection.Receive(bytes.size()), bytes);
-        }
-    }
-
-    // Waits for the call that is under way.
-    void Finish()
-    {
-        if (mCall.joinable()) {
-            mCall.join();
+            EXPECT_EQ(connection.ReceiveFrame(), Hex(step.text));
         }
     }
 
     const std::map<std::string, std::function<void()>> mCalls = {
-        {"html5_video_client_init()", [] { html5_video_client_init(); }},
+        {"html5_video_client_init()", html5_video_client_init},
         {"html5_video_client_load(\"clock:1\")", [] { html5_video_client_load("clock:1"); }},
-        {"html5_video_client_play()", [] { html5_video_client_play(); }},
+        {"html5_video_client_play()", html5_video_client_play},
         {"html5_video_client_reconnect()", Reconnect},
     };
-    const RawListener mListener{56911};
+    const RawListener mListener{kCommandPort};
     RawPeer mState{-1};
     RawPeer mCommands{-1};
-    std::thread mCall;
+    std::optional<Background> mCall;
 };
 
 TEST(Protocol, TheSessionOfThePageIsHowTheLibraryBehaves)
 {
-    test::UsePrivateNetwork();
-    const test::CapturedStderr log;
-    const std::vector<Step> steps = StepsOf(test::ReadFile(TEST_SOURCE_DIR "/docs/protocol.md"));
+    const CapturedStderr log;
+    const std::vector<Step> steps = Steps();
     ASSERT_GT(steps.size(), 30u);
     SessionPlayer player;
     for (const Step& step : steps) {

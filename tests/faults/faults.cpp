@@ -8,7 +8,6 @@
 
 #include <atomic>
 #include <cerrno>
-#include <cstdarg>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -74,13 +73,17 @@ int faults_disarm(void)
     return seen;
 }
 
-// A call that fails with -1, and one that moves bytes and may fall short.
-#define FAULT_CALL(result, name, parameters, arguments)                                   \
-    extern "C" result name parameters                                                     \
-    {                                                                                     \
-        static const auto real = Real<result(*) parameters>(#name);                       \
-        return Judge(#name) == Verdict::kFail ? static_cast<result>(-1) : real arguments; \
+// A call that fails with -1, one that goes by another name where times have 64 bits, and one that
+// moves bytes and may fall short.
+#define FAULT_ALIAS(result, name, symbol, parameters, arguments)                         \
+    extern "C" result symbol parameters                                                  \
+    {                                                                                    \
+        static const auto real = Real<result(*) parameters>(#symbol);                    \
+        return Judge(name) == Verdict::kFail ? static_cast<result>(-1) : real arguments; \
     }
+
+#define FAULT_CALL(result, name, parameters, arguments) \
+    FAULT_ALIAS(result, #name, name, parameters, arguments)
 
 #define FAULT_TRANSFER(name, parameters, arguments)                     \
     extern "C" ssize_t name parameters                                  \
@@ -109,51 +112,25 @@ FAULT_TRANSFER(write, (int fd, const void* data, size_t length), (fd, data, leng
 FAULT_TRANSFER(send, (int fd, const void* data, size_t length, int flags),
                (fd, data, length, flags))
 
-using SendMessage = ssize_t (*)(int fd, const msghdr* message, int flags);
-
-static ssize_t JudgedSendMessage(SendMessage real, int fd, const msghdr* message, int flags)
-{
-    const Verdict verdict = Judge("sendmsg");
-    if (verdict == Verdict::kShort) {
-        return send(fd, message->msg_iov->iov_base, 1, flags);
-    }
-    return verdict == Verdict::kFail ? -1 : real(fd, message, flags);
-}
-
-extern "C" ssize_t sendmsg(int fd, const msghdr* message, int flags)
-{
-    static const auto real = Real<SendMessage>("sendmsg");
-    return JudgedSendMessage(real, fd, message, flags);
-}
-
-// The checked forms that fortified code calls.
-extern "C" ssize_t __recv_chk(int fd, void* data, size_t length, size_t /*room*/, int flags)
-{
-    return recv(fd, data, length, flags);
-}
-
-extern "C" ssize_t __read_chk(int fd, void* data, size_t length, size_t /*room*/)
-{
-    return read(fd, data, length);
-}
-
-extern "C" int __poll_chk(pollfd* entries, nfds_t count, int milliseconds, size_t /*room*/)
-{
-    return poll(entries, count, milliseconds);
-}
-
 // What code with 64-bit times calls where a long has 32 bits.
-extern "C" int __setsockopt64(int fd, int level, int option, const void* value, socklen_t length)
-{
-    static const auto real = Real<int (*)(int, int, int, const void*, socklen_t)>("__setsockopt64");
-    return Judge("setsockopt") == Verdict::kFail ? -1 : real(fd, level, option, value, length);
-}
+FAULT_ALIAS(int, "setsockopt", __setsockopt64,
+            (int fd, int level, int option, const void* value, socklen_t length),
+            (fd, level, option, value, length))
+FAULT_ALIAS(int, "open", open64, (const char* path, int flags, mode_t mode), (path, flags, mode))
 
-extern "C" ssize_t __sendmsg64(int fd, const msghdr* message, int flags)
-{
-    static const auto real = Real<SendMessage>("__sendmsg64");
-    return JudgedSendMessage(real, fd, message, flags);
-}
+// The second name is that of 64-bit times, too.
+#define FAULT_SEND_MESSAGE(name)                                                             \
+    extern "C" ssize_t name(int fd, const msghdr* message, int flags)                        \
+    {                                                                                        \
+        static const auto real = Real<ssize_t (*)(int, const msghdr*, int)>(#name);          \
+        const Verdict verdict = Judge("sendmsg");                                            \
+        return verdict == Verdict::kFail    ? -1                                             \
+               : verdict == Verdict::kShort ? send(fd, message->msg_iov->iov_base, 1, flags) \
+                                            : real(fd, message, flags);                      \
+    }
+
+FAULT_SEND_MESSAGE(sendmsg)
+FAULT_SEND_MESSAGE(__sendmsg64)
 
 extern "C" int pthread_create(pthread_t* thread, const pthread_attr_t* attributes,
                               void* (*entry)(void*), void* argument)
@@ -162,16 +139,6 @@ extern "C" int pthread_create(pthread_t* thread, const pthread_attr_t* attribute
         Real<int (*)(pthread_t*, const pthread_attr_t*, void* (*)(void*), void*)>("pthread_create");
     return Judge("pthread_create") == Verdict::kFail ? armedError
                                                      : real(thread, attributes, entry, argument);
-}
-
-extern "C" int open64(const char* path, int flags, ...)
-{
-    static const auto real = Real<int (*)(const char*, int, mode_t)>("open64");
-    va_list arguments;
-    va_start(arguments, flags);
-    const mode_t mode = va_arg(arguments, mode_t);
-    va_end(arguments);
-    return Judge("open") == Verdict::kFail ? -1 : real(path, flags, mode);
 }
 
 extern "C" void* __libc_malloc(size_t size);

@@ -5,59 +5,39 @@
 
 #include <gtest/gtest.h>
 #include <signal.h>
+#include <sys/socket.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <atomic>
 #include <cerrno>
 #include <cstdlib>
-#include <functional>
-#include <memory>
-#include <string>
-#include <thread>
-#include <vector>
 
+#include "tests/support/Background.h"
 #include "tests/support/RawPeer.h"
-#include "tests/support/support.h"
+#include "tests/support/Records.h"
 #include "util/console/CmdMgr.h"
-#include "util/ipc/IPCParam.h"
+#include "util/ipc/IPCSocket.h"
 #include "util/ipc/IPCSocketChannel.h"
-#include "util/ipc/IPCTCPSocket.h"
 #include "util/os_linux/ExecShell.h"
 #include "util/os_linux/FSUtil.h"
 #include "util/os_linux/FilePath.h"
-#include "util/os_linux/Logger.h"
 #include "util/os_linux/PartitionParser.h"
 #include "util/os_linux/Thread.h"
 
 namespace {
-IPCParam* Echo(IPCParam* request)
-{
-    IPCParam* const reply = new IPCParam;
-    for (int index = 0; index < request->GetCount(); ++index) {
-        reply->Add("n", static_cast<int>(request->GetArg(index)->mValue));
-    }
-    return reply;
-}
+using namespace test;
 
 struct Pair
 {
-    Pair(int callPort, int backPort)
-        : server("server", backPort, callPort), client("client", callPort, backPort)
+    Pair()
     {
         server.Register("echo", Echo);
-        client.SetReplyTimeout(300);
-        server.SetReplyTimeout(300);
+        client.SetReplyTimeout(150);
     }
 
-    bool Ask(int number)
-    {
-        IPCParam request;
-        request.Add("n", number);
-        IPCParam reply;
-        return client.Call("echo", &request, &reply) == 0 && reply.GetCount() == 1 &&
-               reply.GetArg(0)->mValue == number;
-    }
+    bool Answers(int number) { return Ask(client, "echo", {number}) == number; }
 
     // What a fault may spoil.
     void Converse()
@@ -68,13 +48,13 @@ struct Pair
         request.Add("text", "hello");
         const std::string block(5000, 'b');
         request.Add("block", block.data(), 5000);
-        Ask(1);
+        Answers(1);
         client.CallWithoutReturn("echo", &request);
-        Ask(2);
+        Answers(2);
         client.Reopen();
         server.Quit();
         server.Start();
-        Ask(3);
+        Answers(3);
         ExecShell shell;
         shell.ExecWait("true");
         PartitionParser partitions;
@@ -86,38 +66,36 @@ struct Pair
     bool Recover()
     {
         std::atomic<bool> answered{false};
-        std::thread serving([&] { ServeUntil(answered); });
+        const Background serving([&] {
+            for (int round = 1; !answered; ++round) {
+                server.Start();
+                usleep(2000);
+                if (round % 250 == 0) {
+                    server.Quit();  // a socket that could not listen is made anew
+                    server.Close();
+                }
+            }
+        });
         client.Open();
-        const bool recovered = test::WaitUntil([&] {
+        const bool recovered = WaitUntil([&] {
             client.Reopen();
-            return Ask(100);
+            return Answers(100);
         });
         answered = true;
-        serving.join();
         return recovered;
     }
 
-    void ServeUntil(const std::atomic<bool>& answered)
-    {
-        for (int round = 1; !answered; ++round) {
-            server.Start();
-            usleep(5000);
-            if (round % 200 == 0) {
-                server.Quit();  // a socket that could not listen is made anew
-                server.Close();
-            }
-        }
-    }
-
-    IPCSocketChannel server;
-    IPCSocketChannel client;
+    const int callPort = FreePort();
+    const int backPort = FreePort();
+    IPCSocketChannel server{"server", backPort, callPort};
+    IPCSocketChannel client{"client", callPort, backPort};
 };
 
 // The console's server and one client of it.
 class Console
 {
 public:
-    Console(int port, int) : mPort(port), mConsole(*CmdMgr::GetInstance(port))
+    Console()
     {
         mConsole.SetAddress("127.0.0.1");
         mConsole.SetTolerant(true);
@@ -126,16 +104,16 @@ public:
     void Converse()
     {
         mConsole.Start();
-        test::WaitUntil([&] { return Talk(); }, kStartPatience);
+        WaitUntil([&] { return Talk(); }, kStartPatience);
         mConsole.Stop();
     }
 
     bool Recover()
     {
-        return test::WaitUntil([&] {
+        return WaitUntil([&] {
             mConsole.Stop();
             mConsole.Start();
-            return test::WaitUntil([&] { return Talk(); }, kStartPatience);
+            return WaitUntil([&] { return Talk(); }, kStartPatience);
         });
     }
 
@@ -144,40 +122,29 @@ private:
     // time.
     static constexpr int kStartPatience = 1000;
 
-    static bool Say(IPCSocket& client, const std::string& line)
-    {
-        const std::string frame =
-            "TAVI" + test::Number(static_cast<std::int32_t>(line.size())) + line;
-        const int length = static_cast<int>(frame.size());
-        return client.WriteBytes(frame.data(), length) == length;
-    }
-
     bool Talk() const
     {
-        IPCTCPSocket client("127.0.0.1", mPort);
-        if (client.Open() < 0 || client.Connect() != 0) {
-            return false;
-        }
-        char prompt[13];
+        const RawPeer client = RawPeer::TryToConnect(mPort);
+        const auto say = [&client](const std::string& line) {
+            return client.Send("TAVI" + Number(static_cast<int>(line.size())) + line);
+        };
         for (const char* line : {"START", "$a = 1 + 2", ""}) {
-            if (!Say(client, line) || client.Read(prompt, sizeof(prompt)) != sizeof(prompt)) {
+            if (!say(line) || client.Receive(13).size() != 13) {  // a prompt
                 return false;
             }
         }
         // The server closes first, so that the port keeps what is left of the connection.
-        return Say(client, "quit") && client.Read(prompt, 1) <= 0;
+        return say("quit") && client.WaitClosed();
     }
 
-    const int mPort;
-    CmdMgr& mConsole;
+    const int mPort = FreePort();
+    CmdMgr& mConsole = *CmdMgr::GetInstance(mPort);
 };
 
 // A scan of a directory and a path taken apart.
 class Files
 {
 public:
-    Files(int, int) {}
-
     void Converse() const { Recover(); }
 
     bool Recover() const
@@ -224,31 +191,18 @@ int InChild(const std::function<int()>& action)
     return status;
 }
 
-// Numbers of the calls made in a conversation without a fault; 0 when it failed.
-template <typename Subject>
-int CallsOf(const char* call)
-{
-    const int status = InChild([call] {
-        Logger::ChangeMode(1);
-        Subject subject(test::FreePort(), test::FreePort());
-        faults_arm(call, -1, 0);
-        subject.Converse();
-        return std::min(faults_disarm(), 60);
-    });
-    EXPECT_TRUE(WIFEXITED(status)) << "without a fault: status " << status;
-    return WIFEXITED(status) ? WEXITSTATUS(status) : 0;
-}
-
+// A conversation of which one call fails, and the one that must be served afterwards: 0 when it
+// was. Without a number of the call, none fails: how often the call was made.
 template <typename Subject>
 int ConverseWithFault(const char* call, int nth, int error)
 {
     return InChild([=] {
         Logger::ChangeMode(1);
-        Subject subject(test::FreePort(), test::FreePort());
+        Subject subject;
         faults_arm(call, nth, error);
         subject.Converse();
-        faults_disarm();
-        return subject.Recover() ? 0 : 1;
+        const int calls = faults_disarm();
+        return nth < 0 ? std::min(calls, 60) : subject.Recover() ? 0 : 1;
     });
 }
 
@@ -266,11 +220,13 @@ void PrintTo(const Fault& fault, std::ostream* out)
 template <typename Subject>
 void FailEachCall(const Fault& fault)
 {
-    const test::CapturedStderr log;
-    const int calls = CallsOf<Subject>(fault.call);
+    const int counted = ConverseWithFault<Subject>(fault.call, -1, 0);
+    ASSERT_TRUE(WIFEXITED(counted)) << "without a fault: status " << counted;
+    const int calls = WEXITSTATUS(counted);
     EXPECT_GT(calls, 0);
     for (int nth = 1; nth <= calls; ++nth) {
         for (const int error : fault.errors) {
+            const CapturedStderr log;
             const int status = ConverseWithFault<Subject>(fault.call, nth, error);
             // Without memory the process may end, but as the language ends it.
             const bool mayAbort = std::string(fault.call) == "malloc";
@@ -278,8 +234,7 @@ void FailEachCall(const Fault& fault)
                         (mayAbort && WIFSIGNALED(status) && WTERMSIG(status) == SIGABRT))
                 << fault.call << " number " << nth << " of " << calls << " with error " << error
                 << ": status " << status << "\n"
-                << log.Text().substr(log.Text().size() -
-                                     std::min<std::size_t>(log.Text().size(), 2500));
+                << log.Text();
         }
     }
 }
@@ -325,7 +280,7 @@ TEST(ThreadFaults, AFailedStartLeavesNoHandle)
 {
     Thread thread("worker", nullptr, false, 0);
     ASSERT_EQ(thread.Start(nullptr), 0);
-    ASSERT_TRUE(test::WaitUntil([&] { return thread.GetStatus() == Thread::kExited; }));
+    ASSERT_TRUE(WaitUntil([&] { return thread.GetStatus() == Thread::kExited; }));
     faults_arm("pthread_create", 1, EAGAIN);
     EXPECT_EQ(thread.Start(nullptr), -1);
     faults_disarm();
@@ -337,7 +292,7 @@ TEST(ThreadFaults, AFailedStartLeavesNoHandle)
 
 TEST(LoggerFaults, AnInterruptedConnectIsMadeAgain)
 {
-    const test::RawListener listener("./log.socket");
+    const RawListener listener("./log.socket");
     char setting[] = "outpath=./log.socket";
     Logger::GetLogger(0)->ParseConfig(setting);
     faults_arm("connect", 1, EINTR);
@@ -378,44 +333,32 @@ INSTANTIATE_TEST_SUITE_P(Waits, ConsoleFaults, testing::Values(Fault{"poll", {EI
 TEST(ConsoleOpening, FailsWhereTheAddressCanNotBeReused)
 {
     const int status = InChild([] {
-        CmdMgr& console = *CmdMgr::GetInstance(test::FreePort());
+        CmdMgr& console = *CmdMgr::GetInstance(FreePort());
         faults_arm("setsockopt", 1, ENOMEM);
         return console.Open() == -1 ? 0 : 1;
     });
     EXPECT_EQ(status, 0);
 }
 
-void OnSignal(int) {}
-
-// Every thread of the process is interrupted every 200 microseconds through a conversation.
+// The process is interrupted every 200 microseconds through its calls.
 TEST(SignalStorm, DisturbsNoCall)
 {
-    const test::CapturedStderr log;
-    const int status = InChild([] {
-        struct sigaction action = {};
-        action.sa_handler = OnSignal;
-        sigaction(SIGUSR1, &action, nullptr);
-        const pid_t target = getpid();
-        const pid_t storm = fork();
-        if (storm == 0) {
-            alarm(20);
-            for (;;) {
-                kill(target, SIGUSR1);
-                usleep(200);
-            }
+    struct sigaction action = {};
+    action.sa_handler = [](int) {};
+    sigaction(SIGUSR1, &action, nullptr);
+    Pair pair;
+    pair.server.Start();
+    pair.client.Open();
+    pair.client.SetReplyTimeout(10000);
+    std::atomic<bool> done{false};
+    const Background storm([&done] {
+        for (; !done; usleep(200)) {
+            kill(getpid(), SIGUSR1);
         }
-        Pair pair(test::FreePort(), test::FreePort());
-        pair.server.Start();
-        pair.client.Open();
-        pair.client.SetReplyTimeout(10000);
-        bool served = true;
-        for (int number = 0; number < 2000 && served; ++number) {
-            served = pair.Ask(number);
-        }
-        kill(storm, SIGKILL);
-        waitpid(storm, nullptr, 0);
-        return served ? 0 : 1;
     });
-    EXPECT_EQ(status, 0);
+    for (int number = 0; number < 2000; ++number) {
+        EXPECT_TRUE(pair.Answers(number));
+    }
+    done = true;
 }
 }  // namespace

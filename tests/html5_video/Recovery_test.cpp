@@ -1,33 +1,17 @@
 // What a host does beside playing: noticing, recovering, waiting for news, being quiet.
 #include <gtest/gtest.h>
-#include <poll.h>
 #include <unistd.h>
 
-#include <atomic>
 #include <cerrno>
 #include <cstdint>
-#include <string>
-#include <thread>
 #include <tuple>
-#include <vector>
 
-#include "html5_video/html5_video_client.h"
 #include "tests/html5_video/player.h"
-#include "tests/support/RawPeer.h"
+#include "tests/support/Background.h"
 #include "tests/support/program.h"
-#include "tests/support/support.h"
 
 namespace {
-using test::Integers;
-using test::kCommandPort;
-using test::kStatusPort;
-using test::PlayTime;
-using test::Push;
-using test::RawListener;
-using test::RawPeer;
-using test::WaitUntil;
-
-const std::string kEmptyReply = test::EmptyReply();
+using namespace test;
 
 bool IsConnected()
 {
@@ -37,7 +21,6 @@ bool IsConnected()
 class RecoveryTest : public testing::Test
 {
 protected:
-    static void SetUpTestSuite() { test::UsePrivateNetwork(); }
     void SetUp() override { ASSERT_EQ(html5_video_client_set_log(0, 3), 0); }
 };
 
@@ -45,34 +28,31 @@ TEST_F(RecoveryTest, ACommandThatWaitsEndsAndTheNextOneConnectsAnew)
 {
     const RawListener player(kCommandPort);
     html5_video_client_init();
-    std::atomic<int> result{1};
-    std::thread command([&result] {
-        html5_video_client_play();
-        result = html5_video_client_get_last_result();
-    });
-    const RawPeer silent = player.Accept();
-    EXPECT_FALSE(silent.ReceiveFrame().empty());
-    html5_video_client_reconnect();
-    EXPECT_TRUE(WaitUntil([&result] { return result == -1; }, 10000)) << "of 30 seconds";
-    command.join();
-    EXPECT_TRUE(silent.WaitClosed());
-    EXPECT_EQ(html5_video_client_get_last_result(), 0) << "of this thread";
-
-    std::thread next([] { html5_video_client_pause(); });
+    {
+        const Background command([] {
+            html5_video_client_play();
+            EXPECT_EQ(html5_video_client_get_last_result(), -1);
+        });
+        const RawPeer silent = player.Accept();
+        EXPECT_FALSE(silent.ReceiveFrame().empty());
+        html5_video_client_reconnect();
+        EXPECT_TRUE(command.Returns(10000)) << "of 30 seconds";
+        EXPECT_TRUE(silent.WaitClosed());
+        EXPECT_EQ(html5_video_client_get_last_result(), 0) << "of this thread";
+    }
+    const Background next(html5_video_client_pause);
     const RawPeer answering = player.Accept();
-    EXPECT_EQ(answering.ReceiveFrame(), test::Frame("pause", test::EmptyRecord()));
-    answering.Send(kEmptyReply);
-    next.join();
+    EXPECT_EQ(answering.ReceiveFrame(), Frame("pause", EmptyRecord()));
+    answering.Send(EmptyReply());
 }
 
 TEST_F(RecoveryTest, AHealthyPlayerKeepsBothConnections)
 {
     constexpr int kTurns = 1000;
     const RawListener player(kCommandPort);
-    html5_video_client_init();
-    const RawPeer state = RawPeer::Connect(kStatusPort);
+    const RawPeer state = ConnectedPlayer();
     Push(state, Integers({1}));
-    std::thread commands([] {
+    const Background commands([] {
         for (int number = 0; number < kTurns; ++number) {
             html5_video_client_reconnect();
             html5_video_client_play();
@@ -83,52 +63,50 @@ TEST_F(RecoveryTest, AHealthyPlayerKeepsBothConnections)
     for (int number = 0; number < kTurns; ++number) {
         ASSERT_FALSE(connection.ReceiveFrame().empty());
         html5_video_client_reconnect();
-        ASSERT_TRUE(connection.Send(kEmptyReply));
+        ASSERT_TRUE(connection.Send(EmptyReply()));
         Push(state, Integers({number}));
     }
-    commands.join();
     EXPECT_TRUE(IsConnected());
 }
 
 // The request of a host that noticed too early, or called for nothing, is not lost.
 TEST_F(RecoveryTest, AsksForThePlayerAfterTheOneThatIsServed)
 {
-    html5_video_client_init();
-    {
-        const RawPeer first = RawPeer::Connect(kStatusPort);
-        Push(first, Integers({1}));
-        html5_video_client_reconnect();
-    }
+    RawPeer first = ConnectedPlayer();
+    Push(first, Integers({1}));
+    html5_video_client_reconnect();
+    first.Close();
     const RawPeer second = RawPeer::Connect(kStatusPort);
     Push(second, Integers({2}));
     EXPECT_EQ(PlayTime(), 2);
 }
 
+// What has happened since the last look, or why none is told.
+int Events()
+{
+    std::uint64_t count = 0;
+    const int descriptor = html5_video_client_get_event_fd();
+    return read(descriptor, &count, sizeof(count)) == 8 ? static_cast<int>(count) : -errno;
+}
+
 TEST_F(RecoveryTest, TheDescriptorIsQuietUntilSomethingHappens)
 {
-    const int descriptor = html5_video_client_get_event_fd();
-    std::uint64_t count = 0;
-    EXPECT_EQ(read(descriptor, &count, sizeof(count)), -1);
-    EXPECT_EQ(errno, EAGAIN);
+    EXPECT_EQ(Events(), -EAGAIN);
 }
 
 // One for each report, which is therefore one update.
 TEST_F(RecoveryTest, TheDescriptorCountsOneForEachReport)
 {
-    html5_video_client_init();
-    const RawPeer peer = RawPeer::Connect(kStatusPort);
+    const RawPeer peer = ConnectedPlayer();
     ASSERT_TRUE(WaitUntil(IsConnected));
-    const int descriptor = html5_video_client_get_event_fd();
-    std::uint64_t count = 0;
-    ASSERT_EQ(read(descriptor, &count, sizeof(count)), 8) << "the connection, from before";
+    EXPECT_GE(Events(), 1) << "the connection, from before";
     for (int number = 1; number <= 5; ++number) {
         Push(peer, Integers({number}));
     }
-    ASSERT_EQ(read(descriptor, &count, sizeof(count)), 8);
-    EXPECT_EQ(count, 5U);
-    EXPECT_EQ(read(descriptor, &count, sizeof(count)), -1) << "does not block";
+    EXPECT_EQ(Events(), 5);
+    EXPECT_EQ(Events(), -EAGAIN) << "does not block";
     html5_video_client_load("x");
-    ASSERT_EQ(read(descriptor, &count, sizeof(count)), 8) << "the status was reset";
+    EXPECT_EQ(Events(), 1) << "the status was reset";
 }
 
 TEST_F(RecoveryTest, AReplyTimeOutHoldsForTheNextCommand)
@@ -138,18 +116,17 @@ TEST_F(RecoveryTest, AReplyTimeOutHoldsForTheNextCommand)
     html5_video_client_play();  // the backlog takes it, nobody answers
     EXPECT_EQ(html5_video_client_get_last_result(), -1);
     EXPECT_EQ(html5_video_client_set_reply_timeout(-1), -1);
-    EXPECT_EQ(html5_video_client_set_reply_timeout(test::kPatience), 0);
-    std::thread command([] {
+    EXPECT_EQ(html5_video_client_set_reply_timeout(kPatience), 0);
+    const Background command([] {
         html5_video_client_pause();
         EXPECT_EQ(html5_video_client_get_last_result(), 0);
     });
     const RawPeer connection = player.Accept();
     connection.ReceiveFrame();
-    connection.Send(kEmptyReply);  // late, of the play
+    connection.Send(EmptyReply());  // late, of the play
     connection.ReceiveFrame();
     usleep(100000);  // too long for the former time-out
-    connection.Send(kEmptyReply);
-    command.join();
+    connection.Send(EmptyReply());
 }
 
 TEST_F(RecoveryTest, ManyThreadsLookWhilePlayersComeAndGo)
@@ -157,61 +134,57 @@ TEST_F(RecoveryTest, ManyThreadsLookWhilePlayersComeAndGo)
     constexpr int kLives = 200;
     html5_video_client_init();
     std::atomic<bool> done{false};
-    std::atomic<int> wrong{0};
-    std::vector<std::thread> threads;
-    for (int thread = 0; thread < 100; ++thread) {
-        threads.emplace_back([&] {
+    const Background lookers([&done] {
+        InThreads(100, [&done](int) {
             for (long long last = 0; !done; usleep(1000)) {
                 const long long time = PlayTime();
-                wrong += time < last || html5_video_client_get_last_result() != 0 ? 1 : 0;
+                EXPECT_GE(time, last);
+                EXPECT_EQ(html5_video_client_get_last_result(), 0);
                 last = time;
                 html5_video_client_is_connected();
             }
         });
-    }
+    });
     for (int life = 1; life <= kLives; ++life) {
         RawPeer peer = RawPeer::Connect(kStatusPort);
         Push(peer, Integers({life}));
         EXPECT_TRUE(IsConnected());
         html5_video_client_reconnect();  // for nothing
         peer.Close();
-        ASSERT_TRUE(WaitUntil([] { return !IsConnected(); }));
+        EXPECT_TRUE(WaitUntil([] { return !IsConnected(); }));
         html5_video_client_reconnect();
     }
     done = true;
-    for (std::thread& thread : threads) {
-        thread.join();
-    }
-    EXPECT_EQ(wrong, 0);
 }
 
 // A program in C that calls every function, without a player; its two outputs to the byte.
 TEST(LogOfAHost, IsAsQuietAsItAsksFor)
 {
     const std::string atLoad = "mode=0\nkmsg=0\nserverip=\nport=0\noutpath=./log.txt\n";
-    test::WriteFile("logger.conf", "outpath=./log.txt\n");
+    WriteFile("logger.conf", "outpath=./log.txt\n");
     const auto run = [](const std::string& arguments) {
         int status = -1;
-        const std::string command = test::Program("tests/c_header_test") + " " + arguments;
-        const std::string output = test::OutputOf(command + " 2>stderr.txt", &status);
+        const std::string command = Program("tests/c_header_test ") + arguments;
+        const std::string output = OutputOf(command + " 2>stderr.txt", &status);
         EXPECT_EQ(status, 0) << "a result of its functions was wrong";
         return output;
     };
-    const auto count = [](const std::string& text) {
-        return std::tuple(test::Count(text, "[LOG]: "), test::Count(text, "[LOG-WARN]:"),
-                          test::Count(text, "[[LOG-ERROR]]:"), test::Count(text, " load 186\n"));
+    const auto count = [](const char* file) {
+        const std::string text = ReadFile(file);
+        return std::tuple(Count(text, "[LOG]: "), Count(text, "[LOG-WARN]:"),
+                          Count(text, "[[LOG-ERROR]]:"), Count(text, " load 186\n"));
     };
     for (const char* const silent : {"0 0", "1 3", "2 3", "-1 0"}) {
         EXPECT_EQ(run(silent), atLoad) << silent;
-        EXPECT_EQ(test::ReadFile("stderr.txt"), "") << silent;
+        EXPECT_EQ(ReadFile("stderr.txt"), "") << silent;
     }
     EXPECT_EQ(run("1 2"), atLoad);
-    EXPECT_EQ(count(test::ReadFile("stderr.txt")), std::tuple(0, 0, 18, 1));
+    EXPECT_EQ(count("stderr.txt"), std::tuple(0, 0, 18, 1));
     EXPECT_EQ(run("2 1"), atLoad);
-    EXPECT_EQ(count(test::ReadFile("stderr.txt")), std::tuple(0, 0, 0, 1));
-    EXPECT_EQ(count(test::ReadFile("log.txt")), std::tuple(0, 1, 18, 0));
-    test::WriteFile("logger.conf", "mode=2\noutpath=./log.txt\n");
+    EXPECT_EQ(count("stderr.txt"), std::tuple(0, 0, 0, 1));
+    EXPECT_EQ(count("log.txt"), std::tuple(0, 1, 18, 0));
+    WriteFile("logger.conf", "mode=2\noutpath=./log.txt\n");
     run("-1 2");
-    EXPECT_EQ(count(test::ReadFile("log.txt")), std::tuple(0, 0, 18, 0));
+    EXPECT_EQ(count("log.txt"), std::tuple(0, 0, 18, 0));
 }
 }  // namespace

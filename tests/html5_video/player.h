@@ -5,9 +5,6 @@
 
 #include <gtest/gtest.h>
 
-#include <string>
-#include <vector>
-
 #include "html5_video/html5_video_client.h"
 #include "tests/support/RawPeer.h"
 
@@ -24,8 +21,8 @@ inline Status ReadStatus()
     unsigned long long total = 0, offset = 0;
     EXPECT_EQ(html5_video_get_status(&time, &end, &speed, &media, &inSeek, &total, &offset), 0);
     EXPECT_EQ(html5_video_get_video_dimension(&width, &height), 0);
-    const auto bytes = static_cast<long long>(total);
-    return {time, end, speed, media, inSeek, bytes, static_cast<long long>(offset), width, height};
+    const auto wide = [](unsigned long long bytes) { return static_cast<long long>(bytes); };
+    return {time, end, speed, media, inSeek, wide(total), wide(offset), width, height};
 }
 
 inline long long PlayTime()
@@ -33,14 +30,11 @@ inline long long PlayTime()
     return ReadStatus()[0];
 }
 
-// An encoded record of integers named a.
-inline std::string Integers(const std::vector<int>& values)
+// A player's connection to the client that has been started.
+inline RawPeer ConnectedPlayer()
 {
-    std::string record = Hex("00 00 00 48") + Text(std::string(values.size(), 'i'));
-    for (const int value : values) {
-        record += Text("a") + Number(value);
-    }
-    return record;
+    html5_video_client_init();
+    return RawPeer::Connect(kStatusPort);
 }
 
 // One "SetStatus" and the reply to it.

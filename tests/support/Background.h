@@ -23,8 +23,6 @@ public:
               mReturned = true;
           })
     {}
-    Background(const Background&) = delete;
-    Background& operator=(const Background&) = delete;
     ~Background() { mThread.join(); }
 
     // Until it sleeps in a system call, or has returned; whether it sleeps.

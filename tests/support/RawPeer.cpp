@@ -1,6 +1,7 @@
 #include "tests/support/RawPeer.h"
 
 #include <arpa/inet.h>
+#include <endian.h>
 #include <netinet/in.h>
 #include <netinet/tcp.h>
 #include <poll.h>
@@ -9,63 +10,88 @@
 #include <unistd.h>
 
 #include <algorithm>
-#include <cctype>
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
+#include <sstream>
 
 #include "tests/support/support.h"
 
 namespace test {
 namespace {
-sockaddr_in AddressOf(int port, const std::string& address)
+// Where a socket listens.
+union Address
 {
-    sockaddr_in result = {};
-    result.sin_family = AF_INET;
-    result.sin_port = htons(static_cast<std::uint16_t>(port));
-    inet_pton(AF_INET, address.c_str(), &result.sin_addr);
+    sockaddr any;
+    sockaddr_in tcp;
+    sockaddr_un local;
+};
+
+constexpr socklen_t kAddressSize = sizeof(sockaddr_un);  // the largest of them
+
+Address AddressOf(int port, const std::string& address)
+{
+    Address result = {};
+    result.tcp.sin_family = AF_INET;
+    result.tcp.sin_port = htons(static_cast<std::uint16_t>(port));
+    inet_pton(AF_INET, address.c_str(), &result.tcp.sin_addr);
     return result;
 }
 
-sockaddr_un AddressOf(const std::string& path)
+Address AddressOf(const std::string& path)
 {
-    sockaddr_un result = {AF_UNIX, {}};
-    path.copy(result.sun_path, sizeof(result.sun_path));
+    Address result = {};
+    result.local.sun_family = AF_UNIX;
+    path.copy(result.local.sun_path, sizeof(result.local.sun_path));
     return result;
 }
 
-bool IsReadable(int descriptor, int milliseconds)
+RawPeer ConnectOnce(const Address& to)
 {
-    pollfd entry = {descriptor, POLLIN, 0};
-    int ready = 0;
-    do {
-        ready = poll(&entry, 1, milliseconds);
-    } while (ready < 0 && errno == EINTR);  // the fuzzer's alarm
-    return ready == 1;
+    const int on = 1;
+    const int descriptor = socket(to.any.sa_family, SOCK_STREAM | SOCK_CLOEXEC, 0);
+    setsockopt(descriptor, IPPROTO_TCP, TCP_NODELAY, &on, sizeof(on));
+    RawPeer peer(descriptor);
+    Address own = {};
+    socklen_t size = kAddressSize;
+    // Where nobody listens, TCP may join a socket to itself.
+    if (connect(descriptor, &to.any, kAddressSize) != 0 ||
+        (to.any.sa_family == AF_INET && getsockname(descriptor, &own.any, &size) == 0 &&
+         std::memcmp(&own, &to, kAddressSize) == 0)) {
+        peer.Close();
+    }
+    return peer;
 }
 
-RawPeer Retry(const std::function<RawPeer()>& tryToConnect)
+RawPeer ConnectAtLast(const Address& to)
 {
     RawPeer peer(-1);
     WaitUntil([&] {
-        peer = tryToConnect();
+        peer = ConnectOnce(to);
         return peer.IsOpen();
     });
     return peer;
+}
+
+int ListenAt(const Address& address)
+{
+    const int on = 1;
+    const int descriptor = socket(address.any.sa_family, SOCK_STREAM | SOCK_CLOEXEC, 0);
+    setsockopt(descriptor, SOL_SOCKET, SO_REUSEADDR, &on, sizeof(on));
+    if (bind(descriptor, &address.any, kAddressSize) != 0 || listen(descriptor, 5) != 0) {
+        perror("RawListener");
+    }
+    return descriptor;
 }
 }  // namespace
 
 std::string Hex(const std::string& digits)
 {
+    std::istringstream words(digits);
     std::string bytes;
-    std::string pair;
-    for (const char digit : digits) {
-        if (std::isxdigit(static_cast<unsigned char>(digit)) != 0) {
-            pair += digit;
-        }
-        if (pair.size() == 2) {
-            bytes += static_cast<char>(std::stoi(pair, nullptr, 16));
-            pair.clear();
+    for (std::string word; words >> word;) {
+        if (word != "|") {
+            bytes += static_cast<char>(std::stoi(word, nullptr, 16));
         }
     }
     return bytes;
@@ -73,11 +99,8 @@ std::string Hex(const std::string& digits)
 
 std::string Number(std::int32_t value)
 {
-    std::string bytes;
-    for (int shift = 0; shift < 32; shift += 8) {
-        bytes += static_cast<char>(static_cast<std::uint32_t>(value) >> shift & 0xFF);
-    }
-    return bytes;
+    const std::uint32_t word = htole32(static_cast<std::uint32_t>(value));
+    return std::string(reinterpret_cast<const char*>(&word), sizeof(word));
 }
 
 std::string Text(const std::string& text)
@@ -85,58 +108,48 @@ std::string Text(const std::string& text)
     return text + std::string(4 - text.size() % 4, '\0');
 }
 
-std::string Frame(const std::string& method, const std::string& record)
+std::string Integers(const std::vector<int>& values)
 {
-    const std::string payload = Hex("00 00 00 47") + Text(method) + record;
-    return Number(static_cast<std::int32_t>(payload.size())) + payload;
+    std::string record = Hex("00 00 00 48") + Text(std::string(values.size(), 'i'));
+    for (const int value : values) {
+        record += Text("a") + Number(value);
+    }
+    return record;
 }
 
 std::string EmptyRecord()
 {
-    return Hex("00 00 00 48 00 00 00 00");
+    return Integers({});
+}
+
+std::string Frame(const std::string& method, const std::string& record)
+{
+    return Reply(Hex("00 00 00 47") + Text(method) + record);
+}
+
+std::string Reply(const std::string& record)
+{
+    return Number(static_cast<std::int32_t>(record.size())) + record;
 }
 
 std::string EmptyReply()
 {
-    return Number(8) + EmptyRecord();
-}
-
-RawPeer RawPeer::TryToConnect(int descriptor, const sockaddr* address, socklen_t length)
-{
-    RawPeer peer(descriptor);
-    sockaddr_storage own = {};
-    socklen_t size = sizeof(own);
-    // Where nobody listens, TCP may join a socket to itself.
-    if (connect(descriptor, address, length) != 0 ||
-        (address->sa_family == AF_INET &&
-         getsockname(descriptor, reinterpret_cast<sockaddr*>(&own), &size) == 0 &&
-         std::memcmp(&own, address, length) == 0)) {
-        peer.Close();
-    }
-    return peer;
+    return Reply(EmptyRecord());
 }
 
 RawPeer RawPeer::TryToConnect(int port, const std::string& address)
 {
-    const sockaddr_in to = AddressOf(port, address);
-    const int on = 1;
-    const int descriptor = socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
-    setsockopt(descriptor, IPPROTO_TCP, TCP_NODELAY, &on, sizeof(on));
-    return TryToConnect(descriptor, reinterpret_cast<const sockaddr*>(&to), sizeof(to));
+    return ConnectOnce(AddressOf(port, address));
 }
 
 RawPeer RawPeer::Connect(int port, const std::string& address)
 {
-    return Retry([&] { return TryToConnect(port, address); });
+    return ConnectAtLast(AddressOf(port, address));
 }
 
 RawPeer RawPeer::Connect(const std::string& path)
 {
-    const sockaddr_un to = AddressOf(path);
-    return Retry([&to] {
-        return TryToConnect(socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0),
-                            reinterpret_cast<const sockaddr*>(&to), sizeof(to));
-    });
+    return ConnectAtLast(AddressOf(path));
 }
 
 bool RawPeer::Send(const std::string& bytes) const
@@ -148,7 +161,7 @@ bool RawPeer::Send(const std::string& bytes) const
 std::string RawPeer::Receive(std::size_t length, int milliseconds) const
 {
     std::string bytes;
-    while (bytes.size() < length && IsReadable(mDescriptor, milliseconds)) {
+    while (bytes.size() < length && HasInput(milliseconds)) {
         char buffer[65536];
         const ssize_t got =
             recv(mDescriptor, buffer, std::min(sizeof(buffer), length - bytes.size()), 0);
@@ -164,16 +177,14 @@ std::string RawPeer::ReceiveFrame() const
 {
     const std::string word = Receive(4);
     std::uint32_t length = 0;
-    for (std::size_t index = 0; index < word.size(); ++index) {
-        length |= static_cast<std::uint32_t>(static_cast<unsigned char>(word[index])) << 8 * index;
-    }
-    return word + Receive(length);
+    word.copy(reinterpret_cast<char*>(&length), sizeof(length));
+    return word + Receive(le32toh(length));
 }
 
 bool RawPeer::WaitClosed() const
 {
     char byte = 0;
-    while (IsReadable(mDescriptor, kPatience)) {
+    while (HasInput(kPatience)) {
         if (recv(mDescriptor, &byte, 1, 0) <= 0) {
             return true;
         }
@@ -189,11 +200,6 @@ void RawPeer::Close()
     }
 }
 
-void RawPeer::EndSending() const
-{
-    shutdown(mDescriptor, SHUT_WR);
-}
-
 void RawPeer::Reset()
 {
     const linger atOnce = {1, 0};
@@ -203,52 +209,26 @@ void RawPeer::Reset()
 
 bool RawPeer::HasInput(int milliseconds) const
 {
-    return IsReadable(mDescriptor, milliseconds);
+    pollfd entry = {mDescriptor, POLLIN, 0};
+    int ready = 0;
+    do {
+        ready = poll(&entry, 1, milliseconds);
+    } while (ready < 0 && errno == EINTR);  // the fuzzer's alarm
+    return ready == 1;
 }
 
 RawListener::RawListener(int port, const std::string& address)
-    : mDescriptor(socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0))
-{
-    const int on = 1;
-    setsockopt(mDescriptor, SOL_SOCKET, SO_REUSEADDR, &on, sizeof(on));
-    const sockaddr_in at = AddressOf(port, address);
-    ListenAt(reinterpret_cast<const sockaddr*>(&at), sizeof(at));
-}
+    : mSocket(ListenAt(AddressOf(port, address)))
+{}
 
 RawListener::RawListener(const std::string& path)
-    : mDescriptor(socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0))
-{
-    unlink(path.c_str());
-    const sockaddr_un at = AddressOf(path);
-    ListenAt(reinterpret_cast<const sockaddr*>(&at), sizeof(at));
-}
-
-void RawListener::ListenAt(const sockaddr* address, socklen_t length) const
-{
-    if (bind(mDescriptor, address, length) != 0 || listen(mDescriptor, 5) != 0) {
-        perror("RawListener");
-    }
-}
-
-RawListener::~RawListener()
-{
-    close(mDescriptor);
-}
+    : mSocket((unlink(path.c_str()), ListenAt(AddressOf(path))))
+{}
 
 RawPeer RawListener::Accept() const
 {
-    return RawPeer(IsReadable(mDescriptor, kPatience)
-                       ? accept4(mDescriptor, nullptr, nullptr, SOCK_CLOEXEC)
+    return RawPeer(mSocket.HasInput(kPatience)
+                       ? accept4(mSocket.mDescriptor, nullptr, nullptr, SOCK_CLOEXEC)
                        : -1);
-}
-
-bool RawListener::SomebodyConnected() const
-{
-    return IsReadable(mDescriptor, 0);
-}
-
-void RawListener::Shutdown() const
-{
-    shutdown(mDescriptor, SHUT_RDWR);
 }
 }  // namespace test

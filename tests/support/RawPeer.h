@@ -8,11 +8,12 @@
 #include <cstdint>
 #include <string>
 #include <utility>
+#include <vector>
 
 #include "tests/support/support.h"
 
 namespace test {
-// The bytes that the hexadecimal digits name; blanks and "|" are passed over.
+// The bytes that the hexadecimal digits name; in pairs; "|" is passed over.
 std::string Hex(const std::string& digits);
 
 // A signed 32-bit number, least significant byte first.
@@ -21,9 +22,13 @@ std::string Number(std::int32_t value);
 // A text with its NUL and zero padding to a multiple of 4.
 std::string Text(const std::string& text);
 
-// A request frame around an encoded record, and the encoding of a record without arguments.
-std::string Frame(const std::string& method, const std::string& record);
+// An encoded record of integers named a, and of no arguments.
+std::string Integers(const std::vector<int>& values);
 std::string EmptyRecord();
+
+// A request frame, and a reply, around an encoded record.
+std::string Frame(const std::string& method, const std::string& record);
+std::string Reply(const std::string& record);
 
 // The reply of a player that took a command, or of a browser that took a report.
 std::string EmptyReply();
@@ -33,9 +38,7 @@ class RawPeer
 {
 public:
     explicit RawPeer(int descriptor) : mDescriptor(descriptor) {}
-    RawPeer(RawPeer&& other) noexcept : mDescriptor(other.mDescriptor) { other.mDescriptor = -1; }
-    RawPeer(const RawPeer&) = delete;
-    RawPeer& operator=(const RawPeer&) = delete;
+    RawPeer(RawPeer&& other) noexcept : mDescriptor(std::exchange(other.mDescriptor, -1)) {}
     RawPeer& operator=(RawPeer&& other) noexcept
     {
         std::swap(mDescriptor, other.mDescriptor);
@@ -64,7 +67,7 @@ public:
     void Close();
 
     // The other side sees the end and may still send.
-    void EndSending() const;
+    void EndSending() const { shutdown(mDescriptor, SHUT_WR); }
 
     // Closes with a reset.
     void Reset();
@@ -73,7 +76,7 @@ public:
     bool HasInput(int milliseconds) const;
 
 private:
-    static RawPeer TryToConnect(int descriptor, const sockaddr* address, socklen_t length);
+    friend class RawListener;
 
     int mDescriptor;
 };
@@ -84,20 +87,15 @@ class RawListener
 public:
     explicit RawListener(int port, const std::string& address = "127.0.0.1");
     explicit RawListener(const std::string& path);
-    RawListener(const RawListener&) = delete;
-    RawListener& operator=(const RawListener&) = delete;
-    ~RawListener();
 
     RawPeer Accept() const;
-    bool SomebodyConnected() const;
+    bool SomebodyConnected(int milliseconds = 0) const { return mSocket.HasInput(milliseconds); }
 
     // Ends an Accept that waits.
-    void Shutdown() const;
+    void Shutdown() const { shutdown(mSocket.mDescriptor, SHUT_RDWR); }
 
 private:
-    void ListenAt(const sockaddr* address, socklen_t length) const;
-
-    int mDescriptor;
+    const RawPeer mSocket;
 };
 }  // namespace test
 

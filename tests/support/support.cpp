@@ -1,6 +1,5 @@
 #include "tests/support/support.h"
 
-#include <dirent.h>
 #include <fcntl.h>
 #include <malloc.h>
 #include <net/if.h>
@@ -14,6 +13,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <filesystem>
 #include <fstream>
 #include <iterator>
 #include <thread>
@@ -23,13 +23,7 @@ namespace test {
 namespace {
 int CountEntries(const char* path)
 {
-    DIR* const directory = opendir(path);
-    int count = 0;
-    while (const dirent* entry = readdir(directory)) {
-        count += entry->d_name[0] != '.' ? 1 : 0;
-    }
-    closedir(directory);
-    return count;
+    return static_cast<int>(std::distance(std::filesystem::directory_iterator(path), {}));
 }
 }  // namespace
 
@@ -88,9 +82,7 @@ long long Milliseconds(const std::function<void()>& action)
 {
     const auto start = std::chrono::steady_clock::now();
     action();
-    return std::chrono::duration_cast<std::chrono::milliseconds>(std::chrono::steady_clock::now() -
-                                                                 start)
-        .count();
+    return (std::chrono::steady_clock::now() - start) / std::chrono::milliseconds(1);
 }
 
 bool UsePrivateNetwork()
@@ -132,8 +124,7 @@ std::size_t AllocatedBytes()
 
 bool IsAsleep(int tid)
 {
-    const std::string stat = ReadFile("/proc/self/task/" + std::to_string(tid) + "/stat");
-    return stat.find(") S ") != std::string::npos;
+    return Count(ReadFile("/proc/self/task/" + std::to_string(tid) + "/stat"), ") S ") > 0;
 }
 
 void InThreads(int count, const std::function<void(int)>& action)
@@ -180,6 +171,6 @@ std::string CapturedStderr::Text() const
 
 bool CapturedStderr::WaitFor(const std::string& text, int milliseconds) const
 {
-    return WaitUntil([&] { return Text().find(text) != std::string::npos; }, milliseconds);
+    return WaitUntil([&] { return Count(text) > 0; }, milliseconds);
 }
 }  // namespace test

@@ -76,6 +76,9 @@ public:
     // What was written so far.
     std::string Text() const;
 
+    // How often the text was.
+    int Count(const std::string& text) const { return test::Count(Text(), text); }
+
     // Waits until the text was written; whether it was.
     bool WaitFor(const std::string& text, int milliseconds = kPatience) const;
 

@@ -1,6 +1,7 @@
 // What a client sends to the console's server. Whatever it is, the next client is served.
 
-#include <cstdio>
+#include <algorithm>
+#include <iterator>
 #include <string>
 
 #include "fuzz/support/support.h"
@@ -45,20 +46,16 @@ std::string BytesOf(fuzz::Input& input)
 // Lines that would keep the server busy for long.
 bool IsSlow(const std::string& bytes)
 {
-    for (const char* word : {"FOR", "WHILE", "SLEEP"}) {
-        if (bytes.find(word) != std::string::npos) {
-            return true;
-        }
-    }
-    return false;
+    const char* const words[] = {"FOR", "WHILE", "SLEEP"};
+    return std::any_of(std::begin(words), std::end(words), [&bytes](const char* word) {
+        return bytes.find(word) != std::string::npos;
+    });
 }
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
 {
     static const bool started = [] {
-        fuzz::QuietLog();
-        fuzz::QuietOutput();
         CmdMgr* const console = CmdMgr::GetInstance(kPort);
         console->SetAddress("127.0.0.1");
         console->SetTolerant(true);

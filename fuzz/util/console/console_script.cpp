@@ -1,12 +1,8 @@
 // Script files. Statements in a block take shortcuts that plain lines do not take: the same
 // statements must leave the same symbols either way. The input is turned into lines by a small
 // grammar, so that loops end and nothing sleeps.
-#include <unistd.h>
-
-#include <cstdio>
 #include <fstream>
 #include <string>
-#include <vector>
 
 #include "fuzz/support/support.h"
 #include "util/console/CmdMgr.h"
@@ -32,24 +28,18 @@ std::string StatementOf(fuzz::Input& input)
     const std::string first = WordOf(input.TakeByte());
     const std::string second = WordOf(input.TakeByte());
     const std::string third = WordOf(input.TakeByte());
-    switch (kind % 10) {
-        case 0:
-            return "INT " + first + " " + second;
-        case 1:
-            return "STRING " + first + " " + second;
-        case 2:
-            return "FLOAT " + first + " " + second;
-        case 3:
-            return "FREE " + first;
-        case 4:
-            return first + " = " + second;
-        case 5:
-            return first + " = PRINT \"%d %s %f %x\" " + second + " " + third;
-        case 6:
-            return first + " = PRINT " + second;
-        default:
-            return first + " = " + second + " " + operators[kind / 10 % 4] + " " + third;
-    }
+    const std::string assign = first + " = ";
+    const std::string statements[] = {
+        "INT " + first + " " + second,
+        "STRING " + first + " " + second,
+        "FLOAT " + first + " " + second,
+        "FREE " + first,
+        assign + second,
+        assign + "PRINT \"%d %s %f %x\" " + second + " " + third,
+        assign + "PRINT " + second,
+    };
+    return kind % 10 < 7 ? statements[kind % 10]
+                         : assign + second + " " + operators[kind / 10 % 4] + " " + third;
 }
 
 // The symbols as a handler sees them.
@@ -119,11 +109,7 @@ void AnyText(CmdMgr& console, std::string text)
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
 {
-    static CmdMgr* const console = [] {
-        fuzz::QuietLog();
-        fuzz::QuietOutput();
-        return CmdMgr::GetInstance(0);
-    }();
+    static CmdMgr* const console = CmdMgr::GetInstance(0);
     fuzz::Input input(data, size);
     if (input.TakeByte() % 2 == 0) {
         SameWithAndWithoutABlock(*console, input);

@@ -5,7 +5,7 @@
 #include <thread>
 
 #include "fuzz/support/support.h"
-#include "util/ipc/IPCParam.h"
+#include "tests/support/Records.h"
 #include "util/ipc/IPCSocketChannel.h"
 
 namespace {
@@ -36,8 +36,6 @@ void CallAround(IPCSocketChannel& channel, std::uint8_t kinds)
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
 {
-    static const bool quiet = (fuzz::QuietLog(), true);
-    static_cast<void>(quiet);
     static const test::RawListener listener("./fuzz.server");
     static IPCSocketChannel* const channel = [] {
         auto* const made = new IPCSocketChannel("fuzz", "./fuzz.server", "./fuzz.unused");
@@ -51,14 +49,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     CallAround(*channel, kinds);
     channel->Reopen();
     hostile.join();
-    const std::string reply =
-        test::Hex("10 00 00 00 | 00 00 00 48 69 00 00 00 61 00 00 00 2A 00 00 00");
-    std::thread friendly([&reply] { ServeOnce(listener, reply); });
-    IPCParam request;
-    IPCParam answer;
-    fuzz::Require(channel->Call("ask", &request, &answer) == 0 && answer.GetCount() == 1 &&
-                      answer.GetArg(0)->mValue == 42,
-                  "a well-behaved server is not understood");
+    std::thread friendly([] { ServeOnce(listener, test::Reply(test::Integers({42}))); });
+    fuzz::Require(test::Ask(*channel) == 42, "a well-behaved server is not understood");
     channel->Reopen();
     friendly.join();
     return 0;

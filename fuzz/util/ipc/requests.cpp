@@ -8,32 +8,17 @@
 #include <string>
 
 #include "fuzz/support/support.h"
-#include "util/ipc/IPCParam.h"
+#include "tests/support/Records.h"
 #include "util/ipc/IPCSocketChannel.h"
 
 namespace {
-IPCParam* Echo(IPCParam* request)
-{
-    IPCParam* const reply = new IPCParam;
-    for (int index = 0; index < request->GetCount(); ++index) {
-        reply->Add(request->GetArg(index)->mName, request->GetArg(index)->mLen);
-    }
-    return reply;
-}
-
-IPCParam* Nothing(IPCParam*)
-{
-    return nullptr;
-}
-
 class Server
 {
 public:
     Server() : mChannel("fuzz", "./fuzz.send", "./fuzz.receive")
     {
-        fuzz::QuietLog();
-        mChannel.Register("echo", Echo);
-        mChannel.Register("nothing", Nothing);
+        mChannel.Register("echo", test::Echo);
+        mChannel.Register("nothing", [](IPCParam*) -> IPCParam* { return nullptr; });
     }
 
     // What the channel answers to the bytes, sent in pieces of that size.
@@ -57,16 +42,10 @@ private:
 
 std::string MethodOf(std::uint8_t choice, fuzz::Input& input)
 {
-    switch (choice % 4) {
-        case 0:
-            return "echo";
-        case 1:
-            return "nothing";
-        case 2:
-            return input.TakeBytes(choice);
-        default:
-            return std::string(choice, 'm');
-    }
+    const std::string methods[] = {"echo", "nothing"};
+    return choice % 4 < 2    ? methods[choice % 4]
+           : choice % 4 == 2 ? input.TakeBytes(choice)
+                             : std::string(choice, 'm');
 }
 
 std::string StepOf(fuzz::Input& input)
@@ -100,7 +79,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
         fuzz::Require(server->Answer(bytes, piece) == whole, "pieces are answered otherwise");
     }
     const std::string call = test::Frame("echo", test::EmptyRecord());
-    fuzz::Require(server->Answer(call, call.size()) == test::Number(8) + test::EmptyRecord(),
+    fuzz::Require(server->Answer(call, call.size()) == test::EmptyReply(),
                   "the next connection is not served");
     return 0;
 }

@@ -1,4 +1,5 @@
 // Path splitting: results stay within the path, and the items joined again are the path.
+#include <algorithm>
 #include <string>
 
 #include "fuzz/support/support.h"
@@ -10,14 +11,6 @@ bool IsPart(const std::string& path, const char* part)
     return path.find(part) != std::string::npos;
 }
 
-std::string JoinItems(FilePath& path, int count)
-{
-    std::string joined;
-    for (int index = 0; index < count; ++index) {
-        joined += (index > 0 ? "/" : "") + std::string(path.GetItem(index));
-    }
-    return joined;
-}
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
@@ -31,11 +24,12 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
         return 0;
     }
     const std::string relative = path.IsAbsolutePath() ? text.substr(1) : text;
-    int count = 1;
-    for (const char letter : relative) {
-        count += letter == '/' ? 1 : 0;
+    const int count = 1 + static_cast<int>(std::count(relative.begin(), relative.end(), '/'));
+    std::string joined = path.GetItem(0);
+    for (int index = 1; index < count; ++index) {
+        joined += std::string("/") + path.GetItem(index);
     }
-    fuzz::Require(JoinItems(path, count) == relative, "the items are not the path");
+    fuzz::Require(joined == relative, "the items are not the path");
     fuzz::Require(*path.GetItem(count) == '\0' && *path.GetItem(-1) == '\0', "beyond the items");
     return 0;
 }

@@ -39,8 +39,6 @@ void CheckMounts(const std::string& text, const std::string& device)
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
 {
-    static const bool quiet = (fuzz::QuietLog(), true);
-    static_cast<void>(quiet);
     const std::string text(reinterpret_cast<const char*>(data), size);
     std::ofstream(kPath, std::ios::binary) << text;
     CheckPartitions(text);

@@ -4,16 +4,15 @@
 
 #include <algorithm>
 #include <atomic>
-#include <string>
-#include <thread>
 
-#include "tests/support/support.h"
+#include "tests/support/Background.h"
 #include "util/ipc/IPCChannelMgr.h"
-#include "util/ipc/IPCParam.h"
 #include "util/ipc/IPCSocketChannel.h"
 #include "util/os_linux/ThreadList.h"
 
 namespace {
+using namespace test;
+
 IPCParam* First(IPCParam*)
 {
     return nullptr;
@@ -76,36 +75,38 @@ TEST(IPCChannel, RegistrationsDoNotDisturbLookups)
     NoChannel channel("busy");
     channel.Register("SetStatus", First);
     std::atomic<bool> done{false};
-    std::thread lookups([&] {
+    const Background lookups([&] {
         while (!done) {
             EXPECT_EQ(channel.FindMethod("SetStatus")->mHandler, First);
             channel.FindMethod("method7");
         }
     });
-    test::InThreads(2, [&](int) {
-        for (int index = 0; index < 1000; ++index) {
-            channel.Register(
-                index % 2 == 0 ? "SetStatus" : ("method" + std::to_string(index)).c_str(), Second);
+    const auto name = [](int number) { return "method" + std::to_string(number); };
+    InThreads(2, [&](int id) {
+        for (int number = id; number < 1000; number += 2) {
+            channel.Register("SetStatus", Second);
+            channel.Register(name(number).c_str(), Second);
         }
     });
     done = true;
-    lookups.join();
-    EXPECT_NE(channel.FindMethod("method999"), nullptr);
+    for (int number = 0; number < 1000; ++number) {
+        EXPECT_NE(channel.FindMethod(name(number).c_str()), nullptr) << number;
+    }
 }
 
 TEST(IPCChannelMgr, GivesOneChannelPerNameWhateverTheEndpoints)
 {
-    const test::CapturedLog log;
+    const CapturedLog log;
     IPCChannelMgr* const manager = IPCChannelMgr::GetInstance();
     EXPECT_EQ(manager->GetIPCChannel("tv"), nullptr);
     IPCChannel* const channel = manager->GetIPCChannel("tv", "127.0.0.1", "127.0.0.1", 1, 2);
     ASSERT_NE(channel, nullptr);
     EXPECT_EQ(manager->GetIPCChannel("tv"), channel);
     EXPECT_EQ(manager->GetIPCChannel("tv", "a", "b"), channel);
-    EXPECT_EQ(test::Count(log.Text(), "Name Found tv"), 0);
+    EXPECT_EQ(log.Count("Name Found tv"), 0);
     EXPECT_EQ(manager->GetIPCChannel("tv", 5, 6), channel);
     EXPECT_EQ(manager->GetIPCChannelWithPriority("tv", 5, 6, 7), channel);
-    EXPECT_EQ(test::Count(log.Text(), "Name Found tv"), 2);
+    EXPECT_EQ(log.Count("Name Found tv"), 2);
     EXPECT_EQ(manager->GetIPCChannel("TV"), nullptr);
     const std::string longName(70, 'l');
     EXPECT_EQ(manager->GetIPCChannel(longName.c_str(), 1, 2),
@@ -114,7 +115,7 @@ TEST(IPCChannelMgr, GivesOneChannelPerNameWhateverTheEndpoints)
 
 TEST(IPCChannelMgr, MakesEveryKindOfChannel)
 {
-    const test::CapturedLog log;
+    const CapturedLog log;
     IPCChannelMgr* const manager = IPCChannelMgr::GetInstance();
     manager->GetIPCChannel("paths", "./s", "./r");
     manager->GetIPCChannel("ports", 3, 4);
@@ -127,16 +128,16 @@ TEST(IPCChannelMgr, MakesEveryKindOfChannel)
           "urgent aSendAddress = 127.0.0.1:5, aRecvAddress = 127.0.0.1:6 -> ",
           "any aSendAddress = :8, aRecvAddress = 127.0.0.2:9 -> ",
           "Thread[ports Thread] Priority = 0, ", "Thread[urgent Thread] Priority = 7, "}) {
-        EXPECT_EQ(test::Count(log.Text(), line), 1) << line;
+        EXPECT_EQ(log.Count(line), 1) << line;
     }
     delete new IPCSocketChannel("never started", 10, 11);
-    EXPECT_EQ(test::Count(log.Text(), "can not join"), 0);
+    EXPECT_EQ(log.Count("can not join"), 0);
 }
 
 TEST(IPCChannelMgr, GivesOneChannelToConcurrentFirstRequests)
 {
     IPCChannel* found[8] = {};
-    test::InThreads(
+    InThreads(
         8, [&](int id) { found[id] = IPCChannelMgr::GetInstance()->GetIPCChannel("one", 1, 2); });
     EXPECT_EQ(std::count(found, found + 8, found[0]), 8);
 }
