@@ -1,40 +1,22 @@
 // Blocks as trees, and the bounds of what one script may ask for.
-#include <gtest/gtest.h>
-
 #include <cstdint>
 #include <cstdio>
-#include <cstring>
 #include <limits>
-#include <string>
 
-#include "tests/support/support.h"
+#include "tests/util/console/console.h"
 #include "util/console/CmdBlock.h"
-#include "util/console/CmdListMgr.h"
-#include "util/console/CmdMgr.h"
-#include "util/console/CmdParser.h"
-#include "util/console/SymListMgr.h"
 #include "util/console/language/IntegerOperation.h"
 
 namespace {
-CmdMgr& Console()
-{
-    return *CmdMgr::GetInstance(0);
-}
+using test::Console;
+using test::RegisterCommand;
 
-struct Outcome
-{
-    std::string output;
-    std::string result;  // the last statement's text
-};
-
-Outcome RunFile(const std::string& script)
+test::Executed RunFile(const std::string& script)
 {
     test::WriteFile("script.txt", script);
-    CmdParser line("FILE script.txt");
-    char result[CmdMgr::kResultSize];
-    testing::internal::CaptureStdout();
-    EXPECT_EQ(Console().CmdExecute(&line, result), 0);
-    return {testing::internal::GetCapturedStdout(), result};
+    test::Executed executed = test::Execute("FILE script.txt");
+    EXPECT_EQ(executed.code, 0);
+    return executed;
 }
 
 std::string Repeat(const std::string& text, int count)
@@ -72,23 +54,17 @@ TEST(Blocks, ThatAreTooLongAreReadToTheirEndAndNotRun)
     EXPECT_EQ(RunFile(begin + wide + "w\nEND\n").result, "Block too long");
 }
 
-// Registers a command that any line of that word calls.
-void RegisterCommand(const char* name, CmdHandlerFunction handler)
-{
-    const CmdParser word(name);
-    EXPECT_EQ(CmdListMgr::GetInstance()->RegisterCommand(handler, &word, nullptr, nullptr), 0);
-}
-
 // Parses blocks itself, with lines of the script that calls it.
 int ReadThreeBlocks(CmdParser* /*line*/, CmdInfo* /*info*/, char* result)
 {
+    std::string read;
     for (int count = 0; count < 3; ++count) {
         CmdBlock* const block = Console().NewCmdBlock();
-        const int code = Console().ParseCmdBlock(block, new CmdParser("FOR 1 1 1"), nullptr);
-        std::strcat(result,
-                    (std::to_string(code) + block->mFirstChild->mCommand->GetNthArg(0)).c_str());
+        read += std::to_string(Console().ParseCmdBlock(block, new CmdParser("FOR 1 1 1"), nullptr));
+        read += block->mFirstChild->mCommand->GetNthArg(0);
         Console().FreeCmdBlock(block);
     }
+    std::strcpy(result, read.c_str());
     return 0;
 }
 
@@ -124,9 +100,8 @@ TEST(Blocks, AreBuiltPrintedRunAndReleased)
                   line + "\n\n" + line + "parent=WHILE\ncmd=IF\n" + line + "\n\n" + line +
                   "parent=IF\ncmd=n\n" + line + "\n\n");
 
-    SymListMgr* const symbols = SymListMgr::GetInstance();
-    symbols->RegisterSymbol("n", "0", 1, false);
-    symbols->RegisterSymbol("m", "", 3, false);
+    test::Symbols().RegisterSymbol("n", "0", 1, false);
+    test::Symbols().RegisterSymbol("m", "", 3, false);
     const struct
     {
         int (CmdMgr::*run)(CmdBlock*, char*);
@@ -150,9 +125,9 @@ TEST(Blocks, AreBuiltPrintedRunAndReleased)
         char result[CmdMgr::kResultSize] = "kept";
         EXPECT_EQ((Console().*c.run)(block, result), c.code) << c.line;
         EXPECT_STREQ(result, c.result) << c.line;
-        EXPECT_EQ(symbols->GetIntValue("n"), c.n) << c.line;
+        EXPECT_EQ(test::Symbols().GetIntValue("n"), c.n) << c.line;
     }
-    EXPECT_STREQ(symbols->GetStringValue("m"), "n");
+    EXPECT_STREQ(test::Symbols().GetStringValue("m"), "n");
     Console().FreeCmdBlock(block);
     Console().FreeCmdBlock(nullptr);
 }
@@ -170,20 +145,20 @@ TEST(Blocks, SeeACommandThatAppearsInTheirLoop)
         "INT n 5\nINT first\nINT turn\n"
         "WHILE turn < 2\n  n = word\n  IF turn == 0\n    first = n + 0\n    appear\n  END\n"
         "  turn = turn + 1\nEND\n");
-    EXPECT_EQ(SymListMgr::GetInstance()->GetIntValue("first"), 0);
-    EXPECT_EQ(SymListMgr::GetInstance()->GetIntValue("n"), 77);
+    EXPECT_EQ(test::Symbols().GetIntValue("first"), 0);
+    EXPECT_EQ(test::Symbols().GetIntValue("n"), 77);
 }
 
 TEST(Blocks, SeeASymbolThatIsReplacedInTheirLoop)
 {
     RegisterCommand("renew", [](CmdParser*, CmdInfo*, char*) {
-        SymListMgr::GetInstance()->UnregisterSymbol("n");
-        return SymListMgr::GetInstance()->RegisterSymbol("n", "50", 1, false);
+        test::Symbols().UnregisterSymbol("n");
+        return test::Symbols().RegisterSymbol("n", "50", 1, false);
     });
     RunFile(
         "INT n 5\nINT turn\nWHILE turn < 2\n  n = n + 1\n  IF turn == 0\n    renew\n  END\n"
         "  turn = turn + 1\nEND\n");
-    EXPECT_EQ(SymListMgr::GetInstance()->GetIntValue("n"), 51);
+    EXPECT_EQ(test::Symbols().GetIntValue("n"), 51);
 }
 
 TEST(Blocks, FollowALineThatItsHandlerParsesAnew)
