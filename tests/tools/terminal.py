@@ -35,7 +35,8 @@ class Terminal:
 
     def press(self, *keys):
         """Keys by name; what is none is typed as it is."""
-        self.tmux("send-keys", *keys)
+        if keys:
+            self.tmux("send-keys", *keys)
 
     def enter(self, text):
         self.tmux("send-keys", "-l", text)
