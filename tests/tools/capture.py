@@ -1,11 +1,11 @@
 """Captures for tshark: written from the bytes, or taken on the loopback interface."""
 
-import pathlib
 import signal
 import socket
 import struct
 import subprocess
-import time
+
+from tools_case import wait_until
 
 RAW_IPV4 = 228  # the link type whose packets begin with the IPv4 header
 FIN, SYN, PSH, ACK = 1, 2, 8, 16
@@ -16,14 +16,11 @@ class Capture:
     """A capture file in the making; each connection's packets come in the order of the calls."""
 
     def __init__(self, path):
-        self.path = pathlib.Path(path)
+        self.path = path
         self.packets = []
 
     def connect(self, server_port, client_port=40000):
         return Connection(self, client_port, server_port)
-
-    def add(self, packet):
-        self.packets.append(packet)
 
     def write(self):
         """One packet a millisecond."""
@@ -52,7 +49,7 @@ class Connection:
         loopback = socket.inet_aton("127.0.0.1")
         ip = struct.pack(">BBHHHBBH4s4s", 0x45, 0, 40 + len(data), 0, 0, 64, socket.IPPROTO_TCP, 0,
                          loopback, loopback)
-        self.capture.add(ip + tcp + data)
+        self.capture.packets.append(ip + tcp + data)
         self.sequence[sender] += len(data) + (1 if flags & (SYN | FIN) else 0)
 
     def _send(self, sender, data, piece):
@@ -76,24 +73,19 @@ class Sniffer:
     END = b"the end of this capture"
 
     def __init__(self, path):
-        self.path = pathlib.Path(path)
-        self.child = subprocess.Popen(["dumpcap", "-q", "-i", "lo", "-w", self.path], text=True,
+        self.path = path
+        self.child = subprocess.Popen(["dumpcap", "-q", "-i", "lo", "-w", path], text=True,
                                       stderr=subprocess.PIPE)
         self.said = ""
-        for line in self.child.stderr:
+        while "File:" not in self.said and (line := self.child.stderr.readline()):
             self.said += line
-            if line.startswith("File:"):
-                break
         self.is_running = self.child.poll() is None and "File:" in self.said
 
-    def stop(self, seconds=20):
+    def stop(self):
         """Ends it when it has written all that came before."""
-        end = time.monotonic() + seconds
         with socket.socket(socket.AF_INET, socket.SOCK_DGRAM) as last:
-            while self.END not in self.path.read_bytes():
-                assert time.monotonic() < end, self.said
-                last.sendto(self.END, ("127.0.0.1", 9))
-                time.sleep(0.1)
+            wait_until(lambda: last.sendto(self.END, ("127.0.0.1", 9)) and
+                       self.END in self.path.read_bytes(), self.said)
         self.child.send_signal(signal.SIGINT)
-        self.child.communicate(timeout=seconds)
+        self.child.communicate(timeout=20)
         return self.path
