@@ -21,16 +21,13 @@ class Commands(ToolsTest):
         self.player = self.start_player()
         self.browser = self.start_browser()
 
-    def test_seek_tells_that_it_is_under_way_and_lands(self):
+    def test_seek_volume_mute_and_size(self):
         self.load(self.browser)
         self.browser.tell("seek 12.5")
         under_way = self.browser.until("in seek", lambda status: status["inSeek"])
         self.assertEqual(under_way["position"], 12500)
         landed = self.browser.until("the end of the seek", lambda status: not status["inSeek"])
         self.assertEqual(landed["position"], 12500)
-
-    def test_volume_mute_and_size(self):
-        self.load(self.browser)
         for command, volume in ("volume 0.4", "40"), ("mute on", "0"), ("mute off", "40"):
             self.browser.tell(command)
             # The library only logs the audible volume, ahead of the values of the status.
@@ -165,7 +162,14 @@ class Endings(ToolsTest):
         for how in signal.SIGTERM, signal.SIGINT:
             self.assertEqual(self.start_player(name=how.name).end(how), 0)
 
-    def test_a_wrong_command_line_is_a_usage_error(self):
+    def test_what_can_not_be_done_is_told(self):
+        for library in "missing.so", "libc.so.6":
+            self.run_program("browser", "--library", library, "--exec", "status", status=3)
+            self.assertNotEqual(self.errors, "")
+        with socket.create_server(("127.0.0.1", 0)) as other:
+            self.run_program("player", "--engine", "clock", "--listen-port",
+                             other.getsockname()[1], status=1)
+        self.assertIn("Can not listen", self.errors)
         for name, *arguments in (
                 ("player", "--engine", "magic"), ("player", "--listen", "nobody"),
                 ("player", "--listen-port", "0"), ("player", "--browser-port", "65536"),
@@ -227,12 +231,6 @@ class Endings(ToolsTest):
                 self.assertEqual(player.log_text(), "")
         self.start_player("--log", "stderr", name="asked")
 
-    def test_a_taken_port_is_told(self):
-        with socket.create_server(("127.0.0.1", 0)) as other:
-            self.run_program("player", "--engine", "clock", "--listen-port",
-                             other.getsockname()[1], status=1)
-        self.assertIn("Can not listen", self.errors)
-
     def test_scripts_of_the_browser(self):
         self.start_player()
         (self.directory / "script").write_text(
@@ -271,16 +269,6 @@ class Endings(ToolsTest):
         self.run_program("browser", "--exec",
                          'wait-player 10; load "a; film.webm"; play; wait-status ended 10')
 
-    def test_a_library_that_can_not_be_used_is_told(self):
-        for library in "missing.so", "libc.so.6":
-            self.run_program("browser", "--library", library, "--exec", "status", status=3)
-            self.assertNotEqual(self.errors, "")
-
-    def test_the_c_example_plays_to_the_end(self):
-        self.start_player()
-        self.run_program("example_browser", "clock:1")
-        self.run_program("example_browser", "/nowhere", status=1)
-
     def test_the_c_example_goes_on_where_its_player_died(self):
         player = self.start_player()
         output = self.directory / "output"
@@ -294,6 +282,7 @@ class Endings(ToolsTest):
             self.assertEqual(browser.child.wait(30), 0)
             self.assertEqual(browser.log_text(), "")
         after = output.read_text().split("the player has gone")[1]
+        self.run_program("example_browser", "/nowhere", status=1)
         positions = [float(word) for word in re.findall(r"([\d.]+) of 4.0 s, .* playing", after)]
         self.assertGreaterEqual(min(positions), 2.0)
 

@@ -2,6 +2,7 @@
 #include <cstdint>
 #include <cstdio>
 #include <limits>
+#include <tuple>
 
 #include "tests/util/console/console.h"
 #include "util/console/CmdBlock.h"
@@ -94,38 +95,33 @@ TEST(Blocks, AreBuiltPrintedRunAndReleased)
 
     testing::internal::CaptureStdout();
     Console().PrintCmdBlock(block);
-    const std::string line = "############################\n";
+    const std::string bar = "############################\n";
     EXPECT_EQ(testing::internal::GetCapturedStdout(),
-              line + "cmd=WHILE\n" + line + "\n\n" + line + "parent=WHILE\ncmd=n\nnext=IF\n" +
-                  line + "\n\n" + line + "parent=WHILE\ncmd=IF\n" + line + "\n\n" + line +
-                  "parent=IF\ncmd=n\n" + line + "\n\n");
+              bar + "cmd=WHILE\n" + bar + "\n\n" + bar + "parent=WHILE\ncmd=n\nnext=IF\n" + bar +
+                  "\n\n" + bar + "parent=WHILE\ncmd=IF\n" + bar + "\n\n" + bar +
+                  "parent=IF\ncmd=n\n" + bar + "\n\n");
 
     test::Symbols().RegisterSymbol("n", "0", 1, false);
     test::Symbols().RegisterSymbol("m", "", 3, false);
-    const struct
-    {
-        int (CmdMgr::*run)(CmdBlock*, char*);
-        const char* line;
-        int code;
-        const char* result;
-        int n;  // afterwards
-    } cases[] = {
-        {&CmdMgr::DoCmdBlock, "WHILE n < 2", 0, "", 2},
-        {&CmdMgr::DoWHILE, "IF n < 4", 0, "", 4},
-        {&CmdMgr::DoIF, "WHILE n < 9", 0, "", 5},
-        {&CmdMgr::DoFOR, "IF n < 3", 0, "", 5},  // from 5 through the number of "<"
-        {&CmdMgr::DoFOR, "IF 1 3 1", 0, "", 8},
-        {&CmdMgr::DoDO, "WHILE n < 99", 0, "kept", 8},
-        {&CmdMgr::DoMACRO, "WHILE n < 99", 0, "kept", 8},
-        {&CmdMgr::DoCmdBlock, "OTHER n < 99", -1, "kept", 8},
-        {&CmdMgr::DoCmdBlock, "IF n", -1, "argument fail", 8},
-    };
-    for (const auto& c : cases) {
-        block->mCommand->Parse(c.line);
+    // The operation, its block's line, code and text, and what n is afterwards.
+    const std::tuple<int (CmdMgr::*)(CmdBlock*, char*), const char*, int, const char*, int>
+        cases[] = {
+            {&CmdMgr::DoCmdBlock, "WHILE n < 2", 0, "", 2},
+            {&CmdMgr::DoWHILE, "IF n < 4", 0, "", 4},
+            {&CmdMgr::DoIF, "WHILE n < 9", 0, "", 5},
+            {&CmdMgr::DoFOR, "IF n < 3", 0, "", 5},  // from 5 through the number of "<"
+            {&CmdMgr::DoFOR, "IF 1 3 1", 0, "", 8},
+            {&CmdMgr::DoDO, "WHILE n < 99", 0, "kept", 8},
+            {&CmdMgr::DoMACRO, "WHILE n < 99", 0, "kept", 8},
+            {&CmdMgr::DoCmdBlock, "OTHER n < 99", -1, "kept", 8},
+            {&CmdMgr::DoCmdBlock, "IF n", -1, "argument fail", 8},
+        };
+    for (const auto& [run, line, code, text, n] : cases) {
+        block->mCommand->Parse(line);
         char result[CmdMgr::kResultSize] = "kept";
-        EXPECT_EQ((Console().*c.run)(block, result), c.code) << c.line;
-        EXPECT_STREQ(result, c.result) << c.line;
-        EXPECT_EQ(test::Symbols().GetIntValue("n"), c.n) << c.line;
+        EXPECT_EQ((Console().*run)(block, result), code) << line;
+        EXPECT_STREQ(result, text) << line;
+        EXPECT_EQ(test::Symbols().GetIntValue("n"), n) << line;
     }
     EXPECT_STREQ(test::Symbols().GetStringValue("m"), "n");
     Console().FreeCmdBlock(block);

@@ -16,30 +16,28 @@ using test::Commands;
 using test::Execute;
 using test::Symbols;
 
+// A symbol's or word's integer, text, number and pointer.
+std::string Values(const char* name)
+{
+    std::ostringstream values;
+    const char* const text = Symbols().GetStringValue(name);
+    values << Symbols().GetIntValue(name) << '|' << (text != nullptr ? text : "none") << '|'
+           << Symbols().GetFloatValue(name) << '|' << Symbols().GetPointerValue(name);
+    return values.str();
+}
+
 TEST(SymListMgr, ConvertsValuesByType)
 {
-    const struct
-    {
-        int type;
-        const char* value;
-        int integer;
-        const char* text;
-        float number;
-    } cases[] = {
-        {1, "42", 42, nullptr, 0},    {2, " -7x", -7, nullptr, 0}, {3, "12", 0, "12", 0},
-        {4, "1.5", 0, nullptr, 1.5F}, {5, "1", 0, nullptr, 0},     {77, "9", 9, nullptr, 0},
-        {1, "0x10", 0, nullptr, 0},   {4, "-2", 0, nullptr, -2},   {3, "", 0, "", 0},
+    const std::tuple<int, const char*, const char*> cases[] = {
+        {1, "42", "42|none|0|0"},   {2, " -7x", "-7|none|0|0"}, {3, "12", "0|12|0|0"},
+        {4, "1.5", "0|none|1.5|0"}, {5, "1", "0|none|0|0"},     {77, "9", "9|none|0|0"},
+        {1, "0x10", "0|none|0|0"},  {4, "-2", "0|none|-2|0"},   {3, "", "0||0|0"},
     };
-    for (const auto& expected : cases) {
-        SCOPED_TRACE(expected.value);
-        EXPECT_EQ(Symbols().RegisterSymbol("v", nullptr, expected.type, false), 0);
-        EXPECT_EQ(Symbols().GetIntValue("v"), 0);
-        EXPECT_EQ(Symbols().GetStringValue("v"), nullptr);
-        EXPECT_EQ(Symbols().SetValue("v", expected.value), 0);
-        EXPECT_EQ(Symbols().GetIntValue("v"), expected.integer);
-        EXPECT_STREQ(Symbols().GetStringValue("v"), expected.text);
-        EXPECT_EQ(Symbols().GetFloatValue("v"), expected.number);
-        EXPECT_EQ(Symbols().GetPointerValue("v"), nullptr);
+    for (const auto& [type, value, read] : cases) {
+        EXPECT_EQ(Symbols().RegisterSymbol("v", nullptr, type, false), 0);
+        EXPECT_EQ(Values("v"), "0|none|0|0");
+        EXPECT_EQ(Symbols().SetValue("v", value), 0);
+        EXPECT_EQ(Values("v"), read);
         EXPECT_EQ(Symbols().UnregisterSymbol("v"), 0);
     }
     Symbols().RegisterSymbol("odd", "9", 77, false);
@@ -58,13 +56,9 @@ TEST(SymListMgr, ReadsNumbersAsTheCLibraryDoes)
 
 TEST(SymListMgr, ReadsWordsThatAreNoSymbolsAsThemselves)
 {
-    EXPECT_EQ(Symbols().GetIntValue("hello"), 0);
-    EXPECT_STREQ(Symbols().GetStringValue("hello"), "hello");
-    EXPECT_EQ(Symbols().GetFloatValue("2.5"), 2.5F);
-    EXPECT_EQ(Symbols().GetPointerValue("hello"), nullptr);
-    EXPECT_EQ(Symbols().GetIntValue(nullptr), 0);
-    EXPECT_EQ(Symbols().GetFloatValue(nullptr), 0);
-    EXPECT_EQ(Symbols().GetStringValue(nullptr), nullptr);
+    EXPECT_EQ(Values("hello"), "0|hello|0|0");
+    EXPECT_EQ(Values("2.5"), "2|2.5|2.5|0");
+    EXPECT_EQ(Values(nullptr), "0|none|0|0");
     EXPECT_EQ(Symbols().SetValue("hello", "1"), -1);
 }
 

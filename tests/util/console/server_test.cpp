@@ -3,6 +3,7 @@
 
 #include <cstdio>
 #include <memory>
+#include <tuple>
 #include <vector>
 
 #include "tests/support/Background.h"
@@ -115,20 +116,17 @@ TEST(CmdMgr, FailsToOpenWithAReport)
     const int port = test::FreePort();
     const test::RawListener holder(port);
     UsePort(port);
-    const struct
-    {
-        const char* settings[2];
-        const char* output;
-    } cases[] = {{{"", ""}, "Bind Error\n"},
-                 {{"port=65536", ""}, "Bind Error\n"},
-                 {{"port=0", "address=not an address"}, "Bind Error\n"},
-                 {{"mode=2", ""}, ""}};
-    for (const auto& bad : cases) {
-        Console().ParseConfig(bad.settings[0]);
-        Console().ParseConfig(bad.settings[1]);
+    const std::tuple<const char*, const char*, const char*> cases[] = {
+        {"", "", "Bind Error\n"},
+        {"port=65536", "", "Bind Error\n"},
+        {"port=0", "address=not an address", "Bind Error\n"},
+        {"mode=2", "", ""}};
+    for (const auto& [setting, another, output] : cases) {
+        Console().ParseConfig(setting);
+        Console().ParseConfig(another);
         testing::internal::CaptureStdout();
         EXPECT_EQ(Console().Open(), -1);
-        EXPECT_EQ(testing::internal::GetCapturedStdout(), bad.output);
+        EXPECT_EQ(testing::internal::GetCapturedStdout(), output);
     }
     test::WriteFile("script.txt", "IF 1 == 1\nPRINT run\nEND\n");
     EXPECT_EQ(test::Execute("FILE script.txt").output, "run\n") << "a script needs no client";
@@ -217,12 +215,8 @@ TEST(Hostile, FramesAreDroppedAndTheConnectionGoesOn)
 {
     const std::string line = "PRINT longest" + std::string(1010, ' ');
     const std::string longLine = "PRINT never" + std::string(1013, ' ');
-    const struct
-    {
-        const char* name;
-        std::string bytes;
-        int prompts;  // that answer the bytes
-    } cases[] = {
+    // What the bytes are, and how many prompts answer them.
+    const std::tuple<const char*, std::string, int> cases[] = {
         {"length 0", ConsoleFrame(""), 1},
         {"length 1023", ConsoleFrame(line), 1},
         {"length 1024", ConsoleFrame(longLine), 1},
@@ -234,11 +228,11 @@ TEST(Hostile, FramesAreDroppedAndTheConnectionGoesOn)
         {"zeros in the text", ConsoleFrame(std::string("PRINT\0PRINT never", 17)), 1},
     };
     RunningConsole console;
-    for (const auto& hostile : cases) {
-        SCOPED_TRACE(hostile.name);
+    for (const auto& [name, bytes, prompts] : cases) {
+        SCOPED_TRACE(name);
         const ConsoleClient client = console.Client();
-        ASSERT_TRUE(client.Send(hostile.bytes));
-        for (int count = 0; count < hostile.prompts; ++count) {
+        ASSERT_TRUE(client.Send(bytes));
+        for (int count = 0; count < prompts; ++count) {
             EXPECT_TRUE(client.ReadPrompt());
         }
         EXPECT_TRUE(client.Run("INT n")) << "the next frame is understood";

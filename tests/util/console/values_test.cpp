@@ -3,6 +3,7 @@
 
 #include <climits>
 #include <string>
+#include <tuple>
 #include <type_traits>
 #include <vector>
 
@@ -53,20 +54,15 @@ TEST(Interfaces, TakeWritableTexts)
 TEST(CmdParser, SplitsLines)
 {
     const std::string longest(255, 'w');
-    const struct
-    {
-        std::string line;
-        const char* returnName;
-        const char* command;
-        std::vector<std::string> arguments = {};
-    } cases[] = {
-        {"", nullptr, nullptr},
-        {" \t\r\n\v\f", nullptr, nullptr},
+    using Words = std::vector<std::string>;
+    const std::tuple<std::string, const char*, const char*, Words> cases[] = {
+        {"", nullptr, nullptr, {}},
+        {" \t\r\n\v\f", nullptr, nullptr, {}},
         {"\tcommand one\ttwo\r\n", nullptr, "command", {"one", "two"}},
         {"x = ADD a b", "x", "ADD", {"a", "b"}},
-        {"x = 5", "x", "5"},
-        {"x =", "x", nullptr},
-        {"= = =", "=", "="},
+        {"x = 5", "x", "5", {}},
+        {"x =", "x", nullptr, {}},
+        {"= = =", "=", "=", {}},
         {"a b = c", nullptr, "a", {"b", "=", "c"}},
         {"a \"\" b", nullptr, "a", {"", "b"}},
         {"\"a b\" c", nullptr, "a b", {"c"}},
@@ -74,26 +70,26 @@ TEST(CmdParser, SplitsLines)
         {"c ab\"cd ef\"", nullptr, "c", {"ab\"cd", "ef\""}},
         {"c a\vb \va", nullptr, "c", {"a\vb", "a"}},
         {"c one \"two three", nullptr, "c", {"one"}},
-        {"\"open", nullptr, nullptr},
+        {"\"open", nullptr, nullptr, {}},
         {"a \"" + longest + "\" b", nullptr, "a", {longest, "b"}},
-        {"a \"w" + longest + "\" b", nullptr, "a"},
+        {"a \"w" + longest + "\" b", nullptr, "a", {}},
         {"a " + longest + " b", nullptr, "a", {longest, "b"}},
-        {"a w" + longest + " b", nullptr, "a"},
+        {"a w" + longest + " b", nullptr, "a", {}},
     };
     CmdParser parser;
-    for (const auto& expected : cases) {
-        SCOPED_TRACE(expected.line);
+    for (const auto& [line, returnName, command, arguments] : cases) {
+        SCOPED_TRACE(line);
         parser.SetCurrentIndex(7);
-        parser.Parse(expected.line.c_str());
-        EXPECT_STREQ(parser.GetReturn(), expected.returnName);
-        EXPECT_STREQ(parser.GetCommand(), expected.command);
-        EXPECT_EQ(parser.GetString(), expected.line);
+        parser.Parse(line.c_str());
+        EXPECT_STREQ(parser.GetReturn(), returnName);
+        EXPECT_STREQ(parser.GetCommand(), command);
+        EXPECT_EQ(parser.GetString(), line);
         EXPECT_EQ(parser.GetCurrentIndex(), 0);
-        std::vector<std::string> arguments;
+        Words found;
         for (int index = 0; index < parser.GetCount(); ++index) {
-            arguments.emplace_back(parser.GetNthArg(index));
+            found.emplace_back(parser.GetNthArg(index));
         }
-        EXPECT_EQ(arguments, expected.arguments);
+        EXPECT_EQ(found, arguments);
     }
 }
 
@@ -130,25 +126,22 @@ TEST(CmdParser, ComparesCommandsInAnyCaseAndArgumentsExactly)
 
 TEST(CmdParser, TellsWordsApart)
 {
-    const struct
-    {
-        const char* word;
-        const char* tests;  // letters of the tests that pass: i h f s c
-    } cases[] = {
+    // Words, and the letters of the tests that pass: i h f s c.
+    const std::pair<const char*, std::string> cases[] = {
         {"", "is"},    {"0", "isc"},        {"+12", "is"},   {"-", "isc"},   {"+", "isc"},
         {"1-", "s"},   {"--1", "s"},        {"0x", "hs"},    {"0XZZ", "hs"}, {"x0", "s"},
         {"1.5", "fs"}, {"-.5", "fs"},       {"1.2.3", "fs"}, {".5", "s"},    {"5.", "s"},
         {"..5", "fs"}, {"+1.25", "fs"},     {".", "sc"},     {"1.5e3", "s"}, {"a b", "s"},
         {"\x01", "c"}, {"caf\xc3\xa9", ""}, {"12a", "s"},    {"+.", "s"},
     };
-    for (const auto& expected : cases) {
+    for (const auto& [word, tests] : cases) {
         std::string passed;
-        passed += CmdParser::IsInteger(expected.word) ? "i" : "";
-        passed += CmdParser::IsHex(expected.word) ? "h" : "";
-        passed += CmdParser::IsFloat(expected.word) ? "f" : "";
-        passed += CmdParser::IsString(expected.word) ? "s" : "";
-        passed += CmdParser::IsChar(expected.word) ? "c" : "";
-        EXPECT_EQ(passed, expected.tests) << expected.word;
+        passed += CmdParser::IsInteger(word) ? "i" : "";
+        passed += CmdParser::IsHex(word) ? "h" : "";
+        passed += CmdParser::IsFloat(word) ? "f" : "";
+        passed += CmdParser::IsString(word) ? "s" : "";
+        passed += CmdParser::IsChar(word) ? "c" : "";
+        EXPECT_EQ(passed, tests) << word;
     }
 }
 
@@ -200,17 +193,12 @@ TEST(Cursors, MoveAndStopAtBothEnds)
     EXPECT_STREQ(history.GetNthHistory(0), "f");
     EXPECT_EQ(history.GetNthHistory(3), nullptr);
     EXPECT_EQ(history.GetNthHistory(-1), nullptr);
-    const struct
-    {
-        bool forward;
-        const char* expected;
-    } steps[] = {{false, nullptr}, {true, "a"},  {true, "b"},  {true, nullptr},
-                 {true, nullptr},  {false, "a"}, {false, "f"}, {false, nullptr},
-                 {false, nullptr}, {true, "a"}};
-    for (const auto& step : steps) {
-        EXPECT_STREQ(step.forward ? parser.GetNextArg() : parser.GetPrevArg(), step.expected);
-        EXPECT_STREQ(step.forward ? history.GetNextHistory() : history.GetPrevHistory(),
-                     step.expected);
+    const std::pair<bool, const char*> steps[] = {
+        {false, nullptr}, {true, "a"},  {true, "b"},      {true, nullptr},  {true, nullptr},
+        {false, "a"},     {false, "f"}, {false, nullptr}, {false, nullptr}, {true, "a"}};
+    for (const auto& [forward, entry] : steps) {
+        EXPECT_STREQ(forward ? parser.GetNextArg() : parser.GetPrevArg(), entry);
+        EXPECT_STREQ(forward ? history.GetNextHistory() : history.GetPrevHistory(), entry);
     }
     history.Clear();
     EXPECT_EQ(history.GetCount(), 0);
