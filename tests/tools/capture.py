@@ -1,5 +1,6 @@
 """Captures for tshark: written from the bytes, or taken on the loopback interface."""
 
+import functools
 import signal
 import socket
 import struct
@@ -38,6 +39,8 @@ class Connection:
         self.capture = capture
         self.ports = client_port, server_port
         self.sequence = [1000, 5000]
+        # From the side that connected and from the other one; in segments of so many bytes.
+        self.request, self.reply = (functools.partial(self._send, sender) for sender in (0, 1))
         self._segment(0, SYN)
         self._segment(1, SYN | ACK)
 
@@ -52,16 +55,9 @@ class Connection:
         self.capture.packets.append(ip + tcp + data)
         self.sequence[sender] += len(data) + (1 if flags & (SYN | FIN) else 0)
 
-    def _send(self, sender, data, piece):
+    def _send(self, sender, data, piece=LARGEST_PIECE):
         for at in range(0, len(data), piece):
             self._segment(sender, PSH | ACK, data[at:at + piece])
-
-    def request(self, data, piece=LARGEST_PIECE):
-        """From the side that connected; in segments of that many bytes."""
-        self._send(0, data, piece)
-
-    def reply(self, data, piece=LARGEST_PIECE):
-        self._send(1, data, piece)
 
     def close(self, sender=0):
         self._segment(sender, FIN | ACK)

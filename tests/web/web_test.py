@@ -190,15 +190,10 @@ class Stand:
         shutil.rmtree(self.folder, ignore_errors=True)
 
 
-class WebTest(unittest.TestCase):
-    def stand(self, **named):
-        return self.enterContext(Stand(**named))
-
-
-class Pages(WebTest):
+class Pages(unittest.TestCase):
     def test_each_page_passes_and_leaves_nothing_loaded(self):
         for page, *options in (("playing.html",), ("events.html",), ("elements.html",),
-                               ("first_site.html",), ("recovery.html",),
+                               ("sites.html",), ("recovery.html",),
                                ("recovery.html#resume", "--resume")):
             with self.subTest(page), Stand() as stand:
                 status, output = stand.browse(stand.url(page), *options)
@@ -209,7 +204,7 @@ class Pages(WebTest):
                 self.assertGreater(log.rfind(": cancelLoad"), log.rfind(": load "))
 
 
-class Faults(WebTest):
+class Faults(unittest.TestCase):
     # The step of playing.html that notices that this command does not arrive.
     NOTICED = {"load": "metadata", "setSize": "size", "setVolume": "volume", "setMuted": "mute",
                "play": "pace 1", "setRate": "pace 2", "pause": "pause", "seek": "seek",
@@ -230,11 +225,14 @@ class Faults(WebTest):
                     self.assertIn(f"RESULT FAIL {self.NOTICED[command]}:", output)
 
 
-class Program(WebTest):
+class Program(unittest.TestCase):
     """What the browser does beside playing. No player is needed."""
 
+    def stand(self):
+        return self.enterContext(Stand(player=False))
+
     def run_page(self, text, *options, seconds=10):
-        stand = self.stand(player=False)
+        stand = self.stand()
         (stand.folder / "page.html").write_text(text)
         return stand.browse("page.html", *options, seconds=seconds)
 
@@ -265,7 +263,7 @@ class Program(WebTest):
         self.assertEqual(self.run_page("<p>", seconds=1)[0], 3)
 
     def test_pages_that_can_not_be_loaded(self):
-        stand = self.stand(player=False)
+        stand = self.stand()
         self.assertEqual(stand.browse(stand.url("no_such_page.html"))[0], 1)
         stand.site.close()
         self.assertEqual(stand.browse(stand.url("playing.html"))[0], 1)
@@ -274,7 +272,7 @@ class Program(WebTest):
     def test_it_ends_when_it_is_told_to_and_when_the_engine_dies(self):
         for victim, how, status in (("web-browser", signal.SIGTERM, 0),
                                     ("WPEWebProcess", signal.SIGKILL, 4)):
-            stand = self.stand(player=False)
+            stand = self.stand()
             (stand.folder / "page.html").write_text("<script>console.log('here')</script>")
             with stand.start_browser("page.html") as browser:
                 wait_until(lambda stand=stand: "here" in stand.output(), "the page runs")
