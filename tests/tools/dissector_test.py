@@ -202,11 +202,10 @@ class Malformed(DissectorTest):
                     bytes(data), noise.choice((5, 60, LARGEST_PIECE)))
         most = b"\0\0\0Gload\0\0\0\0\0\0\0H" + wire.text("n" * 65535) + b"a\0\0\0" * 65535
         self.capture.connect(wire.COMMAND_PORT, 30000).request(framed(most))
-        for port in PORTS:
-            for client, data in enumerate((bytes(9000), b"\xff" * 9000, noise.randbytes(9000))):
-                connection = self.capture.connect(port, 30001 + client)
-                connection.request(data)
-                connection.reply(data)
+        for port, data in itertools.product(PORTS, (bytes(9000), b"\xff" * 9000)):
+            connection = self.capture.connect(port, 30001 + data[0])
+            connection.request(data)
+            connection.reply(data)
         self.tshark("-V")
         self.tshark("-2", "-o", "tcp.desegment_tcp_streams:FALSE")
 

@@ -11,18 +11,15 @@ class Lines(ConsoleTest):
     def setUp(self):
         self.host = self.start_host()
 
-    def test_come_from_arguments_before_the_file(self):
+    def test_come_from_arguments_before_the_file_and_end_with_quit(self):
         script = self.host.directory / "script.txt"
         script.write_text("PRINT file\n")
-        result = self.host.run("--exec", "FOR 1 2 1", "--exec", "PRINT line", "--exec", "END",
-                               script)
-        self.assertEqual((result.returncode, result.stderr), (0, ""))
-        self.assertEqual(self.host.output(), "line\nline\nfile\n")
-
-    def test_end_with_quit(self):
-        self.assertEqual(self.host.run(text="PRINT a\nQuit\nPRINT b").returncode, 0)
-        self.assertEqual(self.host.run(text="IF 1 == 1\nquit\nEND\nPRINT b").returncode, 0)
-        self.assertEqual(self.host.output(), "a\n")
+        block = "--exec", "FOR 1 2 1", "--exec", "PRINT line", "--exec", "END"
+        for arguments, text in (((*block, script), ""), ((), "PRINT a\nQuit\nPRINT b"),
+                                ((), "IF 1 == 1\nquit\nEND\nPRINT b")):
+            result = self.host.run(*arguments, text=text)
+            self.assertEqual((result.returncode, result.stderr), (0, ""))
+        self.assertEqual(self.host.output(), "line\nline\nfile\na\n")
 
     def test_that_are_wrong_are_reported(self):
         start = "html5-video-console: "
