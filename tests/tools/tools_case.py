@@ -25,9 +25,8 @@ def wait_until(condition, what="", seconds=20):
 def run(name, *arguments, **options):
     """Runs a program to its end."""
     file = PROGRAMS / name if name == "example_browser" else stand.program(PROGRAMS, name)
-    return subprocess.run([file, *map(str, arguments)], text=True, timeout=60, check=False, **{
-        "stdin": None if "input" in options else subprocess.DEVNULL,
-        "stdout": subprocess.PIPE, "stderr": subprocess.PIPE, **options})
+    return subprocess.run([file, *map(str, arguments)], capture_output=True, text=True, timeout=60,
+                          check=False, **{"input": "", **options})
 
 
 class ToolsTest(unittest.TestCase):

@@ -2,12 +2,12 @@
 addresses of its own, so several may run side by side."""
 
 import concurrent.futures
+import contextlib
 import http.server
 import itertools
 import os
 import pathlib
 import re
-import shutil
 import signal
 import socket
 import socketserver
@@ -128,12 +128,14 @@ class DroppedConnection(socketserver.BaseRequestHandler):
                 self.request.sendall(framed(answer))
 
 
-class Stand:
+class Stand(contextlib.ExitStack):
     """A player, a site, and a folder for what they leave."""
 
     def __init__(self, dropped=None, player=True):
+        super().__init__()
         number = next(STANDS)
-        self.folder = pathlib.Path(tempfile.mkdtemp())
+        self.folder = pathlib.Path(self.enter_context(
+            tempfile.TemporaryDirectory(ignore_cleanup_errors=True)))
         self.player_address, self.browser_address, dropper_address = (
             f"127.1.{number}.{last}" for last in (1, 2, 3))
         self.environment = dict(os.environ, HBB_BROWSER_IP=self.browser_address,
@@ -141,19 +143,19 @@ class Stand:
                                 XDG_RUNTIME_DIR=str(self.folder), GIO_USE_PROXY_RESOLVER="dummy")
         for name in "http_proxy", "https_proxy", "HTTP_PROXY", "HTTPS_PROXY", "DISPLAY":
             self.environment.pop(name, None)
-        self.site = Site(self)
+        self.site = self.enter_context(contextlib.closing(Site(self)))
         self.players = []
-        self.dropper = None
         if player:
             self.start_player()
         if dropped:
-            self.dropper = Dropper(dropper_address, self.player_address, dropped)
+            self.dropper = self.enter_context(contextlib.closing(
+                Dropper(dropper_address, self.player_address, dropped)))
             self.environment["HBB_SYSTEM_IP"] = dropper_address
 
     def start_player(self):
-        self.players.append(Player(
+        self.players.append(self.enter_context(Player(
             PROGRAMS, self.folder, "--listen", self.player_address, "--browser",
-            self.browser_address, engine="gstreamer", name=f"player{len(self.players)}"))
+            self.browser_address, engine="gstreamer", name=f"player{len(self.players)}")))
         wait_until(lambda: "engine listens" in self.player_log(), "the player listens")
 
     def kill_player(self):
@@ -178,16 +180,6 @@ class Stand:
 
     def output(self):
         return (self.folder / "output").read_text(errors="replace")
-
-    def __enter__(self):
-        return self
-
-    def __exit__(self, *_):
-        for player in self.players:
-            player.__exit__()
-        for server in filter(None, (self.site, self.dropper)):
-            server.close()
-        shutil.rmtree(self.folder, ignore_errors=True)
 
 
 class Pages(unittest.TestCase):
@@ -284,9 +276,7 @@ class Program(unittest.TestCase):
 
 
 if __name__ == "__main__":
-    MEDIA = pathlib.Path(tempfile.mkdtemp())
-    try:
+    with tempfile.TemporaryDirectory() as media_folder:
+        MEDIA = pathlib.Path(media_folder)
         make_media(MEDIA)
         unittest.main(verbosity=2)
-    finally:
-        shutil.rmtree(MEDIA)

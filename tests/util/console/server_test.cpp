@@ -61,6 +61,7 @@ TEST(CmdMgr, StopsAndStartsAgain)
 {
     const RunningConsole console;
     EXPECT_EQ(Console().Start(), -1) << "it runs already";
+    CmdMgr::ThreadLoop(&Console());  // which returns, for the same reason
     test::Symbols().RegisterSymbol("turns", "0", SymInfo::kInt, false);
     test::WriteFile("loop.txt", "FOR 1 1 0\nturns = turns + 1\nFILE none\nEND\nSLEEP 100000\n");
     for (const std::string lines : {"", "IF 1 == 1\nturns = turns + 1\nSLEEP 100000\nEND",

@@ -173,6 +173,7 @@ TEST(CmdParser, ConvertsArgumentsByFormAndSymbolsByType)
     EXPECT_EQ(values[8].GetString(), std::string(255, 's'));
     EXPECT_STREQ(values[12].GetString(), "two words");
 
+    EXPECT_TRUE(CmdParser::IsSymbol("odd") && !CmdParser::IsSymbol("abc"));
     CmdValue few[2];
     EXPECT_EQ(parser.GetCmdArgs(few, 2), 2);
     EXPECT_EQ(parser.GetCmdArgs(few, 0), 0);
