@@ -95,11 +95,12 @@ TEST(CmdParser, SplitsLines)
 
 TEST(CmdParser, TakesALineInStepsAndNone)
 {
-    CmdParser parser("old line");
+    CmdParser parser("r = old line");
     parser.SetString("new \"the line\"");
     EXPECT_STREQ(parser.GetCommand(), "old");
     parser.Parse();
     EXPECT_STREQ(parser.GetCommand(), "new");
+    EXPECT_EQ(parser.GetReturn(), nullptr);
     EXPECT_STREQ(parser.GetNthArg(0), "the line");
     parser.SetCurrentIndex(1);
     parser.Init();
