@@ -94,6 +94,7 @@ TEST(Registries, EmptyARecordButDoNotDeleteIt)
 {
     const std::unique_ptr<SymInfo> symbol(Symbols().NewSymInfo());
     EXPECT_EQ(symbol->mType, 0);
+    EXPECT_EQ(symbol->mReserved, 0);
     symbol->mName = new char[2]();
     EXPECT_EQ(Symbols().FreeSymInfo(symbol.get()), 0);
     EXPECT_EQ(symbol->mName, nullptr);
