@@ -1,6 +1,6 @@
 # Trying the packages; scripts/package sources it.
 
-play_alone=$repository/tests/tools/in_private_network.py
+play_alone=$repository/tests/support/in_private_network.py
 
 # check_amd64 FOLDER: in a bare Debian that is thrown away.
 check_amd64() {

@@ -101,7 +101,7 @@ class Tree:
         return ""
 
     def run_process(self, preset, program, arguments):
-        command = [sys.executable, self.path / "tests/tools/in_private_network.py",
+        command = [sys.executable, self.path / "tests/support/in_private_network.py",
                    *(self.path / word for word in program.command), *arguments]
         limit = program.limit() * (3 if preset == "tsan" else 1)
 

@@ -2,15 +2,12 @@
 
 #include <gtest/gtest.h>
 
+#include <tuple>
+
 namespace {
 TEST(MediaAddress, TellsTheKindsApart)
 {
-    const struct
-    {
-        const char* text;
-        MediaAddress::Kind kind;
-        const char* path;
-    } cases[] = {
+    const std::tuple<const char*, MediaAddress::Kind, const char*> cases[] = {
         {"/media/a b.webm", MediaAddress::kFile, "/media/a b.webm"},
         {"a.webm", MediaAddress::kFile, "a.webm"},
         {"./12:30 news.ts", MediaAddress::kFile, "./12:30 news.ts"},
@@ -28,10 +25,9 @@ TEST(MediaAddress, TellsTheKindsApart)
         {"dvb://1.2.3", MediaAddress::kUnknown, ""},
         {"", MediaAddress::kUnknown, ""},
     };
-    for (const auto& address : cases) {
-        const MediaAddress parsed = MediaAddress::Parse(address.text);
-        EXPECT_EQ(parsed.kind, address.kind) << address.text;
-        EXPECT_EQ(parsed.path, address.path) << address.text;
+    for (const auto& [text, kind, path] : cases) {
+        EXPECT_EQ(MediaAddress::Parse(text).kind, kind) << text;
+        EXPECT_EQ(MediaAddress::Parse(text).path, path) << text;
     }
 }
 }  // namespace

@@ -1,11 +1,12 @@
 """Captures for tshark: written from the bytes, or taken on the loopback interface."""
 
-import pathlib
+import functools
 import signal
 import socket
 import struct
 import subprocess
-import time
+
+from tools_case import wait_until
 
 RAW_IPV4 = 228  # the link type whose packets begin with the IPv4 header
 FIN, SYN, PSH, ACK = 1, 2, 8, 16
@@ -16,14 +17,11 @@ class Capture:
     """A capture file in the making; each connection's packets come in the order of the calls."""
 
     def __init__(self, path):
-        self.path = pathlib.Path(path)
+        self.path = path
         self.packets = []
 
     def connect(self, server_port, client_port=40000):
         return Connection(self, client_port, server_port)
-
-    def add(self, packet):
-        self.packets.append(packet)
 
     def write(self):
         """One packet a millisecond."""
@@ -41,6 +39,8 @@ class Connection:
         self.capture = capture
         self.ports = client_port, server_port
         self.sequence = [1000, 5000]
+        # From the side that connected and from the other one; in segments of so many bytes.
+        self.request, self.reply = (functools.partial(self._send, sender) for sender in (0, 1))
         self._segment(0, SYN)
         self._segment(1, SYN | ACK)
 
@@ -52,19 +52,12 @@ class Connection:
         loopback = socket.inet_aton("127.0.0.1")
         ip = struct.pack(">BBHHHBBH4s4s", 0x45, 0, 40 + len(data), 0, 0, 64, socket.IPPROTO_TCP, 0,
                          loopback, loopback)
-        self.capture.add(ip + tcp + data)
+        self.capture.packets.append(ip + tcp + data)
         self.sequence[sender] += len(data) + (1 if flags & (SYN | FIN) else 0)
 
-    def _send(self, sender, data, piece):
+    def _send(self, sender, data, piece=LARGEST_PIECE):
         for at in range(0, len(data), piece):
             self._segment(sender, PSH | ACK, data[at:at + piece])
-
-    def request(self, data, piece=LARGEST_PIECE):
-        """From the side that connected; in segments of that many bytes."""
-        self._send(0, data, piece)
-
-    def reply(self, data, piece=LARGEST_PIECE):
-        self._send(1, data, piece)
 
     def close(self, sender=0):
         self._segment(sender, FIN | ACK)
@@ -76,24 +69,19 @@ class Sniffer:
     END = b"the end of this capture"
 
     def __init__(self, path):
-        self.path = pathlib.Path(path)
-        self.child = subprocess.Popen(["dumpcap", "-q", "-i", "lo", "-w", self.path], text=True,
+        self.path = path
+        self.child = subprocess.Popen(["dumpcap", "-q", "-i", "lo", "-w", path], text=True,
                                       stderr=subprocess.PIPE)
         self.said = ""
-        for line in self.child.stderr:
+        while "File:" not in self.said and (line := self.child.stderr.readline()):
             self.said += line
-            if line.startswith("File:"):
-                break
         self.is_running = self.child.poll() is None and "File:" in self.said
 
-    def stop(self, seconds=20):
+    def stop(self):
         """Ends it when it has written all that came before."""
-        end = time.monotonic() + seconds
         with socket.socket(socket.AF_INET, socket.SOCK_DGRAM) as last:
-            while self.END not in self.path.read_bytes():
-                assert time.monotonic() < end, self.said
-                last.sendto(self.END, ("127.0.0.1", 9))
-                time.sleep(0.1)
+            wait_until(lambda: last.sendto(self.END, ("127.0.0.1", 9)) and
+                       self.END in self.path.read_bytes(), self.said)
         self.child.send_signal(signal.SIGINT)
-        self.child.communicate(timeout=seconds)
+        self.child.communicate(timeout=20)
         return self.path

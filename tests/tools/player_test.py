@@ -1,36 +1,27 @@
-"""What docs/protocol.md says of a player, held against the reference player and examples/player.py.
-
-Usage: player_test.py PROGRAMS EXAMPLES [unittest's arguments]. The folder scripts/lib must be on
-the path.
-"""
+"""What docs/protocol.md says of a player, held against the reference player and examples/player.py."""
 
 import functools
-import pathlib
+import itertools
 import socket
 import struct
 import subprocess
 import sys
-import tempfile
 import time
 import unittest
 
 import stand
 import wire
+from tools_case import PROGRAMS, SOURCES, ToolsTest
 
-PROGRAMS = pathlib.Path(sys.argv.pop(1)).resolve()
-EXAMPLES = pathlib.Path(sys.argv.pop(1)).resolve()
 IDLE, PAUSED, PLAYING, ENDED, UNSUPPORTED = 1, 3, 4, 6, 101
 
 
-class PlayerTest(unittest.TestCase):
-    def setUp(self):
-        self.directory = self.enterContext(tempfile.TemporaryDirectory())
-        self.browsers = []
-
-    def start_browser(self, **named):
-        browser = self.enterContext(wire.Browser(**named))
-        self.browsers.append(browser)
-        return browser
+class PlayerTest(ToolsTest):
+    def meet(self, **named):
+        """A browser, and what it sees of a player after a command."""
+        self.browser = self.enterContext(wire.Browser(**named))
+        self.addCleanup(self.check_reports, self.browser)
+        return self.browser, functools.partial(self.see, self.browser)
 
     def see(self, browser, method, value=None, **wanted):
         """Sends the command and waits for a report that tells all that is wanted."""
@@ -40,10 +31,9 @@ class PlayerTest(unittest.TestCase):
         return browser.wait(lambda report: all(getattr(report, name) == what
                                                for name, what in wanted.items()), before)
 
-    def tearDown(self):
-        for browser in self.browsers:
-            for report in browser.reports:
-                self.assertLessEqual(report.play_time, report.end_time, report)
+    def check_reports(self, browser):
+        for report in browser.reports:
+            self.assertLessEqual(report.play_time, report.end_time, report)
 
 
 class Contract:
@@ -51,8 +41,7 @@ class Contract:
 
     def test_nothing_of_the_medium_before_follows_the_answer_to_a_load(self):
         self.start_player()
-        browser = self.start_browser(pause=0.001)
-        browser.connect()
+        browser, _ = self.meet(pause=0.001)
         media = []  # how many reports were taken before the answer, length in milliseconds
         for turn in range(1000):
             length = 5 + turn % 3
@@ -63,17 +52,15 @@ class Contract:
                 browser.wait(lambda report: report.media == ENDED, media[-1][0])
             time.sleep(turn % 8 * 0.0015)  # the next load comes before, at or after the end
         media.append((len(browser.reports), 0))
-        for (start, length), (end, next_length) in zip(media, media[1:]):
+        for (start, length), (end, next_length) in itertools.pairwise(media):
             for report in browser.reports[start:end]:
                 self.assertIn(report.end_time, (length, next_length), (length, report))
 
     def test_commands_at_odd_moments_and_with_odd_values(self):
         self.start_player()
-        browser = self.start_browser()
-        see = functools.partial(self.see, browser)
+        _, see = self.meet()
         nothing = {"media": IDLE, "play_time": 0, "end_time": 0, "speed": 100}
-        browser.connect()
-        for method in ("play", "seek", "pause", "cancelLoad"):
+        for method in "play", "seek", "pause", "cancelLoad":
             see(method, 500, **nothing)
         see("load", "clock:0.4", end_time=400)
         see("play", media=PLAYING)  # asked for before or after the load is done
@@ -97,21 +84,17 @@ class Contract:
 
     def test_an_unchanged_state_is_told_once_a_second(self):
         self.start_player()
-        browser = self.start_browser()
-        browser.connect()
-        browser.wait(lambda _: True, browser.call("load", ("url", "clock:9")))
-        browser.wait(lambda report: report.media == PAUSED)
+        browser, see = self.meet()
+        see("load", "clock:9", media=PAUSED)
         first = len(browser.reports)
         browser.wait(lambda _: len(browser.reports) >= first + 3)
-        beats = browser.reports[first:first + 3]
-        for earlier, later in zip(beats, beats[1:]):
+        for earlier, later in itertools.pairwise(browser.reports[first:first + 3]):
             self.assertEqual(earlier[1:], later[1:])
             self.assertGreater(later.time - earlier.time, 0.9)
 
     def test_a_browser_that_restarts_and_one_too_many(self):
         self.start_player()
         with wire.Browser() as first:
-            first.connect()
             first.call("load", ("url", "clock:60"))
             first.call("play")
             first.wait(lambda report: report.play_time > 0)
@@ -119,31 +102,14 @@ class Contract:
                 second.sendall(wire.request("pause"))
                 second.settimeout(0.5)
                 self.assertRaises(TimeoutError, second.recv, 1)  # until the first one leaves
-        browser = self.start_browser()
+        browser, see = self.meet()
         browser.wait(lambda report: report.media == PAUSED and report.play_time > 0)
-        browser.call("play")
-        browser.wait(lambda report: report.media == PLAYING)
-
-
-class ReferencePlayer(Contract, PlayerTest):
-    def start_player(self):
-        player = self.enterContext(stand.Player(PROGRAMS, self.directory, "--clock-load-time", "0",
-                                                "--clock-seek-time", "0"))
-        self.addCleanup(lambda: self.assertEqual(player.end(), 0))
-        return player
-
-
-class SamplePlayer(Contract, PlayerTest):
-    def start_player(self):
-        return self.enterContext(stand.Process([sys.executable, EXAMPLES / "player.py"],
-                                               self.directory, "player"))
+        see("play", media=PLAYING)
 
     def test_the_stand_in_drives_it(self):
-        player = self.start_player()
-        browser = self.enterContext(stand.Browser(PROGRAMS, self.directory))
-        browser.ask("wait-player 10")
-        browser.tell("load clock:4")
-        loaded = browser.ask("wait-status paused 10")
+        self.start_player()
+        browser = self.start_browser()
+        loaded = self.load(browser, "clock:4")
         self.assertEqual((loaded["position"], loaded["duration"]), (0, 4000))
         browser.tell("play")
         first = browser.ask("wait-position 1 10")
@@ -158,15 +124,31 @@ class SamplePlayer(Contract, PlayerTest):
         browser.until("the seek", lambda status: status["position"] == 3500)
         browser.tell("play")
         self.assertEqual(browser.ask("wait-status ended 10")["position"], 4000)
-        for line in "volume 0.5", "mute on", "size 640 360", "cancel-load":
-            browser.tell(line)
-        browser.ask("wait-status idle 10")
+        browser.tell("rate -2")
+        browser.until("speed -200", lambda status: status["speed"] == -200)
+        for unload in "cancel-load", "load":
+            browser.tell("volume 0.5", "mute on", "size 640 360", unload)
+            idle = browser.ask("wait-status idle 10")
+            self.assertEqual((idle["position"], idle["duration"], idle["speed"]), (0, 0, 100))
+            self.load(browser)
         self.assertEqual(browser.quit(), 0)
-        self.assertIsNone(player.child.poll())
+
+
+class ReferencePlayer(Contract, PlayerTest):
+    def start_player(self):
+        player = super().start_player("--clock-load-time", "0", "--clock-seek-time", "0")
+        self.addCleanup(lambda: self.assertEqual(player.end(), 0))
+
+
+class SamplePlayer(Contract, PlayerTest):
+    def start_player(self):
+        self.player = self.enterContext(stand.Process(
+            [sys.executable, SOURCES / "examples/player.py"], self.directory, "player"))
+        self.addCleanup(lambda: self.assertIsNone(self.player.child.poll()))
 
     def test_frames_that_are_none_cost_their_sender_the_connection(self):
-        player = self.start_player()
-        browser = self.start_browser()
+        self.start_player()
+        browser, _ = self.meet()
         seek = wire.request("seek", ("ms", 1))
         for bad in (wire.number(0), wire.number(-1), wire.number(2097153), wire.number(-2147483648),
                     wire.framed(b"\0\0\0F" + seek[8:]), wire.framed(b"\0\0\0Gplay"),
@@ -176,32 +158,32 @@ class SamplePlayer(Contract, PlayerTest):
                     wire.request("seek"), wire.request("seek", ("ms", "1")),
                     wire.request("load", ("url", 7)), bytes(range(256)) * 256, seek[:20]):
             with self.subTest(bad[:40]):
-                lines = player.log_text().count("\n")
+                lines = self.player.log_text().count("\n")
                 self.assertIsNone(browser.send(bad))
-                self.assertGreater(player.log_text().count("\n"), lines)
+                self.assertGreater(self.player.log_text().count("\n"), lines)
                 self.assertEqual(browser.send(wire.request("play")), b"")
         self.assertEqual(browser.send(wire.request("unknown", ("a", None))), b"")
-        self.assertNotIn("Traceback", player.log_text())
+        self.assertNotIn("Traceback", self.player.log_text())
 
     def test_a_browser_whose_answers_are_none_is_left_and_found_again(self):
-        player = self.start_player()
+        self.start_player()
         with socket.create_server(("127.0.0.1", wire.STATE_PORT)) as listener:
             listener.settimeout(20)
-            for answer in (wire.number(-1), wire.number(2097153), wire.number(8) + b"short", b""):
+            for answer in wire.number(-1), wire.number(2097153), wire.number(8) + b"short", b"":
                 with listener.accept()[0] as state:
-                    wire.Report.of(wire.receive_frame(state))
+                    wire.read_report(wire.receive_frame(state))
                     state.sendall(answer)
                     state.shutdown(socket.SHUT_WR)
                     self.assertRaises(ConnectionError, wire.receive, state, 1000000)
-        self.assertGreaterEqual(player.log_text().count("the state connection is closed"), 3)
-        self.start_browser().wait(lambda report: report.media == IDLE)
+        self.assertGreaterEqual(self.player.log_text().count("the state connection is closed"), 3)
+        self.meet()[0].wait(lambda report: report.media == IDLE)
 
 
 class GStreamer(PlayerTest):
     """The reference player's GStreamer engine."""
 
     def make(self, name, pipeline):
-        path = pathlib.Path(self.directory) / name
+        path = self.directory / name
         subprocess.run(["gst-launch-1.0", "-q", *(
             f"{pipeline} ! webmmux ! filesink location={path}").split()], check=True, timeout=60)
         return path
@@ -218,26 +200,22 @@ class GStreamer(PlayerTest):
         return path
 
     def test_the_position_stays_within_the_duration(self):
-        self.enterContext(stand.Player(PROGRAMS, self.directory, engine="gstreamer"))
-        browser = self.start_browser()
-        browser.connect()
-        browser.call("load", ("url", str(self.make_audio())))
+        self.start_player(engine="gstreamer")
+        browser, see = self.meet()
+        see("load", str(self.make_audio()))
         # A demuxer that reads ahead may know a little better by now.
         browser.wait(lambda report: report.media == PAUSED and report.end_time >= 800)
-        browser.call("play")
-        ended = browser.wait(lambda report: report.media == ENDED)
+        ended = see("play", media=ENDED)
         self.assertEqual(ended.play_time, ended.end_time)
 
     def test_commands_with_a_video(self):
-        player = self.enterContext(stand.Player(PROGRAMS, self.directory, engine="gstreamer"))
+        player = self.start_player(engine="gstreamer")
         path = self.make("video.webm", "videotestsrc num-buffers=50 ! video/x-raw,width=320,"
                          "height=240,framerate=25/1 ! vp8enc deadline=1 keyframe-max-dist=5")
-        noise = pathlib.Path(self.directory) / "noise.webm"
+        noise = self.directory / "noise.webm"
         noise.write_bytes(bytes(range(256)) * 40)
-        browser = self.start_browser()
-        see = functools.partial(self.see, browser)
+        browser, see = self.meet()
         nothing = {"play_time": 0, "end_time": 0, "speed": 100, "in_seek": 0, "width": 0}
-        browser.connect()
         see("setVolume", 40, volume=40, media=IDLE)
         see("load", str(path), media=PAUSED, play_time=0, width=320, height=240, volume=40,
             total_low=path.stat().st_size)

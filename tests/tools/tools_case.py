@@ -1,33 +1,49 @@
 """What the tests of the programs share. The first argument of a test is the programs' folder."""
 
 import pathlib
+import subprocess
 import sys
 import tempfile
 import time
 import unittest
 
-from stand import Browser, Player
+import stand
 
 PROGRAMS = pathlib.Path(sys.argv.pop(1)).resolve()
+SOURCES = pathlib.Path(__file__).resolve().parents[2]
+
+
+def wait_until(condition, what="", seconds=20):
+    """Polls until the condition gives something true, and returns it."""
+    end = time.monotonic() + seconds
+    while not (value := condition()):
+        assert time.monotonic() < end, f"not within {seconds} s: {what}"
+        time.sleep(0.01)
+    return value
+
+
+def run(name, *arguments, **options):
+    """Runs a program to its end."""
+    file = PROGRAMS / name if name == "example_browser" else stand.program(PROGRAMS, name)
+    return subprocess.run([file, *map(str, arguments)], capture_output=True, text=True, timeout=60,
+                          check=False, **{"input": "", **options})
+
 
 class ToolsTest(unittest.TestCase):
     def setUp(self):
-        self.directory = self.enterContext(tempfile.TemporaryDirectory())
+        self.directory = pathlib.Path(self.enterContext(tempfile.TemporaryDirectory()))
 
     def start_player(self, *options, **named):
-        return self.enterContext(Player(PROGRAMS, self.directory, *options, **named))
-
-    def until(self, condition):
-        end = time.monotonic() + 20
-        while not condition():
-            self.assertLess(time.monotonic(), end)
-            time.sleep(0.01)
+        """A player that listens."""
+        player = self.enterContext(stand.Player(PROGRAMS, self.directory, *options, **named))
+        self.wait_until_listening(player)
+        return player
 
     def wait_until_listening(self, player):
-        self.until(lambda: "engine listens" in player.log_text())
+        wait_until(lambda: "engine listens" in player.log_text(), "the player listens")
 
     def start_browser(self, **named):
-        return self.enterContext(Browser(PROGRAMS, self.directory, **named))
+        return self.enterContext(stand.Browser(PROGRAMS, self.directory, **named))
 
     def load(self, browser, address="clock:60"):
         browser.ask("wait-player 10")

@@ -1,112 +1,50 @@
-"""The player and the browser stand-in, end to end, with the clock engine.
-
-Usage: tools_test.py PROGRAMS [unittest's arguments]. The folder scripts/lib must be on the path.
-"""
+"""The player and the browser stand-in, end to end, with the clock engine."""
 
 import json
 import os
-import pathlib
-import pty
 import re
 import signal
 import socket
 import subprocess
-import tempfile
 import unittest
 
-from stand import program
-from tools_case import PROGRAMS, ToolsTest
-from wire import request
+import stand
+import wire
+from tools_case import PROGRAMS, ToolsTest, run, wait_until
 
 
 class Commands(ToolsTest):
-    """Each command's effect, as the status tells it."""
+    """What the status tells of commands; player_test.py has the rest of them."""
 
     def setUp(self):
         super().setUp()
         self.player = self.start_player()
         self.browser = self.start_browser()
 
-    def wait_for_volume(self, volume):
-        # The audible volume is the status value that the library only logs, ahead of the others.
-        def heard(_):
-            reports = re.findall(r"(\d+) -?\d+ -?\d+ -?\d+ -?\d+ inSeek", self.browser.log_text())
-            return int(reports[-1]) == volume
-        self.browser.until(f"volume {volume}", heard)
-
-    def test_load_play_pause_and_cancel(self):
-        loaded = self.load(self.browser, "clock:30")
-        self.assertEqual((loaded["position"], loaded["duration"], loaded["speed"]),
-                         (0, 30000, 100))
-        self.assertEqual((loaded["width"], loaded["height"]), (640, 360))
-        self.browser.tell("play")
-        self.browser.ask("wait-status playing 5")
-        self.browser.ask("wait-position 500 5")
-        self.browser.tell("pause")
-        paused = self.browser.ask("wait-status paused 5")
-        self.browser.tell("wait 0.6")
-        self.assertEqual(self.browser.status()["position"], paused["position"])
-        self.browser.tell("load")  # without an address: unloads, as cancel-load does
-        self.browser.ask("wait-status idle 5")
-        self.load(self.browser)
-        self.browser.tell("cancel-load")
-        idle = self.browser.ask("wait-status idle 5")
-        self.assertEqual((idle["position"], idle["duration"]), (0, 0))
-
-    def test_seek_tells_that_it_is_under_way_and_lands(self):
+    def test_seek_volume_mute_and_size(self):
         self.load(self.browser)
         self.browser.tell("seek 12.5")
         under_way = self.browser.until("in seek", lambda status: status["inSeek"])
         self.assertEqual(under_way["position"], 12500)
         landed = self.browser.until("the end of the seek", lambda status: not status["inSeek"])
         self.assertEqual(landed["position"], 12500)
-        self.browser.tell("seek 1000")
-        self.browser.until("the end of the media", lambda status: status["position"] == 60000)
-
-    def test_rates(self):
-        self.load(self.browser)
-        self.browser.tell("seek 30", "play", "rate -2")
-        self.browser.until("speed -200", lambda status: status["speed"] == -200)
-        self.browser.ask("wait-position 29000 5")
-        self.browser.tell("rate 0")
-        still = self.browser.until("speed 0", lambda status: status["speed"] == 0)
-        self.assertEqual(still["state"], "playing")
-        self.browser.tell("wait 0.6")
-        self.assertEqual(self.browser.status()["position"], still["position"])
-        self.browser.tell("rate 16")
-        ended = self.browser.ask("wait-status ended 10")
-        self.assertEqual((ended["position"], ended["speed"]), (60000, 1600))
-        self.load(self.browser)
-        self.assertEqual(self.browser.status()["speed"], 100)
-
-    def test_volume_mute_and_size(self):
-        self.load(self.browser)
-        self.browser.tell("volume 0.4")
-        self.wait_for_volume(40)
-        self.browser.tell("mute on")
-        self.wait_for_volume(0)
-        self.browser.tell("mute off")
-        self.wait_for_volume(40)
+        for command, volume in ("volume 0.4", "40"), ("mute on", "0"), ("mute off", "40"):
+            self.browser.tell(command)
+            # The library only logs the audible volume, ahead of the values of the status.
+            self.browser.until(command, lambda _, volume=volume: re.findall(
+                r"(\d+) -?\d+ -?\d+ -?\d+ -?\d+ inSeek", self.browser.log_text())[-1] == volume)
         self.browser.tell("size 800 450")
         self.browser.status()  # the command before it has been answered by now
         self.assertIn("setSize 800 450", self.player.log_text())
 
     def test_a_file_beyond_4_gibibytes(self):
         size = 5 << 30
-        with open(pathlib.Path(self.directory) / "large.webm", "wb") as media:
+        with (self.directory / "large.webm").open("wb") as media:
             media.truncate(size)
         self.assertEqual(self.load(self.browser, "large.webm")["totalBytes"], size)
         self.browser.tell("seek 55")
         self.browser.until("an offset", lambda status: status["currentOffset"] > 1 << 32)
 
-    def test_a_missing_file_is_shown_and_the_next_one_plays(self):
-        self.browser.ask("wait-player 10")
-        self.browser.tell("load /nowhere/video.webm", "play")
-        missing = self.browser.ask("wait-status not-found 5")
-        self.assertEqual(missing["mediaStatus"], 100)
-        self.load(self.browser)
-        self.browser.tell("play")
-        self.browser.ask("wait-position 200 5")
 
 class Recovery(ToolsTest):
     def test_the_browser_tells_a_dead_player_and_goes_on_with_the_next(self):
@@ -115,7 +53,7 @@ class Recovery(ToolsTest):
         self.load(browser)
         browser.tell("volume 0.3", "seek 20", "rate 0.5", "play")
         browser.until("playing", lambda status: status["position"] > 20000)
-        for name in ("second", "third"):
+        for name in "second", "third":
             browser.events.clear()
             player.kill()
             browser.ask("wait-gone 10")
@@ -141,8 +79,7 @@ class Recovery(ToolsTest):
 
     def test_wrong_requests_are_logged_and_do_no_harm(self):
         player = self.start_player()
-        self.wait_until_listening(player)
-        with socket.create_connection(("127.0.0.1", 56911), 10) as peer:
+        with socket.create_connection(("127.0.0.1", wire.COMMAND_PORT), 10) as peer:
             for line, method, *arguments in (
                     ("load refused", "load"), ("load refused", "load", ("url", 7)),
                     ("load refused", "load", ("url", "a\033[2Jb")),
@@ -156,48 +93,23 @@ class Recovery(ToolsTest):
                     ("setVolume: -1 is taken as 0", "setVolume", ("v", -1)),
                     ("setSize: 0 is taken as 1", "setSize", ("w", 0), ("h", 10))):
                 before = player.log_text().count(line)
-                peer.sendall(request(method, *arguments))
+                peer.sendall(wire.request(method, *arguments))
                 self.assertEqual(peer.recv(4), bytes(4), "an empty answer")
                 self.assertEqual(player.log_text().count(line), before + 1, line)
-        browser = self.start_browser()
-        self.load(browser)
-        browser.tell("play")
-        browser.ask("wait-position 200 5")
+        self.load(self.start_browser())
 
-    def test_browsers_come_and_go_while_the_player_plays_on(self):
-        player = self.start_player()
-        first = self.start_browser(name="first")
-        self.load(first)
-        first.tell("play")
-        last = first.ask("wait-position 200 5")["position"]
-        first.kill()
-        for name in ("second", "third", "fourth"):
-            browser = self.start_browser(name=name)
-            seen = browser.ask("wait-status playing 10")
-            self.assertGreater(seen["position"], last)
-            last = seen["position"]
-            browser.tell("volume 0.5")  # so that the player has a connection to lose, too
-            self.assertEqual(browser.quit(), 0)
-        self.assertEqual(player.end(), 0)
 
 class Consoles(ToolsTest):
     PORT = "28282"  # the default, in a network of its own
 
     def console(self, *lines):
-        command = [program(PROGRAMS, "console"), "--port", self.PORT]
-        command += [word for line in lines for word in ("--exec", line)]
-
-        def run():
-            status = subprocess.run(command, timeout=60, check=False).returncode
-            self.assertIn(status, (0, 3))
-            return status == 0
-
-        self.until(run)  # 3: the console's thread, one of its own, does not listen yet
+        """Runs the lines as soon as the console's thread, one of its own, listens."""
+        words = [word for line in lines for word in ("--exec", line)]
+        wait_until(lambda: run("console", "--port", self.PORT, *words).returncode == 0, lines)
 
     def test_a_player_fails_and_answers_late_on_request(self):
         player = self.start_player("--console")
-        names = pathlib.Path(self.directory) / "names"
-        self.wait_until_listening(player)
+        names = self.directory / "names"
         self.console(f"commands {names}", "commands", f"commands {names}")
         self.assertEqual(sorted(names.read_text().split()),
                          ["commands", "player_delay", "player_fail", "player_state",
@@ -221,194 +133,154 @@ class Consoles(ToolsTest):
         self.start_player()
         browser = self.start_browser(options=["--console=" + self.PORT])
         self.load(browser)
-        self.console("video_play")
-        browser.ask("wait-status playing 10")
-        self.console("video_seek 20000")
-        browser.ask("wait-position 20000 10")
-        self.console("video_pause")
-        browser.ask("wait-status paused 10")
-        self.console("video_status")
-        self.assertRegex(browser.log_text(), r"media status 3 at 2\d+ of 60000 ms, speed 100")
-        self.console("PRINT hello", "help")  # on standard output they would be no JSON
+        for line, awaited in (("video_play", "wait-status playing 10"),
+                              ("video_seek 20000", "wait-position 20000 10"),
+                              ("video_pause", "wait-status paused 10")):
+            self.console(line)
+            browser.ask(awaited)
+        # On standard output the answers would be no JSON.
+        self.console("video_status", "PRINT hello", "help")
         browser.status()
+        self.assertRegex(browser.log_text(), r"media status 3 at 2\d+ of 60000 ms, speed 100")
         self.assertIn("hello\nYou can find available command", browser.log_text())
 
+
 class Endings(ToolsTest):
-    def run_program(self, name, *arguments, directory=None, stdout=subprocess.PIPE, **named):
-        file = PROGRAMS / name if name == "example_browser" else program(PROGRAMS, name)
-        return subprocess.run([file, *arguments], cwd=directory or self.directory,
-                              timeout=60, stdout=stdout, stderr=subprocess.PIPE, text=True,
-                              stdin=subprocess.DEVNULL, check=False, **named)
+    def run_program(self, name, *arguments, status=0, **named):
+        """What was printed by the program, which is to end with that status."""
+        done = run(name, *arguments, **{"cwd": self.directory, **named})
+        self.assertEqual(done.returncode, status, (name, arguments, done))
+        self.errors = done.stderr
+        return done.stdout
+
+    def events(self, *arguments, status=0):
+        """What the browser told."""
+        return [json.loads(line) for line in
+                self.run_program("browser", *arguments, status=status).splitlines()]
 
     def test_signals_end_the_player_cleanly(self):
-        for how in (signal.SIGTERM, signal.SIGINT):
-            player = self.start_player(name=how.name)
-            self.wait_until_listening(player)
-            self.assertEqual(player.end(how), 0)
-        player = self.start_player(name="playing")
-        browser = self.start_browser()
-        self.load(browser)
-        browser.tell("play")
-        browser.ask("wait-position 1 5")
-        self.assertEqual(player.end(), 0)
+        for how in signal.SIGTERM, signal.SIGINT:
+            self.assertEqual(self.start_player(name=how.name).end(how), 0)
 
-    def test_a_wrong_command_line_is_a_usage_error(self):
+    def test_what_can_not_be_done_is_told(self):
+        for library in "missing.so", "libc.so.6":
+            self.run_program("browser", "--library", library, "--exec", "status", status=3)
+            self.assertNotEqual(self.errors, "")
+        with socket.create_server(("127.0.0.1", 0)) as other:
+            self.run_program("player", "--engine", "clock", "--listen-port",
+                             other.getsockname()[1], status=1)
+        self.assertIn("Can not listen", self.errors)
         for name, *arguments in (
                 ("player", "--engine", "magic"), ("player", "--listen", "nobody"),
                 ("player", "--listen-port", "0"), ("player", "--browser-port", "65536"),
-                ("player", "surplus"), ("player", "--log", "loud"), ("browser", "--script", "missing file"),
-                ("browser", "--exec", "play", "--script", "x"),
-                ("browser", "--log-file", "no/where"), ("browser", "--log", "5"),
-                ("browser", "--log", "-1"), ("browser", "--console", "x"),
-                ("boxinfo", "--log", "loud"), ("boxinfo", "surplus")):
-            done = self.run_program(name, *arguments)
-            self.assertEqual(done.returncode, 2, (name, arguments, done))
-            self.assertNotEqual(done.stderr, "")
-        bad_address = self.run_program("player", env={**os.environ, "HBB_SYSTEM_IP": "x"})
-        self.assertEqual(bad_address.returncode, 2)
-
-    def at_a_terminal(self, name, *arguments):
-        """What the program writes to a terminal."""
-        master, terminal = pty.openpty()
-        done = self.run_program(name, *arguments, stdout=terminal)
-        os.close(terminal)
-        written = b""
-        try:
-            while part := os.read(master, 65536):
-                written += part
-        except OSError:  # the end of a terminal
-            pass
-        os.close(master)
-        self.assertEqual(done.returncode, 0, done)
-        return written.decode().replace("\r\n", "\n")
+                ("player", "surplus"), ("player", "--log", "loud"),
+                ("browser", "--script", "missing file"), ("browser", "--log", "-1"),
+                ("browser", "--exec", "play", "--script", "x"), ("browser", "--log", "5"),
+                ("browser", "--log-file", "no/where"), ("browser", "--console", "x"),
+                ("boxinfo", "--log", "loud"), ("boxinfo", "surplus"), ("example_browser",)):
+            self.run_program(name, *arguments, status=2)
+            self.assertNotEqual(self.errors, "")
+        self.run_program("player", env={**os.environ, "HBB_SYSTEM_IP": "x"}, status=2)
 
     def test_help_and_version_stand_alone(self):
+        def at_a_terminal(name, option):
+            command = f"{stand.program(PROGRAMS, name)} {option}"
+            done = subprocess.run(["script", "-qec", command, "/dev/null"], timeout=60, check=True,
+                                  stdin=subprocess.DEVNULL, stdout=subprocess.PIPE, text=True)
+            return done.stdout
+
         for name, start in (("browser", "A stand-in"), ("boxinfo", "Shows what"),
                             ("player", "The refere")):
-            helped = self.at_a_terminal(name, "--help")
+            helped = at_a_terminal(name, "--help")
             self.assertEqual(helped[:10], start, "nothing of the library's stands before")
             self.assertIn("Exit status:\n  0  ", helped)
-            version = self.at_a_terminal(name, "--version")
-            self.assertRegex(version, rf"\Ahtml5-video-{name} \d+\.\d+\.\d+\n\Z")
+            self.assertRegex(at_a_terminal(name, "--version"),
+                             rf"\Ahtml5-video-{name} \d+\.\d+\.\d+\n\Z")
 
     def test_the_log_goes_where_logger_conf_and_the_option_say(self):
+        conf, log = self.directory / "logger.conf", self.directory / "log"
         for text, options, errors, in_file in (
                 (None, [], True, False), (None, ["--log", "none"], False, False),
                 ("mode=0", [], False, False), ("mode=2\noutpath=log", [], False, True),
                 ("mode=2\noutpath=log", ["--log", "1"], True, False),
                 ("mode=0\noutpath=log", ["--log", "FILE"], False, True)):
-            with self.subTest(text, options=options), tempfile.TemporaryDirectory() as place:
+            with self.subTest(text, options=options):
                 if text is not None:
-                    (pathlib.Path(place) / "logger.conf").write_text(text)
-                done = self.run_program("browser", "--exec", "play", *options, directory=place)
-                self.assertEqual((done.returncode, done.stdout), (0, ""))
-                log = pathlib.Path(place) / "log"
-                self.assertEqual("play" in done.stderr, errors, done.stderr)
+                    conf.write_text(text)
+                log.unlink(missing_ok=True)
+                self.assertEqual(self.run_program("browser", "--exec", "play", *options), "")
+                self.assertEqual("play" in self.errors, errors, self.errors)
                 self.assertEqual(log.exists() and "play" in log.read_text(), in_file)
 
     def test_the_players_log_comes_by_udp(self):
         with socket.socket(socket.AF_INET, socket.SOCK_DGRAM) as receiver:
             receiver.bind(("127.0.0.1", 0))
             receiver.settimeout(20)
-            (pathlib.Path(self.directory) / "logger.conf").write_text(
+            (self.directory / "logger.conf").write_text(
                 f"mode=3\nserverip=127.0.0.1\nport={receiver.getsockname()[1]}\n")
-            player = self.start_player()
-            received = b""
-            while b"The clock engine listens on 127.0.0.1" not in received:
-                received += receiver.recv(4096)
-            self.assertEqual(player.end(), 0)
-            self.assertEqual(player.log_text(), "")
-            player = self.start_player("--log", "stderr", name="asked")
-            self.wait_until_listening(player)
-            self.assertEqual(player.end(), 0)
-
-    def test_a_taken_port_is_told(self):
-        with socket.socket() as other:
-            other.bind(("127.0.0.1", 0))
-            other.listen(1)
-            done = self.run_program("player", "--engine", "clock", "--listen-port",
-                                    str(other.getsockname()[1]))
-        self.assertEqual(done.returncode, 1)
-        self.assertIn("Can not listen", done.stderr)
+            with stand.Player(PROGRAMS, self.directory) as player:
+                received = b""
+                while b"The clock engine listens on 127.0.0.1" not in received:
+                    received += receiver.recv(4096)
+                self.assertEqual(player.end(), 0)
+                self.assertEqual(player.log_text(), "")
+        self.start_player("--log", "stderr", name="asked")
 
     def test_scripts_of_the_browser(self):
         self.start_player()
-        script = pathlib.Path(self.directory) / "script"
-        script.write_text("# a comment\n\nwait-player 10\nload clock:1\nplay\n"
-                          "wait-status ended 20\nquit\nstatus\n")
-        done = self.run_program("browser", "--script", "script")
-        self.assertEqual(done.returncode, 0, done)
-        lines = [json.loads(line) for line in done.stdout.splitlines()]
-        self.assertEqual([line["event"] for line in lines], ["player-found", "status", "status"])
-        self.assertEqual((lines[-1]["state"], lines[-1]["position"]), ("ended", 1000))
-
-        timed_out = self.run_program("browser", "--exec", "wait-status buffering 0.2; status")
-        self.assertEqual(timed_out.returncode, 1)
-        self.assertEqual(json.loads(timed_out.stdout.splitlines()[-1])["event"], "timeout")
+        (self.directory / "script").write_text(
+            "# a comment\n\nwait-player 10\nload clock:1\nplay\nwait-status ended 20\nquit\n"
+            "status\n")
+        events = self.events("--script", "script")
+        self.assertEqual([event["event"] for event in events],
+                         ["player-found", "status", "status"])
+        self.assertEqual((events[-1]["state"], events[-1]["position"]), ("ended", 1000))
+        events = self.events("--exec", "wait-status buffering 0.2; status", status=1)
+        self.assertEqual(events[-1]["event"], "timeout")
 
     def test_a_wrong_command_stops_a_script_before_it_begins(self):
         for wrong, reason in (
                 ("jump 3", "jump"), ("seek", "usage"), ("seek fast", "usage"),
                 ("seek 1 2", "usage"), ("seek nan", "usage"), ("seek -1", "0 to"),
-                ("mute maybe", "usage"), ("size 1", "usage"), ("wait-status playing", "usage"), ("play now", "usage"),
-                ("load a b", "usage"), ('load "a', "usage"), ("rate 16.5", "-16 to 16"),
-                ("rate -17", "-16 to 16"), ("wait 1e9", "0 to 86400"),
+                ("mute maybe", "usage"), ("size 1", "usage"), ("wait-status playing", "usage"),
+                ("play now", "usage"), ("load a b", "usage"), ('load "a', "usage"),
+                ("rate 16.5", "-16 to 16"), ("rate -17", "-16 to 16"), ("wait 1e9", "0 to 86400"),
                 ("wait-status plaing 1", "idle, loading, paused, playing"),
                 ("wait-status ? 1", "unknown state: ?")):
-            done = self.run_program("browser", "--exec", f"status; {wrong}")
-            self.assertEqual(done.returncode, 2, wrong)
-            events = [json.loads(line) for line in done.stdout.splitlines()]
-            self.assertEqual([event["event"] for event in events], ["error"], wrong)
-            self.assertIn(reason, events[0]["reason"])
-        self.assertIn("not-found", self.run_program("browser", "--help").stdout)
+            (event, ) = self.events("--exec", f"status; {wrong}", status=2)
+            self.assertEqual(event["event"], "error", wrong)
+            self.assertIn(reason, event["reason"])
+        self.assertIn("not-found", self.run_program("browser", "--help"))
 
     def test_a_url_without_a_terminal_is_played_to_its_end(self):
-        player = self.start_player("--clock-duration", "500")
-        (pathlib.Path(self.directory) / "a; film.webm").touch()
+        self.start_player("--clock-duration", "500")
+        (self.directory / "a; film.webm").touch()
         for _ in range(2):  # the former end is not taken for the second one
-            done = self.run_program("browser", "clock:0.5")
-            self.assertEqual(done.returncode, 0, done)
-            states = [json.loads(line).get("state") for line in done.stdout.splitlines()]
+            states = [event.get("state") for event in self.events("clock:0.5")]
             self.assertIn("playing", states)
             self.assertEqual(states[-1], "ended")
-        missing = self.run_program("browser", "/nowhere")
-        self.assertEqual(missing.returncode, 4)
-        self.assertEqual(json.loads(missing.stdout.splitlines()[-1])["state"], "not-found")
-        quoted = 'wait-player 10; load "a; film.webm"; play; wait-status ended 10'
-        self.assertEqual(self.run_program("browser", "--exec", quoted).returncode, 0)
-        self.assertEqual(player.end(), 0)
-
-    def test_a_library_that_can_not_be_used_is_told(self):
-        for library in ("missing.so", "libc.so.6"):
-            done = self.run_program("browser", "--library", library, "--exec", "status")
-            self.assertEqual(done.returncode, 3)
-            self.assertNotEqual(done.stderr, "")
-
-    def test_the_c_example_plays_to_the_end(self):
-        self.wait_until_listening(self.start_player())
-        self.assertEqual(self.run_program("example_browser", "clock:1").returncode, 0)
-        self.assertEqual(self.run_program("example_browser", "/nowhere").returncode, 1)
-        self.assertEqual(self.run_program("example_browser").returncode, 2)
+        missing = self.events("/nowhere", status=4)[-1]
+        self.assertEqual((missing["state"], missing["mediaStatus"]), ("not-found", 100))
+        self.run_program("browser", "--exec",
+                         'wait-player 10; load "a; film.webm"; play; wait-status ended 10')
 
     def test_the_c_example_goes_on_where_its_player_died(self):
-        def shown(pattern):
-            return self.until(lambda: re.search(pattern, output.read_text()))
-
         player = self.start_player()
-        self.wait_until_listening(player)
-        output = pathlib.Path(self.directory) / "output"
-        with output.open("w") as out, subprocess.Popen(
-                [PROGRAMS / "example_browser", "clock:4"], cwd=self.directory, stdout=out,
-                stderr=subprocess.PIPE) as browser:
-            shown(r" 2\.\d of 4.0 s, .* playing")
+        output = self.directory / "output"
+        with output.open("w") as out, stand.Process(
+                [PROGRAMS / "example_browser", "clock:4"], self.directory, "browser",
+                stdout=out) as browser:
+            wait_until(lambda: re.search(r" 2\.\d of 4.0 s, .* playing", output.read_text()))
             player.kill()
-            shown("the player has gone")
+            wait_until(lambda: "the player has gone" in output.read_text())
             self.start_player(name="second")
-            self.assertEqual(browser.wait(30), 0)
-            self.assertEqual(browser.stderr.read(), b"")
+            self.assertEqual(browser.child.wait(30), 0)
+            self.assertEqual(browser.log_text(), "")
         after = output.read_text().split("the player has gone")[1]
+        self.run_program("example_browser", "/nowhere", status=1)
         positions = [float(word) for word in re.findall(r"([\d.]+) of 4.0 s, .* playing", after)]
         self.assertGreaterEqual(min(positions), 2.0)
+
 
 if __name__ == "__main__":
     unittest.main()

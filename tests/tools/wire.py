@@ -1,10 +1,12 @@
 """The frames between browser and player, made and read by code that shares nothing with either."""
 
+import collections
 import socket
 import struct
 import threading
 import time
-from typing import NamedTuple
+
+from tools_case import wait_until
 
 COMMAND_PORT = 56911
 STATE_PORT = 56910
@@ -48,37 +50,25 @@ def receive(connection, count):
 
 def receive_frame(connection):
     """What follows the length word."""
-    return receive(connection, struct.unpack("<i", receive(connection, 4))[0])
+    return receive(connection, int.from_bytes(receive(connection, 4), "little", signed=True))
 
 
-class Report(NamedTuple):
-    """What a SetStatus tells, and when it came."""
-    time: float
-    play_time: int
-    end_time: int
-    speed: int
-    volume: int
-    media: int
-    width: int
-    height: int
-    in_seek: int
-    total_high: int
-    total_low: int
-    offset_high: int
-    offset_low: int
+# What a SetStatus tells, and when it came.
+Report = collections.namedtuple(
+    "Report", "time play_time end_time speed volume media width height in_seek total_high "
+    "total_low offset_high offset_low")
 
-    @classmethod
-    def of(cls, payload):
-        start = b"\0\0\0G" + text("SetStatus") + b"\0\0\0H" + text("i" * 12)
-        assert payload.startswith(start), payload
-        at = len(start)
-        values = []
-        for _ in range(12):
-            at += len(text(payload[at:payload.index(b"\0", at)]))
-            values.append(struct.unpack_from("<i", payload, at)[0])
-            at += 4
-        assert at == len(payload), payload
-        return cls(time.monotonic(), *values)
+
+def read_report(payload):
+    start = b"\0\0\0G" + text("SetStatus") + b"\0\0\0H" + text("i" * 12)
+    assert payload.startswith(start), payload
+    at = len(start)
+    values = []
+    for _ in range(12):
+        at += len(text(payload[at:payload.index(b"\0", at)])) + 4
+        values.append(int.from_bytes(payload[at - 4:at], "little", signed=True))
+    assert at == len(payload), payload
+    return Report(time.monotonic(), *values)
 
 
 class Browser:
@@ -87,10 +77,10 @@ class Browser:
 
     def __init__(self, pause=0.0):
         self.pause = pause
+        self.reported = threading.Condition()
         self.reports = []
         self.listener = socket.create_server(("127.0.0.1", STATE_PORT))
-        self.serving = None
-        self.commands = None
+        self.serving = self.commands = None
         self.ending = False
         self.server = threading.Thread(target=self._serve)
         self.server.start()
@@ -106,25 +96,23 @@ class Browser:
 
     def _take_reports(self):
         while True:
-            report = Report.of(receive_frame(self.serving))
+            report = read_report(receive_frame(self.serving))
             time.sleep(self.pause)
-            self.reports.append(report)
+            with self.reported:
+                self.reports.append(report)
+                self.reported.notify()
             self.serving.sendall(framed(EMPTY_RECORD))
 
-    def connect(self, seconds=20):
-        """To the player's commands, when it listens."""
-        end = time.monotonic() + seconds
-        while self.commands is None:
-            try:
-                self.commands = socket.create_connection(("127.0.0.1", COMMAND_PORT), seconds)
-            except ConnectionRefusedError:
-                assert time.monotonic() < end, "no player listens"
-                time.sleep(0.02)
+    def _connect(self):
+        try:
+            return socket.create_connection(("127.0.0.1", COMMAND_PORT), 20)
+        except ConnectionRefusedError:
+            return None
 
     def send(self, data):
-        """Sends bytes and takes one answer; None when the player closes instead."""
+        """Sends bytes, when the player listens, and takes one answer; None when it closes."""
+        self.commands = self.commands or wait_until(self._connect, "a player that listens")
         try:
-            self.connect()
             self.commands.sendall(data)
             return receive_frame(self.commands)
         except ConnectionError:
@@ -137,22 +125,20 @@ class Browser:
         assert self.send(request(method, *arguments)) is not None, method
         return len(self.reports)
 
-    def wait(self, condition, after=0, seconds=20):
+    def wait(self, condition, after=0):
         """The first report behind that many that fulfils the condition."""
-        end = time.monotonic() + seconds
-        while True:
-            for report in self.reports[after:]:
-                if condition(report):
-                    return report
-            assert time.monotonic() < end, f"not among {self.reports[after:][-5:]}"
-            time.sleep(0.002)
+        with self.reported:
+            found = self.reported.wait_for(
+                lambda: next(filter(condition, self.reports[after:]), None), 20)
+            assert found, f"not among {self.reports[after:][-5:]}"
+            return found
 
     def __enter__(self):
         return self
 
     def __exit__(self, *_):
         self.ending = True
-        for connection in (self.listener, self.serving):
+        for connection in self.listener, self.serving:
             if connection is not None and connection.fileno() >= 0:
                 connection.shutdown(socket.SHUT_RDWR)
         self.server.join()

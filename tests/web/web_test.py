@@ -1,109 +1,97 @@
-"""The pages of this folder in the web browser, with the reference player.
-
-Usage: web_test.py PROGRAMS [unittest's arguments]. The folder scripts/lib must be on the path. Each
-stand has loopback addresses of its own, so several may run side by side.
-"""
+"""The pages of this folder in the web browser, with the reference player. Each stand has loopback
+addresses of its own, so several may run side by side."""
 
 import concurrent.futures
+import contextlib
 import http.server
 import itertools
 import os
 import pathlib
 import re
-import shutil
 import signal
 import socket
 import socketserver
 import subprocess
-import sys
 import tempfile
 import threading
-import time
 import unittest
 import urllib.parse
 
 from stand import Player, Process
+from tools_case import PROGRAMS, wait_until
+from wire import COMMAND_PORT, EMPTY_RECORD, framed, receive_frame
 
-PROGRAMS = pathlib.Path(sys.argv.pop(1)).resolve()
-BROWSER = PROGRAMS / "html5-video-web-browser"
 PAGES = pathlib.Path(__file__).resolve().parent / "pages"
-COMMANDS_PORT = 56911
 STANDS = itertools.count(1)
-
-
-def wait_until(condition, what, seconds=10):
-    end = time.monotonic() + seconds
-    while not condition():
-        if time.monotonic() > end:
-            raise AssertionError(f"not within {seconds} s: {what}")
-        time.sleep(0.01)
 
 
 def make_media(folder):
     """A picture and a tone, with a key frame each half second, so that seeks are exact."""
-    for name, seconds in (("short", 6), ("long", 10)):
-        subprocess.run(
-            ["gst-launch-1.0", "-q", "videotestsrc", f"num-buffers={seconds * 25}", "!",
-             "video/x-raw,width=320,height=240,framerate=25/1", "!", "vp8enc", "deadline=1",
-             "keyframe-max-dist=12", "!", "webmmux", "name=mux", "!", "filesink",
-             f"location={folder}/{name}.webm", "audiotestsrc", "samplesperbuffer=441",
-             f"num-buffers={seconds * 100}", "!", "audio/x-raw,rate=44100", "!", "vorbisenc", "!",
-             "mux."],
-            check=True, timeout=60)
+    for name, seconds in ("short", 6), ("long", 10):
+        pipeline = (f"videotestsrc num-buffers={seconds * 25} ! video/x-raw,width=320,height=240,"
+                    "framerate=25/1 ! vp8enc deadline=1 keyframe-max-dist=12 ! webmmux name=mux ! "
+                    f"filesink location={folder}/{name}.webm audiotestsrc samplesperbuffer=441 "
+                    f"num-buffers={seconds * 100} ! audio/x-raw,rate=44100 ! vorbisenc ! mux.")
+        subprocess.run(["gst-launch-1.0", "-q", *pipeline.split()], check=True, timeout=60)
     (folder / "noise.webm").write_bytes(bytes(range(256)) * 40)
 
 
-class Site(http.server.ThreadingHTTPServer):
-    """Serves the pages and the media, and lets a page look at its player and kill it."""
+class Server(socketserver.ThreadingTCPServer):
+    """Answers on threads until it is closed."""
 
     daemon_threads = True
+    allow_reuse_address = True
 
-    def __init__(self, stand):
-        super().__init__(("0.0.0.0", 0), Handler)
-        self.stand = stand
-        self.agents = []  # who asked for media
+    def __init__(self, address, handler):
+        super().__init__(address, handler)
         threading.Thread(target=self.serve_forever, daemon=True).start()
 
     def handle_error(self, *_):
         pass  # whoever plays may close early
 
+    def close(self):
+        self.shutdown()
+        self.server_close()
+
+
+class Site(Server):
+    """Serves the pages and the media, and lets a page look at its player and kill it."""
+
+    def __init__(self, stand):
+        self.agents = []  # who asked for media
+        self.actions = {"/player/log": stand.player_log, "/player/kill": stand.kill_player,
+                        "/player/start": stand.start_player,
+                        "/media/agents": lambda: "\n".join(self.agents)}
+        super().__init__(("0.0.0.0", 0), Handler)
+
 
 class Handler(http.server.BaseHTTPRequestHandler):
     protocol_version = "HTTP/1.1"
+    TYPES = {".html": "text/html", ".js": "text/javascript", ".webm": "video/webm"}
 
     def do_GET(self):
-        path = urllib.parse.urlsplit(self.path).path
-        action = {"/player/log": self.server.stand.player_log,
-                  "/player/kill": self.server.stand.kill_player,
-                  "/player/start": self.server.stand.start_player,
-                  "/media/agents": lambda: "\n".join(self.server.agents)}.get(path)
-        folder = MEDIA if path.startswith("/media/") else PAGES
-        file = folder / pathlib.PurePath(path).name
-        if action:
-            self.answer(200, (action() or "").encode(), "text/plain")
+        path = pathlib.PurePath(urllib.parse.urlsplit(self.path).path)
+        file = (MEDIA if path.parent.name == "media" else PAGES) / path.name
+        if action := self.server.actions.get(str(path)):
+            self.answer(200, (action() or "").encode())
         elif file.is_file():
             self.send_file(file)
         else:
-            self.answer(404, b"missing", "text/plain")
+            self.answer(404, b"missing")
 
     def send_file(self, file):
-        types = {".html": "text/html", ".js": "text/javascript", ".webm": "video/webm"}
         data = file.read_bytes()
+        kind = self.TYPES[file.suffix]
         if file.suffix == ".webm":
             self.server.agents.append(self.headers.get("User-Agent", "?"))
-        wanted = re.fullmatch(r"bytes=(\d+)-(\d*)", self.headers.get("Range", ""))
-        if not wanted:
-            self.answer(200, data, types[file.suffix])
-            return
-        first = int(wanted[1])
-        last = min(int(wanted[2] or len(data)), len(data) - 1)
-        if first > last:
-            self.answer(416, b"", "text/plain")
-        else:
-            self.answer(206, data[first:last + 1], types[file.suffix],
+        if wanted := re.fullmatch(r"bytes=(\d+)-(\d*)", self.headers.get("Range", "")):
+            first, last = int(wanted[1]), min(int(wanted[2] or len(data)), len(data) - 1)
+            self.answer(206 if first <= last else 416, data[first:last + 1], kind,
                         ("Content-Range", f"bytes {first}-{last}/{len(data)}"))
+        else:
+            self.answer(200, data, kind)
 
-    def answer(self, status, body, kind, *headers):
+    def answer(self, status, body, kind="text/plain", *headers):
         self.send_response(status)
         for name, value in (("Content-Type", kind), ("Content-Length", str(len(body))),
                             ("Accept-Ranges", "bytes"), *headers):
@@ -115,75 +103,59 @@ class Handler(http.server.BaseHTTPRequestHandler):
         pass
 
 
-class Dropper(socketserver.ThreadingTCPServer):
+class Dropper(Server):
     """Stands between browser and player, and keeps one command from the player: the browser gets
     the empty answer of a player that took it."""
 
-    daemon_threads = True
-    allow_reuse_address = True
-
     def __init__(self, address, player_address, method):
-        super().__init__((address, COMMANDS_PORT), DroppedConnection)
         self.player_address = player_address
         self.beginning = b"\0\0\0G" + method.encode() + b"\0"
         self.dropped = 0
-        threading.Thread(target=self.serve_forever, daemon=True).start()
+        super().__init__((address, COMMAND_PORT), DroppedConnection)
 
 
 class DroppedConnection(socketserver.BaseRequestHandler):
-    EMPTY_ANSWER = b"\x08\0\0\0" + b"\0\0\0H" + bytes(4)
-
     def handle(self):
-        with socket.create_connection((self.server.player_address, COMMANDS_PORT)) as player:
-            while True:
-                frame = self.read_frame(self.request)
-                if frame is None:
-                    return
-                if frame[4:].startswith(self.server.beginning):
+        with socket.create_connection((self.server.player_address, COMMAND_PORT)) as player:
+            while True:  # until one of them closes
+                frame = receive_frame(self.request)
+                if frame.startswith(self.server.beginning):
                     self.server.dropped += 1
-                    self.request.sendall(self.EMPTY_ANSWER)
-                    continue
-                player.sendall(frame)
-                answer = self.read_frame(player)
-                if answer is None:
-                    return
-                self.request.sendall(answer)
-
-    def read_frame(self, connection):
-        length = connection.recv(4, socket.MSG_WAITALL)
-        if len(length) < 4:
-            return None
-        size = int.from_bytes(length, "little")
-        return length + (connection.recv(size, socket.MSG_WAITALL) if size else b"")
+                    answer = EMPTY_RECORD
+                else:
+                    player.sendall(framed(frame))
+                    answer = receive_frame(player)
+                self.request.sendall(framed(answer))
 
 
-class Stand:
+class Stand(contextlib.ExitStack):
     """A player, a site, and a folder for what they leave."""
 
     def __init__(self, dropped=None, player=True):
+        super().__init__()
         number = next(STANDS)
-        self.folder = pathlib.Path(tempfile.mkdtemp())
+        self.folder = pathlib.Path(self.enter_context(
+            tempfile.TemporaryDirectory(ignore_cleanup_errors=True)))
         self.player_address, self.browser_address, dropper_address = (
             f"127.1.{number}.{last}" for last in (1, 2, 3))
         self.environment = dict(os.environ, HBB_BROWSER_IP=self.browser_address,
                                 HBB_SYSTEM_IP=self.player_address, HOME=str(self.folder),
                                 XDG_RUNTIME_DIR=str(self.folder), GIO_USE_PROXY_RESOLVER="dummy")
-        for name in ("http_proxy", "https_proxy", "HTTP_PROXY", "HTTPS_PROXY", "DISPLAY"):
+        for name in "http_proxy", "https_proxy", "HTTP_PROXY", "HTTPS_PROXY", "DISPLAY":
             self.environment.pop(name, None)
-        self.site = Site(self)
+        self.site = self.enter_context(contextlib.closing(Site(self)))
         self.players = []
-        self.dropper = None
         if player:
             self.start_player()
         if dropped:
-            self.dropper = Dropper(dropper_address, self.player_address, dropped)
+            self.dropper = self.enter_context(contextlib.closing(
+                Dropper(dropper_address, self.player_address, dropped)))
             self.environment["HBB_SYSTEM_IP"] = dropper_address
 
     def start_player(self):
-        name = f"player{len(self.players)}"
-        self.players.append(Player(
+        self.players.append(self.enter_context(Player(
             PROGRAMS, self.folder, "--listen", self.player_address, "--browser",
-            self.browser_address, engine="gstreamer", name=name))
+            self.browser_address, engine="gstreamer", name=f"player{len(self.players)}")))
         wait_until(lambda: "engine listens" in self.player_log(), "the player listens")
 
     def kill_player(self):
@@ -192,13 +164,13 @@ class Stand:
     def player_log(self):
         return self.players[-1].log_text()
 
-    def url(self, page, host="127.0.0.1"):
-        return f"http://{host}:{self.site.server_address[1]}/{page}"
+    def url(self, page):
+        return f"http://127.0.0.1:{self.site.server_address[1]}/{page}"
 
     def start_browser(self, url, *options):
         with open(self.folder / "output", "ab") as output:
-            return Process([BROWSER, "--headless", *options, url], self.folder, "browser",
-                           stdout=output, env=self.environment)
+            return Process([PROGRAMS / "html5-video-web-browser", "--headless", *options, url],
+                           self.folder, "browser", stdout=output, env=self.environment)
 
     def browse(self, url, *options, seconds=30):
         """Runs the browser to its end; returns the exit status and the page's lines."""
@@ -209,55 +181,22 @@ class Stand:
     def output(self):
         return (self.folder / "output").read_text(errors="replace")
 
-    def __enter__(self):
-        return self
 
-    def __exit__(self, *_):
-        for player in self.players:
-            player.__exit__()
-        for server in (self.site, self.dropper):
-            if server:
-                server.shutdown()
-                server.server_close()
-        shutil.rmtree(self.folder, ignore_errors=True)
-
-
-class WebTest(unittest.TestCase):
-    def stand(self, **named):
-        return self.enterContext(Stand(**named))
-
-    def passes(self, page, *options, stand=None):
-        stand = stand or self.stand()
-        status, output = stand.browse(stand.url(page), *options)
-        print(f"---- {page}\n{output}", flush=True)
-        self.assertEqual(status, 0, stand.folder.joinpath("browser.log").read_text()[-2000:])
-        self.assertIn("RESULT PASS", output)
-        log = stand.player_log()
-        self.assertGreater(log.rfind(": cancelLoad"), log.rfind(": load "),
-                           "what the page left was not unloaded")
+class Pages(unittest.TestCase):
+    def test_each_page_passes_and_leaves_nothing_loaded(self):
+        for page, *options in (("playing.html",), ("events.html",), ("elements.html",),
+                               ("sites.html",), ("recovery.html",),
+                               ("recovery.html#resume", "--resume")):
+            with self.subTest(page), Stand() as stand:
+                status, output = stand.browse(stand.url(page), *options)
+                print(f"---- {page}\n{output}", flush=True)
+                self.assertEqual(status, 0, (stand.folder / "browser.log").read_text()[-2000:])
+                self.assertIn("RESULT PASS", output)
+                log = stand.player_log()
+                self.assertGreater(log.rfind(": cancelLoad"), log.rfind(": load "))
 
 
-class Pages(WebTest):
-    def test_playing(self):
-        self.passes("playing.html")
-
-    def test_events(self):
-        self.passes("events.html")
-
-    def test_elements(self):
-        self.passes("elements.html")
-
-    def test_another_site_and_back(self):
-        self.passes("first_site.html")
-
-    def test_a_player_that_dies(self):
-        self.passes("recovery.html")
-
-    def test_a_player_that_dies_and_is_waited_for(self):
-        self.passes("recovery.html#resume", "--resume")
-
-
-class Faults(WebTest):
+class Faults(unittest.TestCase):
     # The step of playing.html that notices that this command does not arrive.
     NOTICED = {"load": "metadata", "setSize": "size", "setVolume": "volume", "setMuted": "mute",
                "play": "pace 1", "setRate": "pace 2", "pause": "pause", "seek": "seek",
@@ -278,30 +217,28 @@ class Faults(WebTest):
                     self.assertIn(f"RESULT FAIL {self.NOTICED[command]}:", output)
 
 
-class Program(WebTest):
+class Program(unittest.TestCase):
     """What the browser does beside playing. No player is needed."""
 
+    def stand(self):
+        return self.enterContext(Stand(player=False))
+
     def run_page(self, text, *options, seconds=10):
-        stand = self.stand(player=False)
-        page = stand.folder / "page.html"
-        page.write_text(text)
-        return stand.browse(page, *options, seconds=seconds)
+        stand = self.stand()
+        (stand.folder / "page.html").write_text(text)
+        return stand.browse("page.html", *options, seconds=seconds)
 
     def test_lines_and_the_status_of_a_result(self):
         status, output = self.run_page(
             "<script>console.log('one', 2); console.warn('three'); console.log('RESULT FAIL x');"
             "</script>")
         self.assertEqual(status, 1)
-        lines = output.splitlines()
-        self.assertIn("one 2", lines)
-        self.assertIn("RESULT FAIL x", lines)
-        self.assertTrue(any(line.startswith("WARN three  (file://") for line in lines))
+        self.assertRegex(output, r"(?s)(\A|\n)one 2\n.*WARN three  \(file://.*\nRESULT FAIL x\n")
 
     def test_a_script_is_run_when_the_page_is_read(self):
-        with tempfile.NamedTemporaryFile("w", suffix=".js") as script:
-            script.write("console.log('RESULT PASS', document.body.textContent)")
-            script.flush()
-            status, output = self.run_page("<body>text</body>", "--script", script.name)
+        script = MEDIA / "script.js"
+        script.write_text("console.log('RESULT PASS', document.body.textContent)")
+        status, output = self.run_page("<body>text</body>", "--script", script)
         self.assertEqual((status, output.splitlines()[-1]), (0, "RESULT PASS text"))
 
     def test_messages_that_are_no_commands(self):
@@ -318,35 +255,28 @@ class Program(WebTest):
         self.assertEqual(self.run_page("<p>", seconds=1)[0], 3)
 
     def test_pages_that_can_not_be_loaded(self):
-        stand = self.stand(player=False)
+        stand = self.stand()
         self.assertEqual(stand.browse(stand.url("no_such_page.html"))[0], 1)
-        stand.site.shutdown()
-        stand.site.server_close()
+        stand.site.close()
         self.assertEqual(stand.browse(stand.url("playing.html"))[0], 1)
         self.assertEqual(stand.browse("page.html", "--unknown")[0], 2)
 
     def test_it_ends_when_it_is_told_to_and_when_the_engine_dies(self):
-        for victim, status in (("browser", 0), ("engine", 4)):
-            stand = self.stand(player=False)
+        for victim, how, status in (("web-browser", signal.SIGTERM, 0),
+                                    ("WPEWebProcess", signal.SIGKILL, 4)):
+            stand = self.stand()
             (stand.folder / "page.html").write_text("<script>console.log('here')</script>")
             with stand.start_browser("page.html") as browser:
-                wait_until(lambda: "here" in stand.output(), "the page runs")
+                wait_until(lambda stand=stand: "here" in stand.output(), "the page runs")
                 pid = browser.child.pid
-                if victim == "engine":
-                    pid = self.child_of(pid, "WPEWebProcess")
-                os.kill(pid, signal.SIGTERM if victim == "browser" else signal.SIGKILL)
+                children = pathlib.Path(f"/proc/{pid}/task/{pid}/children").read_text().split()
+                os.kill(next(int(process) for process in (pid, *children) if victim in
+                             pathlib.Path(f"/proc/{process}/cmdline").read_text()), how)
                 self.assertEqual(browser.child.wait(10), status)
-
-    def child_of(self, parent, name):
-        children = pathlib.Path(f"/proc/{parent}/task/{parent}/children").read_text().split()
-        return next(int(child) for child in children
-                    if name in pathlib.Path(f"/proc/{child}/cmdline").read_text())
 
 
 if __name__ == "__main__":
-    MEDIA = pathlib.Path(tempfile.mkdtemp())
-    try:
+    with tempfile.TemporaryDirectory() as media_folder:
+        MEDIA = pathlib.Path(media_folder)
         make_media(MEDIA)
         unittest.main(verbosity=2)
-    finally:
-        shutil.rmtree(MEDIA)

@@ -1,223 +1,146 @@
-"""The console's client at a terminal, driven key by key in tmux."""
-import os
-import subprocess
+"""The console's client at a terminal, driven key by key."""
+
+import pathlib
 import tempfile
-import termios
 import unittest
 
-from console_process import CLIENT, Host, run, wait_until
+from console_process import ConsoleTest
+from stand import program
+from terminal import Terminal
+from tools_case import PROGRAMS, wait_until
 
-class Terminal:
-    """The client in a terminal of its own."""
 
-    count = 0
-
-    def __init__(self, port, home, options=""):
-        Terminal.count += 1
-        self.socket = os.path.join(home, f"tmux{Terminal.count}")
-        self.status = os.path.join(home, f"status{Terminal.count}")
-        environment = dict(os.environ, HOME=home, TERM="screen", LC_ALL="C.UTF-8")
-        environment.pop("XDG_STATE_HOME", None)
-        environment.pop("TMUX", None)
-        command = f"'{CLIENT}' --port {port} {options}; echo $? > '{self.status}'; cat"
-        subprocess.run(["tmux", "-S", self.socket, "-f", "/dev/null", "new-session", "-d", "-x",
-                        "100", "-y", "40", command], env=environment, check=True)
-        self.tty = self.tmux("display", "-p", "#{pane_tty}").strip()
-
-    def tmux(self, *arguments):
-        return subprocess.run(["tmux", "-S", self.socket, *arguments], capture_output=True,
-                              text=True, check=True).stdout
-
-    def keys(self, *keys):
-        self.tmux("send-keys", *keys)
-
-    def type(self, text):
-        self.tmux("send-keys", "-l", text)
-
-    def enter(self, text):
-        self.type(text)
-        self.keys("Enter")
-
-    def screen(self):
-        return self.tmux("capture-pane", "-p").rstrip("\n")
-
-    def reads_keys(self):
-        with open(self.tty, "rb") as tty:
-            return not termios.tcgetattr(tty)[3] & termios.ICANON
-
-    def ends_with(self, text):
-        """Waits until the screen ends with the text, and at a prompt until keys are read one by one:
-        the editor shows the prompt first."""
-        return wait_until(lambda: self.screen().endswith(text) and
-                          (text[-1] != ">" or self.reads_keys())) is not None
-
-    def exit_status(self):
-        """The client's, once it has ended."""
-        def read():
-            with open(self.status, encoding="ascii") as file:
-                return file.read().strip()
-        return wait_until(lambda: os.path.exists(self.status) and read())
-
-    def close(self):
-        subprocess.run(["tmux", "-S", self.socket, "kill-server"], capture_output=True, check=False)
-
-def runs(terminal, host, *block):
-    """Types the block and waits until it runs: ^C before that would be one that forgets a line. The
-    block is to print "on"."""
-    before = host.output()
-    for line in block[:-1]:
-        terminal.enter(line)
-        if not terminal.ends_with(line + "\n...>"):
-            return None
-    terminal.enter(block[-1])
-    return wait_until(lambda: "on\n" in host.output()[len(before):])
-
-class AtATerminal(unittest.TestCase):
+class AtATerminal(ConsoleTest):
     def setUp(self):
-        self.host = Host()
-        self.addCleanup(self.host.stop)
-        self.home = tempfile.TemporaryDirectory()
-        self.addCleanup(self.home.cleanup)
-        self.terminal = self.connect()
+        self.home = pathlib.Path(self.enterContext(tempfile.TemporaryDirectory()))
 
-    def connect(self, options=""):
-        terminal = Terminal(self.host.port, self.home.name, options)
-        self.addCleanup(terminal.close)
-        self.assertTrue(terminal.ends_with("CMD>"), terminal.screen())
-        return terminal
+    def open_client(self, *options):
+        client = Terminal(self.home, program(PROGRAMS, "console"), "--port", self.host.port,
+                          *options, width=100, height=40)
+        self.addCleanup(client.close)
+        return client
 
-    def assert_screen_ends(self, text):
-        self.assertTrue(self.terminal.ends_with(text), self.terminal.screen())
+    def connect(self, *options, settings=None):
+        """To a host of its own, unless there is one."""
+        if not hasattr(self, "host"):
+            self.host = self.start_host(settings or "")
+        self.client = self.open_client(*options)
+        self.client.wait_for_last("CMD>")
 
     def assert_output(self, text):
         """Waits for the output, and for the prompt that follows it: keys typed before are echoed
         where they should not be."""
-        self.assertTrue(wait_until(lambda: self.host.output() == text), self.host.output())
-        self.assert_screen_ends("CMD>")
+        wait_until(lambda: self.host.output() == text, text)
+        self.client.wait_for_last("CMD>")
+
+    def leave(self, *keys, status):
+        self.client.press(*keys)
+        self.assertEqual(self.client.exit_status(), status)
+
+    def enter_block(self, *lines):
+        for line in lines:
+            self.client.enter(line)
+            self.client.wait_for_last(line + "\n...>")
+        self.client.enter("END")
+
+    def leave_what_runs(self, head, statement):
+        """Leaves it once it runs: ^C before that would be one that forgets a line."""
+        before = len(self.host.output())
+        self.enter_block(f"{head} 1 == 1", "PRINT on", statement)
+        wait_until(lambda: "on\n" in self.host.output()[before:], "a block that runs")
+        self.client.press("C-c")
+        self.client.wait_for_last(
+            "^C again leaves, and the host ends\n"
+            "it after its linger time (10 s unless its cmd.conf says otherwise)")
+        self.leave("C-c", status=130)
 
     def test_lines_are_typed_edited_and_recalled(self):
-        self.assertIn("Results appear where that process prints", self.terminal.screen())
-        self.terminal.type("PRINT on")
-        self.terminal.keys("Left", "Left", "BSpace")
-        self.terminal.type("_")
-        self.terminal.keys("End")
-        self.terminal.type("e")
-        self.assert_screen_ends("CMD>PRINT_one")
-        self.terminal.keys("C-a", "Right", "Right", "Right", "Right", "Right", "DC")
-        self.terminal.type(" ")
-        self.assert_screen_ends("CMD>PRINT one")
-        self.terminal.keys("Enter")
+        self.connect()
+        self.assertIn("Results appear where that process prints", self.client.shown())
+        self.client.press("PRINT on", "Left", "Left", "BSpace", "_", "End", "e")
+        self.client.wait_for_last("CMD>PRINT_one")
+        self.client.press("C-a", *["Right"] * 5, "DC", " ")
+        self.client.wait_for_last("CMD>PRINT one")
+        self.client.press("Enter")
         self.assert_output("one\n")
-        self.terminal.enter("PRINT 2")
+        self.client.enter("PRINT 2")
         self.assert_output("one\n2\n")
-        self.terminal.keys("Up", "Up")
-        self.assert_screen_ends("CMD>PRINT one")
-        self.terminal.keys("Enter")
+        self.client.press("Up", "Up")
+        self.client.wait_for_last("CMD>PRINT one")
+        self.client.press("Enter")
         self.assert_output("one\n2\none\n")
-        self.terminal.type("PRINT \u00e9t\u00e9")
-        self.terminal.keys("BSpace", "Enter")
+        self.client.press("PRINT \u00e9t\u00e9", "BSpace", "Enter")
         self.assert_output("one\n2\none\n\u00e9t\n")
 
     def test_history_outlives_the_client(self):
-        self.terminal.enter("PRINT kept")
+        self.connect()
+        self.client.enter("PRINT kept")
         self.assert_output("kept\n")
-        self.terminal.keys("C-d")
-        self.assertEqual(self.terminal.exit_status(), "0")
-        self.terminal.close()
-        path = os.path.join(self.home.name, ".html5_video_console_history")
-        self.assertEqual(os.stat(path).st_mode & 0o777, 0o600)
-        self.terminal = self.connect()
-        self.terminal.keys("Up")
-        self.assert_screen_ends("CMD>PRINT kept")
-        self.terminal.keys("Enter")
+        self.leave("C-d", status=0)
+        history = self.home / ".html5_video_console_history"
+        self.assertEqual(history.stat().st_mode & 0o777, 0o600)
+        self.connect()
+        self.client.press("Up")
+        self.client.wait_for_last("CMD>PRINT kept")
+        self.client.press("Enter")
         self.assert_output("kept\nkept\n")
 
     def test_words_are_completed(self):
-        self.terminal.type("WHI")
-        self.terminal.keys("Tab")
-        self.assert_screen_ends("CMD>WHILE")
-        self.terminal.keys("C-c")
-        self.assert_screen_ends("CMD>")
-        self.terminal.enter("tunw")
-        self.terminal.enter("INT counter 3")
-        names = self.host.path("names")
-        self.terminal.enter(f"commands {names}")
-        self.assertTrue(wait_until(lambda: os.path.exists(names)))
-        self.terminal.type("PRINT cou")
-        self.terminal.keys("Tab")
-        self.assert_screen_ends("CMD>PRINT counter")
-        self.terminal.keys("Enter")
+        self.connect()
+        self.client.press("WHI", "Tab")
+        self.client.wait_for_last("CMD>WHILE")
+        self.client.press("C-c")
+        self.client.wait_for_last("CMD>")
+        names = self.home / "names"
+        for line in "tunw", "INT counter 3", f"commands {names}":
+            self.client.enter(line)
+        wait_until(names.exists, "names")
+        self.client.press("PRINT cou", "Tab")
+        self.client.wait_for_last("CMD>PRINT counter")
+        self.client.press("Enter")
         mistyped = "tunw -> 0 no such command\n"
         self.assert_output(mistyped + "3\n")
-        self.terminal.keys("C-d")
-        self.assertEqual(self.terminal.exit_status(), "0")
-        self.terminal.close()
-        self.terminal = self.connect(f"--words {names}")
-        self.terminal.type("tu")
-        self.terminal.keys("Tab")  # the host's command, and not what was mistyped before
-        self.terminal.type("4")
-        self.assert_screen_ends("CMD>tune 4")
-        self.terminal.keys("Enter")
+        self.leave("C-d", status=0)
+        self.connect("--words", names)
+        self.client.press("tu", "Tab", "4")  # the host's command, not what was mistyped before
+        self.client.wait_for_last("CMD>tune 4")
+        self.client.press("Enter")
         self.assert_output(mistyped + "3\nchannel 4\n")
 
     def test_blocks_continue_and_can_be_forgotten(self):
-        self.terminal.enter("FOR 1 2 1")
-        self.assert_screen_ends("FOR 1 2 1\n...>")
-        self.terminal.enter("PRINT never")
-        self.assert_screen_ends("PRINT never\n...>")
-        self.terminal.keys("C-c")
-        self.assert_screen_ends("^C\nCMD>")
-        for line in ("FOR 1 2 1", "IF 1 == 1", "PRINT block", "END"):
-            self.terminal.enter(line)
-            self.assert_screen_ends(line + "\n...>")
-        self.terminal.enter("END")
+        self.connect()
+        for line in "FOR 1 2 1", "PRINT never":
+            self.client.enter(line)
+            self.client.wait_for_last(line + "\n...>")
+        self.client.press("C-c")
+        self.client.wait_for_last("^C\nCMD>")
+        self.enter_block("FOR 1 2 1", "IF 1 == 1", "PRINT block", "END")
         self.assert_output("block\nblock\n")
 
     def test_it_ends_with_quit_and_with_the_console(self):
-        self.terminal.type("PRINT half")
-        self.terminal.keys("C-c")
-        self.assert_screen_ends("^C\nCMD>")
-        self.terminal.enter("quit")
-        self.assertEqual(self.terminal.exit_status(), "0")
-        self.terminal.close()
-        self.terminal = self.connect()
-        self.host.process.terminate()
-        self.assertEqual(self.terminal.exit_status(), "4")
-        self.assertIn("html5-video-console: the connection was lost", self.terminal.screen())
-
-    def test_a_statement_that_runs_can_be_left(self):
-        self.assertTrue(runs(self.terminal, self.host, "IF 1 == 1", "PRINT on", "SLEEP 100000", "END"))
-        self.terminal.keys("C-c")
-        self.assert_screen_ends("^C again leaves, and the host ends\n"
-                                "it after its linger time (10 s unless its cmd.conf says otherwise)")
-        self.terminal.keys("C-c")
-        self.assertEqual(self.terminal.exit_status(), "130")
+        self.connect()
+        self.client.press("PRINT half", "C-c")
+        self.client.wait_for_last("^C\nCMD>")
+        self.leave("quit", "Enter", status=0)
+        self.connect()
+        self.host.child.terminate()
+        self.leave(status=4)
+        self.assertIn("html5-video-console: the connection was lost", self.client.shown())
 
     def test_it_waits_for_a_console_that_serves_somebody_else(self):
-        waiting = Terminal(self.host.port, self.home.name)
-        self.addCleanup(waiting.close)
-        self.assertTrue(waiting.ends_with("html5-video-console: waiting: the console may be serving somebody "
-                                          "else; ^C ends this"), waiting.screen())
-        waiting.keys("C-c")
-        self.assertEqual(waiting.exit_status(), "130")
+        self.connect()
+        self.client = self.open_client()
+        self.client.wait_for_last("html5-video-console: waiting: the console may be serving "
+                                  "somebody else; ^C ends this")
+        self.leave("C-c", status=130)
 
-class AfterItsClient(unittest.TestCase):
-    def test_an_endless_loop_ends_and_the_next_client_is_served(self):
-        host = Host(settings="linger=1\n")
-        self.addCleanup(host.stop)
-        home = self.enterContext(tempfile.TemporaryDirectory())
+    def test_what_runs_can_be_left_and_ends_before_the_next_client(self):
         for head, milliseconds in ("WHILE", 10), ("IF", 100000):
-            terminal = Terminal(host.port, home)
-            self.addCleanup(terminal.close)
-            self.assertTrue(terminal.ends_with("CMD>"), terminal.screen())
-            self.assertTrue(runs(terminal, host, f"{head} 1 == 1", "PRINT on",
-                                 f"SLEEP {milliseconds}", "END"))
-            terminal.keys("C-c")
-            self.assertTrue(wait_until(lambda: "linger time" in terminal.screen()))
-            terminal.keys("C-c")
-            self.assertEqual(terminal.exit_status(), "130")
-            self.assertEqual(run("--port", host.port, "--exec", "PRINT next").returncode, 0)
-        self.assertEqual(host.output().replace("on\n", ""), "next\nnext\n")
+            self.connect(settings="linger=1\n")
+            self.leave_what_runs(head, f"SLEEP {milliseconds}")
+            self.assertEqual(self.host.run("--exec", "PRINT next").returncode, 0)
+        self.assertEqual(self.host.output().replace("on\n", ""), "next\nnext\n")
+
 
 if __name__ == "__main__":
     unittest.main()

@@ -1,40 +1,23 @@
 // Blocks as trees, and the bounds of what one script may ask for.
-#include <gtest/gtest.h>
-
 #include <cstdint>
 #include <cstdio>
-#include <cstring>
 #include <limits>
-#include <string>
+#include <tuple>
 
-#include "tests/support/support.h"
+#include "tests/util/console/console.h"
 #include "util/console/CmdBlock.h"
-#include "util/console/CmdListMgr.h"
-#include "util/console/CmdMgr.h"
-#include "util/console/CmdParser.h"
-#include "util/console/SymListMgr.h"
 #include "util/console/language/IntegerOperation.h"
 
 namespace {
-CmdMgr& Console()
-{
-    return *CmdMgr::GetInstance(0);
-}
+using test::Console;
+using test::RegisterCommand;
 
-struct Outcome
-{
-    std::string output;
-    std::string result;  // the last statement's text
-};
-
-Outcome RunFile(const std::string& script)
+test::Executed RunFile(const std::string& script)
 {
     test::WriteFile("script.txt", script);
-    CmdParser line("FILE script.txt");
-    char result[CmdMgr::kResultSize];
-    testing::internal::CaptureStdout();
-    EXPECT_EQ(Console().CmdExecute(&line, result), 0);
-    return {testing::internal::GetCapturedStdout(), result};
+    test::Executed executed = test::Execute("FILE script.txt");
+    EXPECT_EQ(executed.code, 0);
+    return executed;
 }
 
 std::string Repeat(const std::string& text, int count)
@@ -72,23 +55,17 @@ TEST(Blocks, ThatAreTooLongAreReadToTheirEndAndNotRun)
     EXPECT_EQ(RunFile(begin + wide + "w\nEND\n").result, "Block too long");
 }
 
-// Registers a command that any line of that word calls.
-void RegisterCommand(const char* name, CmdHandlerFunction handler)
-{
-    const CmdParser word(name);
-    EXPECT_EQ(CmdListMgr::GetInstance()->RegisterCommand(handler, &word, nullptr, nullptr), 0);
-}
-
 // Parses blocks itself, with lines of the script that calls it.
 int ReadThreeBlocks(CmdParser* /*line*/, CmdInfo* /*info*/, char* result)
 {
+    std::string read;
     for (int count = 0; count < 3; ++count) {
         CmdBlock* const block = Console().NewCmdBlock();
-        const int code = Console().ParseCmdBlock(block, new CmdParser("FOR 1 1 1"), nullptr);
-        std::strcat(result,
-                    (std::to_string(code) + block->mFirstChild->mCommand->GetNthArg(0)).c_str());
+        read += std::to_string(Console().ParseCmdBlock(block, new CmdParser("FOR 1 1 1"), nullptr));
+        read += block->mFirstChild->mCommand->GetNthArg(0);
         Console().FreeCmdBlock(block);
     }
+    std::strcpy(result, read.c_str());
     return 0;
 }
 
@@ -118,41 +95,35 @@ TEST(Blocks, AreBuiltPrintedRunAndReleased)
 
     testing::internal::CaptureStdout();
     Console().PrintCmdBlock(block);
-    const std::string line = "############################\n";
+    const std::string bar = "############################\n";
     EXPECT_EQ(testing::internal::GetCapturedStdout(),
-              line + "cmd=WHILE\n" + line + "\n\n" + line + "parent=WHILE\ncmd=n\nnext=IF\n" +
-                  line + "\n\n" + line + "parent=WHILE\ncmd=IF\n" + line + "\n\n" + line +
-                  "parent=IF\ncmd=n\n" + line + "\n\n");
+              bar + "cmd=WHILE\n" + bar + "\n\n" + bar + "parent=WHILE\ncmd=n\nnext=IF\n" + bar +
+                  "\n\n" + bar + "parent=WHILE\ncmd=IF\n" + bar + "\n\n" + bar +
+                  "parent=IF\ncmd=n\n" + bar + "\n\n");
 
-    SymListMgr* const symbols = SymListMgr::GetInstance();
-    symbols->RegisterSymbol("n", "0", 1, false);
-    symbols->RegisterSymbol("m", "", 3, false);
-    const struct
-    {
-        int (CmdMgr::*run)(CmdBlock*, char*);
-        const char* line;
-        int code;
-        const char* result;
-        int n;  // afterwards
-    } cases[] = {
-        {&CmdMgr::DoCmdBlock, "WHILE n < 2", 0, "", 2},
-        {&CmdMgr::DoWHILE, "IF n < 4", 0, "", 4},
-        {&CmdMgr::DoIF, "WHILE n < 9", 0, "", 5},
-        {&CmdMgr::DoFOR, "IF n < 3", 0, "", 5},  // from 5 through the number of "<"
-        {&CmdMgr::DoFOR, "IF 1 3 1", 0, "", 8},
-        {&CmdMgr::DoDO, "WHILE n < 99", 0, "kept", 8},
-        {&CmdMgr::DoMACRO, "WHILE n < 99", 0, "kept", 8},
-        {&CmdMgr::DoCmdBlock, "OTHER n < 99", -1, "kept", 8},
-        {&CmdMgr::DoCmdBlock, "IF n", -1, "argument fail", 8},
-    };
-    for (const auto& c : cases) {
-        block->mCommand->Parse(c.line);
+    test::Symbols().RegisterSymbol("n", "0", 1, false);
+    test::Symbols().RegisterSymbol("m", "", 3, false);
+    // The operation, its block's line, code and text, and what n is afterwards.
+    const std::tuple<int (CmdMgr::*)(CmdBlock*, char*), const char*, int, const char*, int>
+        cases[] = {
+            {&CmdMgr::DoCmdBlock, "WHILE n < 2", 0, "", 2},
+            {&CmdMgr::DoWHILE, "IF n < 4", 0, "", 4},
+            {&CmdMgr::DoIF, "WHILE n < 9", 0, "", 5},
+            {&CmdMgr::DoFOR, "IF n < 3", 0, "", 5},  // from 5 through the number of "<"
+            {&CmdMgr::DoFOR, "IF 1 3 1", 0, "", 8},
+            {&CmdMgr::DoDO, "WHILE n < 99", 0, "kept", 8},
+            {&CmdMgr::DoMACRO, "WHILE n < 99", 0, "kept", 8},
+            {&CmdMgr::DoCmdBlock, "OTHER n < 99", -1, "kept", 8},
+            {&CmdMgr::DoCmdBlock, "IF n", -1, "argument fail", 8},
+        };
+    for (const auto& [run, line, code, text, n] : cases) {
+        block->mCommand->Parse(line);
         char result[CmdMgr::kResultSize] = "kept";
-        EXPECT_EQ((Console().*c.run)(block, result), c.code) << c.line;
-        EXPECT_STREQ(result, c.result) << c.line;
-        EXPECT_EQ(symbols->GetIntValue("n"), c.n) << c.line;
+        EXPECT_EQ((Console().*run)(block, result), code) << line;
+        EXPECT_STREQ(result, text) << line;
+        EXPECT_EQ(test::Symbols().GetIntValue("n"), n) << line;
     }
-    EXPECT_STREQ(symbols->GetStringValue("m"), "n");
+    EXPECT_STREQ(test::Symbols().GetStringValue("m"), "n");
     Console().FreeCmdBlock(block);
     Console().FreeCmdBlock(nullptr);
 }
@@ -170,20 +141,20 @@ TEST(Blocks, SeeACommandThatAppearsInTheirLoop)
         "INT n 5\nINT first\nINT turn\n"
         "WHILE turn < 2\n  n = word\n  IF turn == 0\n    first = n + 0\n    appear\n  END\n"
         "  turn = turn + 1\nEND\n");
-    EXPECT_EQ(SymListMgr::GetInstance()->GetIntValue("first"), 0);
-    EXPECT_EQ(SymListMgr::GetInstance()->GetIntValue("n"), 77);
+    EXPECT_EQ(test::Symbols().GetIntValue("first"), 0);
+    EXPECT_EQ(test::Symbols().GetIntValue("n"), 77);
 }
 
 TEST(Blocks, SeeASymbolThatIsReplacedInTheirLoop)
 {
     RegisterCommand("renew", [](CmdParser*, CmdInfo*, char*) {
-        SymListMgr::GetInstance()->UnregisterSymbol("n");
-        return SymListMgr::GetInstance()->RegisterSymbol("n", "50", 1, false);
+        test::Symbols().UnregisterSymbol("n");
+        return test::Symbols().RegisterSymbol("n", "50", 1, false);
     });
     RunFile(
         "INT n 5\nINT turn\nWHILE turn < 2\n  n = n + 1\n  IF turn == 0\n    renew\n  END\n"
         "  turn = turn + 1\nEND\n");
-    EXPECT_EQ(SymListMgr::GetInstance()->GetIntValue("n"), 51);
+    EXPECT_EQ(test::Symbols().GetIntValue("n"), 51);
 }
 
 TEST(Blocks, FollowALineThatItsHandlerParsesAnew)

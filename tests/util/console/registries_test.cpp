@@ -1,63 +1,43 @@
 // The symbol table and the command registry, alone and used from several threads.
-#include <gtest/gtest.h>
+#include <gmock/gmock.h>
 
 #include <atomic>
 #include <cstdlib>
-#include <cstring>
 #include <functional>
 #include <memory>
-#include <string>
-#include <thread>
 
 #include "tests/support/Background.h"
+#include "tests/util/console/console.h"
 #include "util/console/CmdClient.h"
-#include "util/console/CmdListMgr.h"
-#include "util/console/CmdMgr.h"
-#include "util/console/CmdParser.h"
 #include "util/console/RegistryHold.h"
-#include "util/console/SymListMgr.h"
 
 namespace {
-SymListMgr& Symbols()
-{
-    return *SymListMgr::GetInstance();
-}
+using test::Commands;
+using test::Execute;
+using test::Symbols;
 
-CmdListMgr& Commands()
+// A symbol's or word's integer, text, number and pointer.
+std::string Values(const char* name)
 {
-    return *CmdListMgr::GetInstance();
-}
-
-int Execute(const char* text)
-{
-    CmdParser line(text);
-    char result[CmdMgr::kResultSize];
-    return CmdMgr::GetInstance(0)->CmdExecute(&line, result);
+    std::ostringstream values;
+    const char* const text = Symbols().GetStringValue(name);
+    values << Symbols().GetIntValue(name) << '|' << (text != nullptr ? text : "none") << '|'
+           << Symbols().GetFloatValue(name) << '|' << Symbols().GetPointerValue(name);
+    return values.str();
 }
 
 TEST(SymListMgr, ConvertsValuesByType)
 {
-    const struct
-    {
-        int type;
-        const char* value;
-        int integer;
-        const char* text;
-        float number;
-    } cases[] = {
-        {1, "42", 42, nullptr, 0},    {2, " -7x", -7, nullptr, 0}, {3, "12", 0, "12", 0},
-        {4, "1.5", 0, nullptr, 1.5F}, {5, "1", 0, nullptr, 0},     {77, "9", 9, nullptr, 0},
-        {1, "0x10", 0, nullptr, 0},   {4, "-2", 0, nullptr, -2},   {3, "", 0, "", 0},
+    const std::tuple<int, const char*, const char*> cases[] = {
+        {1, "42", "42|none|0|0"},   {2, " -7x", "-7|none|0|0"}, {3, "12", "0|12|0|0"},
+        {4, "1.5", "0|none|1.5|0"}, {5, "1", "0|none|0|0"},     {77, "9", "9|none|0|0"},
+        {1, "0x10", "0|none|0|0"},  {4, "-2", "0|none|-2|0"},   {3, "", "0||0|0"},
     };
-    for (const auto& expected : cases) {
-        EXPECT_EQ(Symbols().RegisterSymbol("v", nullptr, expected.type, false), 0);
-        EXPECT_EQ(Symbols().GetIntValue("v"), 0);
-        EXPECT_EQ(Symbols().GetStringValue("v"), nullptr);
-        EXPECT_EQ(Symbols().SetValue("v", expected.value), 0);
-        EXPECT_EQ(Symbols().GetIntValue("v"), expected.integer);
-        EXPECT_STREQ(Symbols().GetStringValue("v"), expected.text);
-        EXPECT_EQ(Symbols().GetFloatValue("v"), expected.number);
-        EXPECT_EQ(Symbols().GetPointerValue("v"), nullptr);
+    for (const auto& [type, value, read] : cases) {
+        EXPECT_EQ(Symbols().RegisterSymbol("v", nullptr, type, false), 0);
+        EXPECT_EQ(Values("v"), "0|none|0|0");
+        EXPECT_EQ(Symbols().SetValue("v", value), 0);
+        EXPECT_EQ(Values("v"), read);
         EXPECT_EQ(Symbols().UnregisterSymbol("v"), 0);
     }
     Symbols().RegisterSymbol("odd", "9", 77, false);
@@ -66,12 +46,9 @@ TEST(SymListMgr, ConvertsValuesByType)
 
 TEST(SymListMgr, ReadsNumbersAsTheCLibraryDoes)
 {
-    const char* const texts[] = {
-        "",           "-",           "+7",          " 7",
-        "007",        "12abc",       "-0",          "999999999",
-        "1000000000", "-2147483648", "2147483648",  "4294967297",
-        "--1",        "- 1",         "-999999999x", "-99999999999999999999"};
-    for (const char* text : texts) {
+    for (const char* text :
+         {"", "-", "+7", " 7", "007", "12abc", "-0", "999999999", "1000000000", "-2147483648",
+          "2147483648", "4294967297", "--1", "- 1", "-999999999x", "-99999999999999999999"}) {
         EXPECT_EQ(Symbols().GetIntValue(text), static_cast<int>(std::strtol(text, nullptr, 10)))
             << text;
     }
@@ -79,14 +56,9 @@ TEST(SymListMgr, ReadsNumbersAsTheCLibraryDoes)
 
 TEST(SymListMgr, ReadsWordsThatAreNoSymbolsAsThemselves)
 {
-    EXPECT_EQ(Symbols().GetIntValue("15"), 15);
-    EXPECT_EQ(Symbols().GetIntValue("hello"), 0);
-    EXPECT_STREQ(Symbols().GetStringValue("hello"), "hello");
-    EXPECT_EQ(Symbols().GetFloatValue("2.5"), 2.5F);
-    EXPECT_EQ(Symbols().GetPointerValue("hello"), nullptr);
-    EXPECT_EQ(Symbols().GetIntValue(nullptr), 0);
-    EXPECT_EQ(Symbols().GetFloatValue(nullptr), 0);
-    EXPECT_EQ(Symbols().GetStringValue(nullptr), nullptr);
+    EXPECT_EQ(Values("hello"), "0|hello|0|0");
+    EXPECT_EQ(Values("2.5"), "2|2.5|2.5|0");
+    EXPECT_EQ(Values(nullptr), "0|none|0|0");
     EXPECT_EQ(Symbols().SetValue("hello", "1"), -1);
 }
 
@@ -96,11 +68,11 @@ TEST(SymListMgr, KeepsNamesUniqueAndInOrder)
     EXPECT_EQ(Symbols().RegisterSymbol("n", "42", 1, false), 0);
     EXPECT_EQ(Symbols().RegisterSymbol("N", "44", 1, true), 0);
     EXPECT_EQ(Symbols().RegisterSymbol(longName.c_str(), "1", 1, false), 0);
-    EXPECT_EQ(Symbols().RegisterSymbol("n", "43", 3, false), -1);
-    EXPECT_EQ(Symbols().RegisterSymbol(longName.c_str(), "1", 1, false), -1);
-    EXPECT_EQ(Symbols().RegisterSymbol(nullptr, "1", 1, false), -1);
+    for (const char* const taken : {"n", longName.c_str(), static_cast<const char*>(nullptr)}) {
+        EXPECT_EQ(Symbols().RegisterSymbol(taken, "43", 3, false), -1);
+    }
     EXPECT_EQ(Symbols().GetCount(), 3);
-    EXPECT_EQ(std::string(Symbols().GetInfo(2)->mName).size(), 256U);
+    EXPECT_EQ(Symbols().GetInfo(2)->mName, longName.substr(0, 256));
     EXPECT_EQ(Symbols().GetMatch("n")->mIntValue, 42);
     EXPECT_EQ(Symbols().GetMatch("N")->mReserved, 1);
     EXPECT_EQ(Symbols().GetIntValue("N"), 0);
@@ -122,6 +94,7 @@ TEST(Registries, EmptyARecordButDoNotDeleteIt)
 {
     const std::unique_ptr<SymInfo> symbol(Symbols().NewSymInfo());
     EXPECT_EQ(symbol->mType, 0);
+    EXPECT_EQ(symbol->mReserved, 0);
     symbol->mName = new char[2]();
     EXPECT_EQ(Symbols().FreeSymInfo(symbol.get()), 0);
     EXPECT_EQ(symbol->mName, nullptr);
@@ -151,7 +124,7 @@ TEST(SymListMgr, KeepsWhatWasRemovedReadableUnderAHold)
     EXPECT_EQ(Symbols().GetMatch("s"), nullptr);
 }
 
-using Handler = std::function<int(CmdInfo*, char*)>;
+using Handler = std::function<void(CmdInfo*, char*)>;
 
 // A client whose owner is the function to call.
 class CallingClient final : public CmdClient<Handler>
@@ -160,44 +133,38 @@ public:
     using CmdClient<Handler>::CmdClient;
     int CmdHandler(CmdParser* /*line*/, CmdInfo* info, char* result) override
     {
-        return (*mOwner)(info, result);
+        (*mOwner)(info, result);
+        return -99;
     }
 };
 
 // Writes its mark into the text and its result.
-Handler Marking(std::string& log, char mark)
+Handler Marking(std::string& log, const char* mark)
 {
-    return [&log, mark](CmdInfo* /*info*/, char* result) {
-        log.push_back(mark);
-        result[0] = mark;
-        result[1] = '\0';
-        return -99;
-    };
+    return [&log, mark](CmdInfo* /*info*/, char* result) { log += std::strcpy(result, mark); };
 }
 
 TEST(CmdListMgr, StoresTheTemplate)
 {
-    std::string log;
-    Handler handler = Marking(log, 'a');
+    Handler handler;
     CallingClient client(&handler);
     const int before = Commands().GetCount();
     EXPECT_EQ(client.Register("setmode int string foo", std::string(2000, 'h').c_str()), 0);
     EXPECT_EQ(client.Register("many char float Int", nullptr), 0);
     EXPECT_EQ(client.Register("", "no command"), -1);
     EXPECT_EQ(client.Register("x =", "no command"), -1);
-    const CmdParser parser("unused");
-    EXPECT_EQ(Commands().RegisterCommand(nullptr, &parser, "", nullptr), -1);
+    const CmdParser same("setmode 1 2 3");
+    EXPECT_EQ(Commands().RegisterCommand(nullptr, &same, "", nullptr), -1);
     ASSERT_EQ(Commands().GetCount(), before + 2);
     const CmdInfo* const info = Commands().GetInfo(before);
     EXPECT_STREQ(info->mName, "setmode");
     ASSERT_EQ(info->mArgCount, 3);
     EXPECT_EQ(std::string(info->mArgTypes, 3), std::string("\1\3\0", 3));
-    EXPECT_EQ(std::string(info->mHelp).size(), 1024U);
+    EXPECT_EQ(info->mHelp, std::string(1024, 'h'));
     EXPECT_EQ(info->mOwner, &client);
     EXPECT_EQ(std::string(Commands().GetInfo(before + 1)->mArgTypes, 3), std::string("\2\4\0", 3));
     EXPECT_EQ(Commands().GetInfo(before + 1)->mHelp, nullptr);
 
-    const CmdParser same("setmode 1 2 3");
     const CmdParser otherCase("SETMODE 1 2 3");
     const CmdParser otherCount("setmode 1 2");
     EXPECT_EQ(Commands().GetMatch(&same), info);
@@ -212,22 +179,22 @@ TEST(CmdListMgr, StoresTheTemplate)
 TEST(CmdListMgr, RunsEveryCommandOfTheNameInOrder)
 {
     std::string log;
-    Handler markA = Marking(log, 'a');
-    Handler markB = Marking(log, 'b');
+    Handler markA = Marking(log, "a");
+    Handler markB = Marking(log, "b");
     CallingClient a(&markA);
     CallingClient b(&markB);
     a.Register("mark", nullptr);
     b.Register("MARK int", nullptr);
     Symbols().RegisterSymbol("s", nullptr, 3, false);
-    EXPECT_EQ(Execute("s = Mark with any arguments"), 0);
+    EXPECT_EQ(Execute("s = Mark with any arguments").code, 0);
     EXPECT_EQ(log, "ab");
     EXPECT_STREQ(Symbols().GetStringValue("s"), "b");
 
     EXPECT_EQ(Commands().UnregisterCommand("mark", &b), 0) << "another name: nothing happens";
     EXPECT_EQ(Commands().UnregisterCommand("MARK", &b), 0);
-    EXPECT_EQ(Execute("mark"), 0);
+    EXPECT_EQ(Execute("mark").code, 0);
     EXPECT_EQ(log, "aba");
-    EXPECT_EQ(Execute("marks"), 0);
+    EXPECT_EQ(Execute("marks").code, 0);
     EXPECT_EQ(log, "aba");
 }
 
@@ -241,7 +208,6 @@ TEST(CmdListMgr, LetsAHandlerChangeTheRegistry)
         Commands().UnregisterCommand("change", clients[0]);
         clients[0]->Register("change", "anew");
         log.append(info->mName).append(info->mHelp);
-        return 0;
     };
     CallingClient first(&change);
     CallingClient next(&change);
@@ -265,11 +231,9 @@ TEST(CmdListMgr, RemovesACommandWhileItsHandlerRuns)
         inside = true;
         test::WaitUntil([&] { return go.load(); });
         name = info->mName;
-        return 0;
     };
     Handler follow = [&](CmdInfo* /*info*/, char* /*result*/) {
         EXPECT_TRUE(test::WaitUntil([&] { return waited.load(); })) << "for nobody who came later";
-        return 0;
     };
     CallingClient first(&wait);
     CallingClient next(&follow);
@@ -296,25 +260,19 @@ TEST(CmdListMgr, RemovesACommandWhileItsHandlerRuns)
 // Registrations and assignments from other threads while scripts run, with their shortcuts.
 TEST(Registries, AreSharedByThreads)
 {
-    testing::internal::CaptureStdout();
     test::WriteFile("script.txt",
+                    "INT i\nINT j\nINT shared\nSTRING text\n"
                     "WHILE i < 2000\n"
                     "  i = i + 1\n  shared = shared + i\n  other = i + 1\n  j = j + other\n"
                     "  shared = 5\n  text = mark\n  text = PRINT \"%s\" text\n"
                     "END\n"
                     "PRINT i\n");
-    for (const char* const declaration : {"INT i", "INT j", "INT shared", "STRING text"}) {
-        ASSERT_EQ(Execute(declaration), 0);
-    }
-    std::atomic<bool> done{false};
-    std::thread script([&] {
-        EXPECT_EQ(Execute("FILE script.txt"), 0);
-        done = true;
-    });
+    const test::Background script(
+        [] { EXPECT_THAT(Execute("FILE script.txt").output, testing::EndsWith("\n2000\n")); });
     test::InThreads(2, [&](int number) {
         std::string log;
-        Handler mark = Marking(log, 'x');
-        while (!done) {
+        Handler mark = Marking(log, "x");
+        while (!script.Returns(0)) {
             {
                 CallingClient client(&mark);
                 client.Register("mark", "help");
@@ -324,7 +282,6 @@ TEST(Registries, AreSharedByThreads)
             Symbols().RegisterSymbol("other", "1", number == 0 ? 1 : 3, false);
             Symbols().SetValue("text", "from another thread");
             Symbols().SetValue("shared", "3");
-            EXPECT_GE(Symbols().GetCount(), 4);
             EXPECT_EQ(Symbols().UnregisterSymbol(1000), -1);
             const RegistryHold<SymListMgr> hold(&Symbols());
             const char* const text = Symbols().GetStringValue("text");
@@ -332,19 +289,12 @@ TEST(Registries, AreSharedByThreads)
             Symbols().UnregisterSymbol("other");
         }
     });
-    script.join();
-    const std::string output = testing::internal::GetCapturedStdout();
-    EXPECT_NE(output.find("\n2000\n"), std::string::npos);
 }
 
 TEST(CmdMgr, WritesASumsDigitsAndNothingElseIntoAUsedBuffer)
 {
     for (const int sum : {0, 7, -1, 10, 2147483647, -2147483647 - 1}) {
-        char result[CmdMgr::kResultSize];
-        std::memset(result, '#', sizeof(result));
-        CmdParser line(("0 + " + std::to_string(sum)).c_str());
-        EXPECT_EQ(CmdMgr::GetInstance(0)->CmdExecute(&line, result), 0);
-        EXPECT_EQ(result, std::to_string(sum));
+        EXPECT_EQ(Execute("0 + " + std::to_string(sum)).result, std::to_string(sum));
     }
 }
 }  // namespace

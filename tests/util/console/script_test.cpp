@@ -1,14 +1,8 @@
 // The language, by scripts: each file in scripts/ stands beside the output it must give, and is
 // run line by line through a client and as a file.
-#include <gtest/gtest.h>
-
 #include <filesystem>
-#include <string>
 
-#include "tests/support/support.h"
-#include "tests/util/console/ConsoleClient.h"
-#include "util/console/CmdMgr.h"
-#include "util/console/CmdParser.h"
+#include "tests/util/console/console.h"
 
 namespace {
 const std::string kScripts = TEST_SOURCE_DIR "/tests/util/console/scripts/";
@@ -16,51 +10,35 @@ const std::string kScripts = TEST_SOURCE_DIR "/tests/util/console/scripts/";
 class Script : public testing::TestWithParam<const char*>
 {
 protected:
-    Script()
-    {
-        for (const auto& entry : std::filesystem::directory_iterator(kScripts)) {
-            std::filesystem::copy(entry, "./");
-        }
-    }
+    Script() { std::filesystem::copy(kScripts, "./"); }
 
-    static std::string Path() { return kScripts + GetParam() + ".txt"; }
-    static std::string Expected() { return test::ReadFile(kScripts + GetParam() + ".out"); }
+    const std::string mPath = kScripts + GetParam() + ".txt";
+    const std::string mExpected = test::ReadFile(kScripts + GetParam() + ".out");
 };
 
 TEST_P(Script, GivesItsOutputLineByLine)
 {
     test::RunningConsole console;
-    test::ConsoleClient client(console.Port());
-    ASSERT_TRUE(client.Start());
-    for (const std::string& line : test::Lines(test::ReadFile(Path()))) {
-        client.Send(test::ConsoleFrame(line));
-    }
-    client.Send(test::ConsoleFrame("quit"));
-    ASSERT_TRUE(client.WaitClosed());
-    EXPECT_EQ(console.Output(), Expected());
+    const test::ConsoleClient client = console.Client();
+    client.SendLines(test::ReadFile(mPath) + "\nquit");
+    EXPECT_TRUE(client.WaitClosed());
+    EXPECT_EQ(console.Output(), mExpected);
 }
-
-INSTANTIATE_TEST_SUITE_P(Console, Script,
-                         testing::Values("declare", "arithmetic", "assign", "print", "loops", "if",
-                                         "nested", "file", "quit"),
-                         [](const auto& script) { return std::string(script.param); });
 
 // As a file the same lines come from another source; the script about files counts its own depth.
-class ScriptFile : public Script
-{};
+using ScriptFile = Script;
 
-TEST_P(ScriptFile, GivesItsOutputAsAFile)
+TEST_P(ScriptFile, GivesItsOutput)
 {
-    testing::internal::CaptureStdout();
-    CmdParser line(("FILE " + Path()).c_str());
-    char result[CmdMgr::kResultSize];
-    const int code = CmdMgr::GetInstance(0)->CmdExecute(&line, result);
-    EXPECT_EQ(testing::internal::GetCapturedStdout(), Expected());
-    EXPECT_EQ(code, 0);
+    const test::Executed executed = test::Execute("FILE " + mPath);
+    EXPECT_EQ(executed.output, mExpected);
+    EXPECT_EQ(executed.code, 0);
 }
 
-INSTANTIATE_TEST_SUITE_P(Console, ScriptFile,
-                         testing::Values("declare", "arithmetic", "assign", "print", "loops", "if",
-                                         "nested", "quit"),
-                         [](const auto& script) { return std::string(script.param); });
+const auto kName = [](const auto& script) { return std::string(script.param); };
+const auto kBoth =
+    testing::Values("declare", "arithmetic", "assign", "print", "loops", "if", "nested", "quit");
+INSTANTIATE_TEST_SUITE_P(Console, Script, kBoth, kName);
+INSTANTIATE_TEST_SUITE_P(Console, ScriptFile, kBoth, kName);
+INSTANTIATE_TEST_SUITE_P(ConsoleOnly, Script, testing::Values("file"), kName);
 }  // namespace

@@ -1,60 +1,36 @@
 // The console's server: its life, its settings, its clients, good and hostile.
-#include <gtest/gtest.h>
+#include <gmock/gmock.h>
 
-#include <fcntl.h>
-#include <unistd.h>
-
-#include <array>
-#include <atomic>
-#include <chrono>
+#include <cstdio>
 #include <memory>
-#include <string>
-#include <thread>
+#include <tuple>
 #include <vector>
 
-#include "tests/support/support.h"
-#include "tests/util/console/ConsoleClient.h"
-#include "util/console/CmdListMgr.h"
-#include "util/console/CmdMgr.h"
-#include "util/console/CmdParser.h"
-#include "util/console/SymListMgr.h"
+#include "tests/support/Background.h"
+#include "tests/util/console/console.h"
 
 namespace {
+using test::Console;
 using test::ConsoleClient;
 using test::ConsoleFrame;
-using test::RawListener;
 using test::RawPeer;
 using test::RunningConsole;
 
-CmdMgr& Console()
+void UsePort(int port)
 {
-    return *CmdMgr::GetInstance(0);
+    Console().ParseConfig(("port=" + std::to_string(port)).c_str());
 }
 
-// Runs the console's loop on a thread of the test's own, to see it end.
-class Loop
+// What the console's loop writes to standard output beside the action, until it ends by itself.
+std::string OutputOfLoop(const std::function<void()>& action)
 {
-public:
-    Loop()
-        : mThread([this] {
-              CmdMgr::ThreadLoop(&Console());
-              mEnded = true;
-          })
-    {}
-    ~Loop()
-    {
-        Console().Stop();
-        mThread.join();
-    }
-    bool Ends() const
-    {
-        return test::WaitUntil([this] { return mEnded.load(); });
-    }
-
-private:
-    std::atomic<bool> mEnded{false};
-    std::thread mThread;
-};
+    testing::internal::CaptureStdout();
+    const test::Background loop([] { CmdMgr::ThreadLoop(&Console()); });
+    action();
+    EXPECT_TRUE(loop.Returns());
+    Console().Stop();
+    return testing::internal::GetCapturedStdout();
+}
 
 TEST(CmdMgr, AnswersEveryLineWithOnePrompt)
 {
@@ -62,7 +38,7 @@ TEST(CmdMgr, AnswersEveryLineWithOnePrompt)
     RunningConsole console(
         "# port=1\n\n port=1\nMODE=0\nmode=1\t\t\n\tmode=0\nADDRESS=127.0.0.1 \r\n");
     EXPECT_FALSE(RawPeer::TryToConnect(console.Port(), "127.0.0.2").IsOpen()) << "not its address";
-    ConsoleClient client(console.Port());
+    const ConsoleClient client(console.Port());
     for (const char byte : ConsoleFrame("START")) {  // in the smallest pieces
         ASSERT_TRUE(client.Send(std::string(1, byte)));
     }
@@ -72,42 +48,37 @@ TEST(CmdMgr, AnswersEveryLineWithOnePrompt)
         EXPECT_TRUE(client.Run(line)) << line;
     }
     // A block is one statement: its one prompt follows its END.
-    EXPECT_TRUE(client.Send(ConsoleFrame("FOR 1 2 1")));
-    EXPECT_TRUE(client.Send(ConsoleFrame("PRINT \"in block\"")));
+    client.SendLines("FOR 1 2 1\nPRINT \"in block\"");
     EXPECT_FALSE(client.HasInput(50));
     EXPECT_TRUE(client.Run("END"));
     EXPECT_TRUE(client.Run(std::string(1023, 'x')));
     EXPECT_FALSE(client.HasInput(50)) << "nothing but prompts is ever sent";
-    EXPECT_TRUE(client.Send(ConsoleFrame("quit")));
-    EXPECT_TRUE(client.WaitClosed());
+    EXPECT_TRUE(client.Quit());
     EXPECT_EQ(console.Output(), "3\nin block\nin block\n");
 }
 
 TEST(CmdMgr, StopsAndStartsAgain)
 {
-    RunningConsole console;
-    ConsoleClient waiting(console.Port());
-    ASSERT_TRUE(waiting.Start());
+    const RunningConsole console;
     EXPECT_EQ(Console().Start(), -1) << "it runs already";
-    SymListMgr& symbols = *SymListMgr::GetInstance();
-    symbols.RegisterSymbol("turns", "0", SymInfo::kInt, false);
-    for (const std::string line : {"", "SLEEP 100000", "FOR 1 1 0\nturns = turns + 1\nSLEEP 1\nEND",
-                                   "WHILE 1 == 1\nturns = turns + 1\nEND", "FILE loop.txt"}) {
-        test::WriteFile("loop.txt", "FOR 1 1 0\nturns = turns + 1\nFILE none\nEND\nSLEEP 100000\n");
-        const bool loops = test::Count(line, "END") + test::Count(line, "FILE") > 0;
-        symbols.SetValue("turns", "0");
-        ConsoleClient client(console.Port());
-        waiting.Close();
-        ASSERT_TRUE(client.Start()) << line;
-        for (const std::string& part : test::Lines(line)) {
-            client.Send(ConsoleFrame(part));
-        }
-        ASSERT_TRUE(test::WaitUntil([&] { return !loops || symbols.GetIntValue("turns") > 0; }));
-        const auto begin = std::chrono::steady_clock::now();
-        Console().Stop();
-        ASSERT_TRUE(client.WaitClosed()) << line;
-        EXPECT_EQ(Console().Start(), 0) << line;
-        EXPECT_LT(std::chrono::steady_clock::now() - begin, std::chrono::seconds(2));
+    CmdMgr::ThreadLoop(&Console());  // which returns, for the same reason
+    test::Symbols().RegisterSymbol("turns", "0", SymInfo::kInt, false);
+    test::WriteFile("loop.txt", "FOR 1 1 0\nturns = turns + 1\nFILE none\nEND\nSLEEP 100000\n");
+    for (const std::string lines : {"", "IF 1 == 1\nturns = turns + 1\nSLEEP 100000\nEND",
+                                    "FOR 1 1 0\nturns = turns + 1\nSLEEP 1\nEND",
+                                    "WHILE 1 == 1\nturns = turns + 1\nEND", "FILE loop.txt"}) {
+        SCOPED_TRACE(lines);
+        test::Symbols().SetValue("turns", "0");
+        const ConsoleClient client = console.Client();
+        client.SendLines(lines);
+        ASSERT_TRUE(test::WaitUntil(
+            [&] { return lines.empty() || test::Symbols().GetIntValue("turns") > 0; }));
+        const auto restart = [&] {
+            Console().Stop();
+            ASSERT_TRUE(client.WaitClosed());
+            EXPECT_EQ(Console().Start(), 0);
+        };
+        EXPECT_LT(test::Milliseconds(restart), 2000);
     }
     EXPECT_TRUE(console.ServesNextClient());
     Console().Stop();  // while it waits for a client
@@ -115,36 +86,27 @@ TEST(CmdMgr, StopsAndStartsAgain)
     EXPECT_TRUE(console.ServesNextClient());
 }
 
-int HangUp(CmdParser* /*line*/, CmdInfo* /*info*/, char* /*result*/)
-{
-    Console().Close();
-    return 0;
-}
-
 TEST(CmdMgr, TakesClientsOneAfterTheOther)
 {
-    const CmdParser command("hang_up");
-    CmdListMgr::GetInstance()->RegisterCommand(HangUp, &command, nullptr, nullptr);
+    test::RegisterCommand("hang_up", [](CmdParser*, CmdInfo*, char*) {
+        Console().Close();
+        return 0;
+    });
     RunningConsole console;
-    const ConsoleClient first(console.Port());
-    ASSERT_TRUE(first.Start());
-    std::array<std::unique_ptr<ConsoleClient>, 3> waiting;
-    for (auto& client : waiting) {
-        client = std::make_unique<ConsoleClient>(console.Port());
-        ASSERT_TRUE(client->Send(ConsoleFrame("STARTUP") + ConsoleFrame("PRINT waited")));
+    const ConsoleClient first = console.Client();
+    std::vector<ConsoleClient> waiting;
+    for (int count = 0; count < 3; ++count) {
+        waiting.emplace_back(console.Port()).SendLines("STARTUP\nPRINT waited");
     }
-    EXPECT_FALSE(waiting[0]->HasInput(20));
+    EXPECT_FALSE(waiting[0].HasInput(20));
     EXPECT_TRUE(first.Run("PRINT first"));
-    first.Send(ConsoleFrame("quit"));
-    EXPECT_TRUE(first.WaitClosed());
-    for (auto& client : waiting) {
-        EXPECT_TRUE(client->ReadPrompt());
-        EXPECT_TRUE(client->ReadPrompt());
-        client->Close();  // gone without a word
+    EXPECT_TRUE(first.Quit());
+    for (ConsoleClient& client : waiting) {
+        EXPECT_TRUE(client.ReadPrompt() && client.ReadPrompt());
+        client.Close();  // gone without a word
     }
-    const ConsoleClient last(console.Port());
-    ASSERT_TRUE(last.Start());
-    last.Send(ConsoleFrame("hang_up"));
+    const ConsoleClient last = console.Client();
+    last.SendLines("hang_up");
     EXPECT_TRUE(last.WaitClosed());
     EXPECT_TRUE(console.ServesNextClient());
     EXPECT_EQ(console.Output(), "first\nwaited\nwaited\nwaited\nserved\n");
@@ -153,46 +115,38 @@ TEST(CmdMgr, TakesClientsOneAfterTheOther)
 TEST(CmdMgr, FailsToOpenWithAReport)
 {
     const int port = test::FreePort();
-    const RawListener holder(port);
-    CmdMgr& console = Console();
-    console.ParseConfig(("port=" + std::to_string(port)).c_str());
-    const std::vector<std::vector<const char*>> cases = {
-        {}, {"port=65536"}, {"port=0", "address=not an address"}, {"mode=2"}};
-    for (const std::vector<const char*>& settings : cases) {
-        for (const char* setting : settings) {
-            console.ParseConfig(setting);
-        }
+    const test::RawListener holder(port);
+    UsePort(port);
+    const std::tuple<const char*, const char*, const char*> cases[] = {
+        {"", "", "Bind Error\n"},
+        {"port=65536", "", "Bind Error\n"},
+        {"port=0", "address=not an address", "Bind Error\n"},
+        {"mode=2", "", ""}};
+    for (const auto& [setting, another, output] : cases) {
+        Console().ParseConfig(setting);
+        Console().ParseConfig(another);
         testing::internal::CaptureStdout();
-        EXPECT_EQ(console.Open(), -1);
-        EXPECT_EQ(testing::internal::GetCapturedStdout(),
-                  settings == cases.back() ? "" : "Bind Error\n");
+        EXPECT_EQ(Console().Open(), -1);
+        EXPECT_EQ(testing::internal::GetCapturedStdout(), output);
     }
     test::WriteFile("script.txt", "IF 1 == 1\nPRINT run\nEND\n");
-    CmdParser file("FILE script.txt");
-    char result[CmdMgr::kResultSize];
-    testing::internal::CaptureStdout();
-    EXPECT_EQ(console.CmdExecute(&file, result), 0);
-    EXPECT_EQ(testing::internal::GetCapturedStdout(), "run\n") << "a script needs no client";
+    EXPECT_EQ(test::Execute("FILE script.txt").output, "run\n") << "a script needs no client";
     char line[CmdMgr::kLineSize];
-    EXPECT_EQ(console.GetLine(line), -1);
-    EXPECT_EQ(console.SetLine("x"), -1);
-    EXPECT_EQ(console.SendResult("x"), 0);
+    EXPECT_EQ(Console().GetLine(line), -1);
+    EXPECT_EQ(Console().SetLine("x"), -1);
+    EXPECT_EQ(Console().SendResult("x"), 0);
 }
 
 TEST(Linger, EndsWhatRunsForAClientThatHasLeft)
 {
     const RunningConsole console("linger=1\n");
-    for (const std::string statement : {"SLEEP 100000", "WHILE 1 == 1\nEND"}) {
-        ConsoleClient client(console.Port());
-        ASSERT_TRUE(client.Start()) << statement;
-        for (const std::string& line : test::Lines(statement)) {
-            client.Send(ConsoleFrame(line));
-        }
-        EXPECT_FALSE(client.HasInput(150)) << statement << " goes on while its client is there";
-        const auto begin = std::chrono::steady_clock::now();
+    for (const char* const statement : {"SLEEP 100000", "WHILE 1 == 1\nEND"}) {
+        SCOPED_TRACE(statement);
+        ConsoleClient client = console.Client();
+        client.SendLines(statement);
+        EXPECT_FALSE(client.HasInput(150)) << "it goes on while its client is there";
         client.Close();
-        EXPECT_TRUE(console.ServesNextClient()) << statement;
-        EXPECT_GE(std::chrono::steady_clock::now() - begin, std::chrono::milliseconds(900));
+        EXPECT_GE(test::Milliseconds([&] { EXPECT_TRUE(console.ServesNextClient()); }), 900);
     }
 }
 
@@ -200,11 +154,7 @@ TEST(Linger, RunsWithinItsTimeWhatTheClientSentBefore)
 {
     for (const char* const linger : {"", "linger=-1\n", "LINGER=0\n"}) {
         RunningConsole console(linger);
-        {
-            ConsoleClient client(console.Port());
-            ASSERT_TRUE(client.Start());
-            client.Send(ConsoleFrame("SLEEP 250") + ConsoleFrame("PRINT late"));
-        }
+        console.Client().SendLines("SLEEP 250\nPRINT late");
         EXPECT_TRUE(console.ServesNextClient());
         const bool cut = std::string(linger) == "LINGER=0\n";
         EXPECT_EQ(console.Output(), cut ? "served\n" : "late\nserved\n") << linger;
@@ -216,17 +166,13 @@ TEST(Verbose, TellsOfWhatFailedOrNamedNothing)
 {
     test::WriteFile("wrong.txt", "PRINT right\ntun 7\n");
     RunningConsole console("verbose=1\n");
-    const ConsoleClient client(console.Port());
-    ASSERT_TRUE(client.Start());
-    for (const char* const line :
-         {"INT n 3", "n = 4", "n = n + 1", "n = n / 0", "FREE nobody", "FILE none", "FILE\r\n",
-          "FILE wrong.txt", "m = 5", "m = thread_shaw all", "END", "# nothing", ""}) {
-        EXPECT_TRUE(client.Run(line)) << line;
-    }
-    for (const char* const line : {"IF 1 == 1", "m = n + 1", "WHILE 1", "SLEEP 1", "END", "END"}) {
-        client.Send(ConsoleFrame(line));
-    }
-    EXPECT_TRUE(client.ReadPrompt());
+    const ConsoleClient client = console.Client();
+    client.SendLines("INT n 3\nn = 4\nn = n + 1\nn = n / 0\nFREE nobody\nFILE none");
+    client.Send(ConsoleFrame("FILE\r\n"));
+    client.SendLines(
+        "FILE wrong.txt\nm = 5\nm = thread_shaw all\nEND\n# nothing\n\n"
+        "IF 1 == 1\nm = n + 1\nWHILE 1\nSLEEP 1\nEND\nEND");
+    EXPECT_TRUE(client.Quit());
     EXPECT_EQ(console.Output(),
               "n = n / 0 -> -1 argument fail\nFREE nobody -> -1\n"
               "FILE none -> -1 Can not find file\nFILE -> -1 argument fail\n"
@@ -237,44 +183,31 @@ TEST(Verbose, TellsOfWhatFailedOrNamedNothing)
     Console().SetVerbose(false);
 }
 
-// What the console's loop writes when the text is its standard input.
-std::string OutputFor(const std::string& text)
-{
-    test::WriteFile("input.txt", text);
-    const int original = dup(STDIN_FILENO);
-    const int file = open("input.txt", O_RDONLY | O_CLOEXEC);
-    dup2(file, STDIN_FILENO);
-    close(file);
-    testing::internal::CaptureStdout();
-    Console().ParseConfig("MODE=0");
-    {
-        const Loop loop;
-        EXPECT_TRUE(loop.Ends());
-    }
-    dup2(original, STDIN_FILENO);
-    close(original);
-    return testing::internal::GetCapturedStdout();
-}
-
 TEST(CmdMgr, UsesTheStandardStreamsAndEndsWithThem)
 {
-    EXPECT_EQ(OutputFor("INT n 2\nFOR 1 n 1\nPRINT \"line\"\nEND\nquit\nPRINT n\nPRINT end"),
-              "\nCMD>\nCMD>line\nline\n\nCMD>\nCMD>2\n\nCMD>end\n\nCMD>");
-    EXPECT_EQ(OutputFor("FOR 1 2 1\nPRINT never\n"), "\nCMD>\nCMD>");
+    Console().ParseConfig("MODE=0");
+    const std::pair<const char*, const char*> cases[] = {
+        {"INT n 2\nFOR 1 n 1\nPRINT \"line\"\nEND\nquit\nPRINT n\nPRINT end",
+         "\nCMD>\nCMD>line\nline\n\nCMD>\nCMD>2\n\nCMD>end\n\nCMD>"},
+        {"FOR 1 2 1\nPRINT never\n", "\nCMD>\nCMD>"},
+    };
+    for (const auto& [input, output] : cases) {
+        test::WriteFile("input.txt", input);
+        ASSERT_NE(std::freopen("input.txt", "re", stdin), nullptr);
+        EXPECT_EQ(OutputOfLoop([] {}), output);
+    }
 }
 
 TEST(CmdMgr, AbandonsABlockWhenItsLinesEnd)
 {
     RunningConsole console;
-    for (const std::string& bad : {std::string(), std::string("wxyz")}) {
-        const ConsoleClient client(console.Port());
-        ASSERT_TRUE(client.Start());
-        client.Send(ConsoleFrame("IF 1 == 1") + ConsoleFrame("PRINT never") + bad);
-        if (!bad.empty()) {
-            EXPECT_TRUE(client.ReadPrompt()) << "the dropped line ends the block";
-            EXPECT_TRUE(client.Run("END"));
-        }
-    }
+    console.Client().SendLines("IF 1 == 1\nPRINT never");
+    const ConsoleClient client = console.Client();
+    client.SendLines("IF 1 == 1\nPRINT never");
+    client.Send("wxyz");
+    EXPECT_TRUE(client.ReadPrompt()) << "the dropped line ends the block";
+    EXPECT_TRUE(client.Run("END"));
+    EXPECT_TRUE(client.Quit());
     EXPECT_TRUE(console.ServesNextClient());
     EXPECT_EQ(console.Output(), "served\n");
 }
@@ -283,12 +216,8 @@ TEST(Hostile, FramesAreDroppedAndTheConnectionGoesOn)
 {
     const std::string line = "PRINT longest" + std::string(1010, ' ');
     const std::string longLine = "PRINT never" + std::string(1013, ' ');
-    const struct
-    {
-        const char* name;
-        std::string bytes;
-        int prompts;  // that answer the bytes
-    } cases[] = {
+    // What the bytes are, and how many prompts answer them.
+    const std::tuple<const char*, std::string, int> cases[] = {
         {"length 0", ConsoleFrame(""), 1},
         {"length 1023", ConsoleFrame(line), 1},
         {"length 1024", ConsoleFrame(longLine), 1},
@@ -300,12 +229,11 @@ TEST(Hostile, FramesAreDroppedAndTheConnectionGoesOn)
         {"zeros in the text", ConsoleFrame(std::string("PRINT\0PRINT never", 17)), 1},
     };
     RunningConsole console;
-    for (const auto& hostile : cases) {
-        SCOPED_TRACE(hostile.name);
-        ConsoleClient client(console.Port());
-        ASSERT_TRUE(client.Start());
-        ASSERT_TRUE(client.Send(hostile.bytes));
-        for (int count = 0; count < hostile.prompts; ++count) {
+    for (const auto& [name, bytes, prompts] : cases) {
+        SCOPED_TRACE(name);
+        const ConsoleClient client = console.Client();
+        ASSERT_TRUE(client.Send(bytes));
+        for (int count = 0; count < prompts; ++count) {
             EXPECT_TRUE(client.ReadPrompt());
         }
         EXPECT_TRUE(client.Run("INT n")) << "the next frame is understood";
@@ -317,28 +245,22 @@ TEST(Hostile, FramesAreDroppedAndTheConnectionGoesOn)
 
 TEST(Hostile, ClientsThatTakeNoPromptsAreGivenUp)
 {
-    RunningConsole console;
+    const RunningConsole console;
     {
-        ConsoleClient client(console.Port());
-        ASSERT_TRUE(client.Start());
+        const ConsoleClient client = console.Client();
         std::string lines;
         for (int count = 0; count < 10000; ++count) {
             lines += ConsoleFrame("");
         }
         while (client.Send(lines)) {}  // until the server reads no more and closes
-        ConsoleClient next(console.Port());
-        EXPECT_TRUE(next.Start());
+        EXPECT_TRUE(ConsoleClient(console.Port()).Start());
     }
     EXPECT_TRUE(console.ServesNextClient());
 }
 
 TEST(Handshake, RefusesAllButStart)
 {
-    const struct
-    {
-        std::string bytes;
-        const char* output;
-    } cases[] = {
+    const std::pair<std::string, const char*> cases[] = {
         {ConsoleFrame("start"), "START FAIL\n"},
         {ConsoleFrame("STAR"), "START FAIL\n"},
         {ConsoleFrame(""), "START FAIL\n"},
@@ -346,20 +268,17 @@ TEST(Handshake, RefusesAllButStart)
         {ConsoleFrame("", 1024), ""},
         {"", ""},
     };
-    for (const auto& bad : cases) {
-        SCOPED_TRACE(bad.bytes);
+    for (const auto& [bytes, output] : cases) {
+        SCOPED_TRACE(bytes);
         const int port = test::FreePort();
-        Console().ParseConfig(("port=" + std::to_string(port)).c_str());
-        testing::internal::CaptureStdout();
-        {
-            const Loop loop;
-            ConsoleClient client(port);
-            client.Send(bad.bytes);
+        UsePort(port);
+        const auto opening = [port, sent = bytes] {
+            const ConsoleClient client(port);
+            client.Send(sent);
             client.EndSending();
             EXPECT_TRUE(client.WaitClosed());
-            EXPECT_TRUE(loop.Ends()) << "the opening fails, and the console ends";
-        }
-        EXPECT_EQ(testing::internal::GetCapturedStdout(), bad.output);
+        };
+        EXPECT_EQ(OutputOfLoop(opening), output) << "the opening fails, and the console ends";
     }
 }
 
@@ -368,15 +287,12 @@ TEST(Handshake, CostsOnlyThatClientWhenTolerant)
     RunningConsole console("tolerant=1\nstarttimeout=200\n");
     for (const std::string& bytes : {ConsoleFrame("stop"), std::string("GET / HTTP/1.0\r\n\r\n"),
                                      std::string(), ConsoleFrame("STAR", 9)}) {
-        ConsoleClient client(console.Port());
-        client.Send(bytes);
-        client.Close();
+        ConsoleClient(console.Port()).Send(bytes);
         EXPECT_TRUE(console.ServesNextClient()) << bytes;
     }
     EXPECT_EQ(console.Output(), "START FAIL\nserved\nserved\nserved\nserved\n");
     const ConsoleClient silent(console.Port());
-    const ConsoleClient next(console.Port());
-    EXPECT_TRUE(next.Start());
+    const ConsoleClient next = console.Client();
     EXPECT_TRUE(silent.WaitClosed());
     // Once opened, a client may be silent as long as it likes.
     EXPECT_FALSE(next.HasInput(400));
@@ -386,20 +302,16 @@ TEST(Handshake, CostsOnlyThatClientWhenTolerant)
 TEST(Settings, HoldFromTheNextOpeningOn)
 {
     const RunningConsole console;
-    const auto usePort = [](int port) {
-        Console().ParseConfig(("port=" + std::to_string(port)).c_str());
-    };
-    const ConsoleClient client(console.Port());
-    ASSERT_TRUE(client.Start());
+    const ConsoleClient client = console.Client();
     const int other = test::FreePort();
-    usePort(other);
+    UsePort(other);
     EXPECT_TRUE(client.Run("PRINT \"who is served stays\""));
-    client.Send(ConsoleFrame("quit"));
+    client.SendLines("quit");
     const ConsoleClient next(other);
     ASSERT_TRUE(next.Start());
     EXPECT_FALSE(RawPeer::TryToConnect(console.Port()).IsOpen());
-    usePort(console.Port());
-    next.Send(ConsoleFrame("quit"));
+    UsePort(console.Port());
+    next.SendLines("quit");
     EXPECT_TRUE(console.ServesNextClient());
 }
 
@@ -413,12 +325,11 @@ TEST(Settings, AreTakenByCallToo)
     testing::internal::CaptureStdout();
     ASSERT_EQ(console->Start(), 0);
     {
-        ConsoleClient silent(port);
-        EXPECT_TRUE(silent.WaitClosed());
-        ConsoleClient wrong(port);
-        wrong.Send(ConsoleFrame("wrong"));
+        EXPECT_TRUE(ConsoleClient(port).WaitClosed()) << "a silent one";
+        const ConsoleClient wrong(port);
+        wrong.SendLines("wrong");
         EXPECT_TRUE(wrong.WaitClosed());
-        ConsoleClient client(port);
+        const ConsoleClient client(port);
         EXPECT_TRUE(client.Start());
         EXPECT_FALSE(RawPeer::TryToConnect(port, "127.0.0.2").IsOpen()) << "another address";
     }

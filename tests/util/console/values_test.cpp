@@ -3,6 +3,7 @@
 
 #include <climits>
 #include <string>
+#include <tuple>
 #include <type_traits>
 #include <vector>
 
@@ -40,10 +41,10 @@ TEST(Interfaces, TakeWritableTexts)
     char line[] = "x = command";
     char prompt[] = "\nCMD>rest";
     char token[256];
-    char* const second = CmdParser::GetNextToken(line, token);
-    EXPECT_STREQ(second, " = command");
-    char* const rest = CmdMgr::RemovePrompt(prompt);
-    EXPECT_STREQ(rest, "rest");
+    EXPECT_STREQ(CmdParser::GetNextToken(line, token), " = command");
+    EXPECT_STREQ(CmdMgr::RemovePrompt(prompt), "rest");
+    static_assert(std::is_same_v<decltype(CmdParser::GetNextToken(line, token)), char*>);
+    static_assert(std::is_same_v<decltype(CmdMgr::RemovePrompt(prompt)), char*>);
     static_assert(std::is_same_v<decltype(CmdParser::GetNextToken("x", token)), const char*>);
     static_assert(std::is_same_v<decltype(CmdMgr::RemovePrompt("x")), const char*>);
     EXPECT_STREQ(CmdMgr::RemovePrompt("12345\nCMD>"), "\nCMD>");
@@ -53,18 +54,8 @@ TEST(Interfaces, TakeWritableTexts)
 TEST(CmdParser, SplitsLines)
 {
     const std::string longest(255, 'w');
-    const std::string tooLong(256, 'w');
-    const std::string quoted = "a \"" + longest + "\" b";
-    const std::string quotedTooLong = "a \"" + tooLong + "\" b";
-    const std::string plain = "a " + longest + " b";
-    const std::string plainTooLong = "a " + tooLong + " b";
-    const struct
-    {
-        const char* line;
-        const char* returnName;
-        const char* command;
-        std::vector<std::string> arguments;
-    } cases[] = {
+    using Words = std::vector<std::string>;
+    const std::tuple<std::string, const char*, const char*, Words> cases[] = {
         {"", nullptr, nullptr, {}},
         {" \t\r\n\v\f", nullptr, nullptr, {}},
         {"\tcommand one\ttwo\r\n", nullptr, "command", {"one", "two"}},
@@ -80,35 +71,36 @@ TEST(CmdParser, SplitsLines)
         {"c a\vb \va", nullptr, "c", {"a\vb", "a"}},
         {"c one \"two three", nullptr, "c", {"one"}},
         {"\"open", nullptr, nullptr, {}},
-        {quoted.c_str(), nullptr, "a", {longest, "b"}},
-        {quotedTooLong.c_str(), nullptr, "a", {}},
-        {plain.c_str(), nullptr, "a", {longest, "b"}},
-        {plainTooLong.c_str(), nullptr, "a", {}},
+        {"a \"" + longest + "\" b", nullptr, "a", {longest, "b"}},
+        {"a \"w" + longest + "\" b", nullptr, "a", {}},
+        {"a " + longest + " b", nullptr, "a", {longest, "b"}},
+        {"a w" + longest + " b", nullptr, "a", {}},
     };
     CmdParser parser;
-    for (const auto& expected : cases) {
-        SCOPED_TRACE(expected.line);
+    for (const auto& [line, returnName, command, arguments] : cases) {
+        SCOPED_TRACE(line);
         parser.SetCurrentIndex(7);
-        parser.Parse(expected.line);
-        EXPECT_STREQ(parser.GetReturn(), expected.returnName);
-        EXPECT_STREQ(parser.GetCommand(), expected.command);
-        EXPECT_STREQ(parser.GetString(), expected.line);
+        parser.Parse(line.c_str());
+        EXPECT_STREQ(parser.GetReturn(), returnName);
+        EXPECT_STREQ(parser.GetCommand(), command);
+        EXPECT_EQ(parser.GetString(), line);
         EXPECT_EQ(parser.GetCurrentIndex(), 0);
-        std::vector<std::string> arguments;
+        Words found;
         for (int index = 0; index < parser.GetCount(); ++index) {
-            arguments.emplace_back(parser.GetNthArg(index));
+            found.emplace_back(parser.GetNthArg(index));
         }
-        EXPECT_EQ(arguments, expected.arguments);
+        EXPECT_EQ(found, arguments);
     }
 }
 
 TEST(CmdParser, TakesALineInStepsAndNone)
 {
-    CmdParser parser("old line");
+    CmdParser parser("r = old line");
     parser.SetString("new \"the line\"");
     EXPECT_STREQ(parser.GetCommand(), "old");
     parser.Parse();
     EXPECT_STREQ(parser.GetCommand(), "new");
+    EXPECT_EQ(parser.GetReturn(), nullptr);
     EXPECT_STREQ(parser.GetNthArg(0), "the line");
     parser.SetCurrentIndex(1);
     parser.Init();
@@ -135,45 +127,43 @@ TEST(CmdParser, ComparesCommandsInAnyCaseAndArgumentsExactly)
 
 TEST(CmdParser, TellsWordsApart)
 {
-    const struct
-    {
-        const char* word;
-        const char* tests;  // letters of the tests that pass: i h f s c
-    } cases[] = {
+    // Words, and the letters of the tests that pass: i h f s c.
+    const std::pair<const char*, std::string> cases[] = {
         {"", "is"},    {"0", "isc"},        {"+12", "is"},   {"-", "isc"},   {"+", "isc"},
         {"1-", "s"},   {"--1", "s"},        {"0x", "hs"},    {"0XZZ", "hs"}, {"x0", "s"},
         {"1.5", "fs"}, {"-.5", "fs"},       {"1.2.3", "fs"}, {".5", "s"},    {"5.", "s"},
         {"..5", "fs"}, {"+1.25", "fs"},     {".", "sc"},     {"1.5e3", "s"}, {"a b", "s"},
         {"\x01", "c"}, {"caf\xc3\xa9", ""}, {"12a", "s"},    {"+.", "s"},
     };
-    for (const auto& expected : cases) {
+    for (const auto& [word, tests] : cases) {
         std::string passed;
-        passed += CmdParser::IsInteger(expected.word) ? "i" : "";
-        passed += CmdParser::IsHex(expected.word) ? "h" : "";
-        passed += CmdParser::IsFloat(expected.word) ? "f" : "";
-        passed += CmdParser::IsString(expected.word) ? "s" : "";
-        passed += CmdParser::IsChar(expected.word) ? "c" : "";
-        EXPECT_EQ(passed, expected.tests) << expected.word;
+        passed += CmdParser::IsInteger(word) ? "i" : "";
+        passed += CmdParser::IsHex(word) ? "h" : "";
+        passed += CmdParser::IsFloat(word) ? "f" : "";
+        passed += CmdParser::IsString(word) ? "s" : "";
+        passed += CmdParser::IsChar(word) ? "c" : "";
+        EXPECT_EQ(passed, tests) << word;
     }
 }
 
 TEST(CmdParser, ConvertsArgumentsByFormAndSymbolsByType)
 {
-    SymListMgr* const symbols = SymListMgr::GetInstance();
-    symbols->RegisterSymbol("fixed", "1", 1, true);
-    symbols->RegisterSymbol("c", "66", 2, false);
-    symbols->RegisterSymbol("s", std::string(300, 's').c_str(), 3, false);
-    symbols->RegisterSymbol("none", nullptr, 3, false);
-    symbols->RegisterSymbol("f", "0.5", 4, false);
-    symbols->RegisterSymbol("p", nullptr, 5, false);
-    symbols->RegisterSymbol("odd", "9", 77, false);
+    SymListMgr& symbols = *SymListMgr::GetInstance();
+    symbols.RegisterSymbol("fixed", "1", 1, true);
+    symbols.RegisterSymbol("c", "66", 2, false);
+    symbols.RegisterSymbol("s", std::string(300, 's').c_str(), 3, false);
+    symbols.RegisterSymbol("none", nullptr, 3, false);
+    symbols.RegisterSymbol("f", "0.5", 4, false);
+    symbols.RegisterSymbol("p", nullptr, 5, false);
+    symbols.RegisterSymbol("odd", "9", 77, false);
     const CmdParser parser(
         "c2 -12 0x1F 2.5 abc \"\" 0xZZ odd \xff fixed c s none f p \"two words\"");
     CmdValue values[256];
     ASSERT_EQ(parser.GetCmdArgs(values, 256), 13);
-    const int types[] = {0, 0, 2, 1, 0, 0, 0, 0, 1, 1, 2, 3, 1};
-    for (int index = 0; index < 13; ++index) {
-        EXPECT_EQ(values[index].GetType(), types[index]) << index;
+    int index = 0;
+    for (const int type : {0, 0, 2, 1, 0, 0, 0, 0, 1, 1, 2, 3, 1}) {
+        EXPECT_EQ(values[index].GetType(), type) << index;
+        ++index;
     }
     EXPECT_EQ(values[0].GetInt(), -12);
     EXPECT_EQ(values[1].GetInt(), 31);
@@ -184,6 +174,7 @@ TEST(CmdParser, ConvertsArgumentsByFormAndSymbolsByType)
     EXPECT_EQ(values[8].GetString(), std::string(255, 's'));
     EXPECT_STREQ(values[12].GetString(), "two words");
 
+    EXPECT_TRUE(CmdParser::IsSymbol("odd") && !CmdParser::IsSymbol("abc"));
     CmdValue few[2];
     EXPECT_EQ(parser.GetCmdArgs(few, 2), 2);
     EXPECT_EQ(parser.GetCmdArgs(few, 0), 0);
@@ -204,17 +195,12 @@ TEST(Cursors, MoveAndStopAtBothEnds)
     EXPECT_STREQ(history.GetNthHistory(0), "f");
     EXPECT_EQ(history.GetNthHistory(3), nullptr);
     EXPECT_EQ(history.GetNthHistory(-1), nullptr);
-    const struct
-    {
-        bool forward;
-        const char* expected;
-    } steps[] = {{false, nullptr}, {true, "a"},  {true, "b"},  {true, nullptr},
-                 {true, nullptr},  {false, "a"}, {false, "f"}, {false, nullptr},
-                 {false, nullptr}, {true, "a"}};
-    for (const auto& step : steps) {
-        EXPECT_STREQ(step.forward ? parser.GetNextArg() : parser.GetPrevArg(), step.expected);
-        EXPECT_STREQ(step.forward ? history.GetNextHistory() : history.GetPrevHistory(),
-                     step.expected);
+    const std::pair<bool, const char*> steps[] = {
+        {false, nullptr}, {true, "a"},  {true, "b"},      {true, nullptr},  {true, nullptr},
+        {false, "a"},     {false, "f"}, {false, nullptr}, {false, nullptr}, {true, "a"}};
+    for (const auto& [forward, entry] : steps) {
+        EXPECT_STREQ(forward ? parser.GetNextArg() : parser.GetPrevArg(), entry);
+        EXPECT_STREQ(forward ? history.GetNextHistory() : history.GetPrevHistory(), entry);
     }
     history.Clear();
     EXPECT_EQ(history.GetCount(), 0);

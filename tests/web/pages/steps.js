@@ -26,16 +26,20 @@ async function until(holds, text, ms = 3000) {
     return Math.round(performance.now() - start);
 }
 
-// The next event of that name. Called before what causes it.
-function next(target, type, ms = 3000) {
+// Does what causes the next event of that name, and resolves with the ms until it came.
+function next(target, type, cause = () => {}, ms = 3000) {
+    const start = performance.now();
     return new Promise((resolve, reject) => {
-        const timer = setTimeout(() => reject(new Error(`within ${ms} ms no ${type}`)), ms);
-        target.addEventListener(type, (event) => {
-            clearTimeout(timer);
-            resolve(event);
-        }, {once: true});
+        setTimeout(() => reject(new Error(`within ${ms} ms no ${type}`)), ms);
+        const came = () => resolve(Math.round(performance.now() - start));
+        target.addEventListener(type, came, {once: true});
+        cause();
     });
 }
+
+// Until the video has passed that position; resolves with the ms that it took.
+const passes = (video, position, ms) =>
+    until(() => video.currentTime > position, `a position beyond ${position}`, ms);
 
 // The player's log lines of one command, since the start.
 const told = async (text) => (await ask('/player/log')).split('\n')
