@@ -3,6 +3,7 @@
 #define TESTS_SUPPORT_BACKGROUND_H
 
 #include <pthread.h>
+#include <signal.h>
 #include <unistd.h>
 
 #include <atomic>
