@@ -10,10 +10,10 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <cctype>
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
-#include <sstream>
 
 #include "tests/support/support.h"
 
@@ -85,14 +85,14 @@ int ListenAt(const Address& address)
 }
 }  // namespace
 
-std::string Hex(const std::string& digits)
+std::string Hex(std::string digits)
 {
-    std::istringstream words(digits);
+    digits.erase(std::remove_if(digits.begin(), digits.end(),
+                                [](unsigned char digit) { return std::isxdigit(digit) == 0; }),
+                 digits.end());
     std::string bytes;
-    for (std::string word; words >> word;) {
-        if (word != "|") {
-            bytes += static_cast<char>(std::stoi(word, nullptr, 16));
-        }
+    for (std::size_t at = 0; at < digits.size(); at += 2) {
+        bytes += static_cast<char>(std::stoi(digits.substr(at, 2), nullptr, 16));
     }
     return bytes;
 }

@@ -13,8 +13,8 @@
 #include "tests/support/support.h"
 
 namespace test {
-// The bytes that the hexadecimal digits name; in pairs; "|" is passed over.
-std::string Hex(const std::string& digits);
+// The bytes that the hexadecimal digits name, in pairs; whatever else stands there is passed over.
+std::string Hex(std::string digits);
 
 // A signed 32-bit number, least significant byte first.
 std::string Number(std::int32_t value);
