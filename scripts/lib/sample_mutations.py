@@ -22,7 +22,9 @@ import mutants
 from run_mutations import read
 
 # The tests that judge a folder, where they are more than its own.
-JUDGES = {"util/ipc": ["tests/util/ipc", "tests/html5_video"]}
+JUDGES = {"util/ipc": ["tests/util/ipc", "tests/html5_video", "tests/faults"],
+          "util/os_linux": ["tests/util/os_linux", "tests/faults"],
+          "util/console": ["tests/util/console", "tests/faults"]}
 SANITIZED = {"TSAN_OPTIONS": "halt_on_error=1:second_deadlock_stack=1:report_thread_leaks=0"}
 LARGEST_FILE = 256 << 20   # bytes: what a test may write
 LARGEST_SPACE = 8 << 30    # bytes of address space, but for the sanitizer

@@ -145,7 +145,7 @@ TEST(Blocks, SeeACommandThatAppearsInTheirLoop)
     EXPECT_EQ(test::Symbols().GetIntValue("n"), 77);
 }
 
-TEST(Blocks, SeeASymbolThatIsReplacedInTheirLoop)
+TEST(Blocks, SeeASymbolThatIsMadeOrReplacedInTheirLoop)
 {
     RegisterCommand("renew", [](CmdParser*, CmdInfo*, char*) {
         test::Symbols().UnregisterSymbol("n");
@@ -155,6 +155,9 @@ TEST(Blocks, SeeASymbolThatIsReplacedInTheirLoop)
         "INT n 5\nINT turn\nWHILE turn < 2\n  n = n + 1\n  IF turn == 0\n    renew\n  END\n"
         "  turn = turn + 1\nEND\n");
     EXPECT_EQ(test::Symbols().GetIntValue("n"), 51);
+    EXPECT_EQ(RunFile("INT m\nFOR 1 2 1\n  m = late + 0\n  INT late 7\nEND\nPRINT m\n").output,
+              "7\n");
+    EXPECT_EQ(RunFile("FOR 1 2 1\n  m = late + 0\n  FREE late\nEND\nPRINT m\n").output, "0\n");
 }
 
 TEST(Blocks, FollowALineThatItsHandlerParsesAnew)

@@ -75,6 +75,8 @@ TEST(SymListMgr, KeepsNamesUniqueAndInOrder)
     EXPECT_EQ(Symbols().GetInfo(2)->mName, longName.substr(0, 256));
     EXPECT_EQ(Symbols().GetMatch("n")->mIntValue, 42);
     EXPECT_EQ(Symbols().GetMatch("N")->mReserved, 1);
+    Symbols().GetMatch("N")->mPointerValue = &Symbols();
+    EXPECT_EQ(Values("N"), "0|none|0|0");
     EXPECT_EQ(Symbols().GetIntValue("N"), 0);
     EXPECT_EQ(Symbols().SetValue("N", "5"), -1);
     EXPECT_EQ(Symbols().GetMatch("N")->mIntValue, 44);

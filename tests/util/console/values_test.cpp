@@ -194,6 +194,7 @@ TEST(Cursors, MoveAndStopAtBothEnds)
     }
     EXPECT_STREQ(history.GetNthHistory(0), "f");
     EXPECT_EQ(history.GetNthHistory(3), nullptr);
+    EXPECT_EQ(history.GetNthHistory(INT_MAX), nullptr);
     EXPECT_EQ(history.GetNthHistory(-1), nullptr);
     const std::pair<bool, const char*> steps[] = {
         {false, nullptr}, {true, "a"},  {true, "b"},      {true, nullptr},  {true, nullptr},

@@ -332,6 +332,9 @@ TEST_F(IPCCalls, ReopenEndsTheCallThatConnectsAndThoseBehindIt)
 {
     const RawListener listener(port);
     const std::vector<RawPeer> others = FillBacklog(port);
+    channel.SetReplyTimeout(400);
+    EXPECT_GE(Milliseconds([&] { EXPECT_EQ(Ask(channel), -1); }), 390);
+    channel.SetReplyTimeout(30000);
     std::atomic<bool> done{false};
     const Background callers([&] {
         InThreads(3, [&](int) {
