@@ -1,10 +1,12 @@
 // Script files. Statements in a block take shortcuts that plain lines do not take: the same
 // statements must leave the same symbols either way. The input is turned into lines by a small
 // grammar, so that loops end and nothing sleeps.
-#include <fstream>
+#include <algorithm>
+#include <array>
 #include <string>
 
 #include "fuzz/support/support.h"
+#include "tests/support/support.h"
 #include "util/console/CmdMgr.h"
 #include "util/console/CmdParser.h"
 #include "util/console/SymListMgr.h"
@@ -13,17 +15,16 @@ namespace {
 constexpr int kStatements = 24;
 
 // Symbols, literals and words that are neither.
-const char* WordOf(std::uint8_t choice)
+std::string WordOf(std::uint8_t choice)
 {
-    static const char* const words[] = {"a",          "b",   "s",    "f",   "p",  "PAL",
-                                        "none",       "0",   "1",    "7",   "-3", "-2147483648",
-                                        "2147483647", "1.5", "0x10", "text"};
-    return words[choice % (sizeof(words) / sizeof(words[0]))];
+    constexpr std::array words = {"a",          "b",   "s",    "f",   "p",  "PAL",
+                                  "none",       "0",   "1",    "7",   "-3", "-2147483648",
+                                  "2147483647", "1.5", "0x10", "text"};
+    return words[choice % words.size()];
 }
 
 std::string StatementOf(fuzz::Input& input)
 {
-    static const char* const operators[] = {"+", "-", "*", "/"};
     const std::uint8_t kind = input.TakeByte();
     const std::string first = WordOf(input.TakeByte());
     const std::string second = WordOf(input.TakeByte());
@@ -37,9 +38,9 @@ std::string StatementOf(fuzz::Input& input)
         assign + second,
         assign + "PRINT \"%d %s %f %x\" " + second + " " + third,
         assign + "PRINT " + second,
+        assign + second + " " + "+-*/"[kind / 10 % 4] + " " + third,
     };
-    return kind % 10 < 7 ? statements[kind % 10]
-                         : assign + second + " " + operators[kind / 10 % 4] + " " + third;
+    return statements[std::min(kind % 10, 7)];
 }
 
 // The symbols as a handler sees them.
@@ -70,7 +71,7 @@ void ForgetSymbols()
 std::string RunScript(CmdMgr& console, const std::string& text)
 {
     ForgetSymbols();
-    std::ofstream("./fuzz.script", std::ios::binary) << text;
+    test::WriteFile("./fuzz.script", text);
     CmdParser line("FILE ./fuzz.script");
     static char result[CmdMgr::kResultSize];
     console.CmdExecute(&line, result);
@@ -107,14 +108,13 @@ void AnyText(CmdMgr& console, std::string text)
 }
 }  // namespace
 
-extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
+void fuzz::Run(const std::string& bytes)
 {
     static CmdMgr* const console = CmdMgr::GetInstance(0);
-    fuzz::Input input(data, size);
+    Input input(bytes);
     if (input.TakeByte() % 2 == 0) {
         SameWithAndWithoutABlock(*console, input);
     } else {
         AnyText(*console, input.TakeRest());
     }
-    return 0;
 }

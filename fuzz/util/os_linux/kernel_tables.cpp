@@ -1,9 +1,9 @@
 // Partition and mount tables. What is found must stand in the text that was read.
 #include <cstring>
-#include <fstream>
 #include <string>
 
 #include "fuzz/support/support.h"
+#include "tests/support/support.h"
 #include "util/os_linux/KernelTables.h"
 
 namespace {
@@ -37,11 +37,9 @@ void CheckMounts(const std::string& text, const std::string& device)
 }
 }  // namespace
 
-extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
+void fuzz::Run(const std::string& bytes)
 {
-    const std::string text(reinterpret_cast<const char*>(data), size);
-    std::ofstream(kPath, std::ios::binary) << text;
-    CheckPartitions(text);
-    CheckMounts(text, text.substr(0, text.find(' ')).c_str());
-    return 0;
+    test::WriteFile(kPath, bytes);
+    CheckPartitions(bytes);
+    CheckMounts(bytes, bytes.substr(0, bytes.find(' ')));
 }
