@@ -9,7 +9,6 @@
 #include "tests/html5_video/player.h"
 #include "tests/support/Background.h"
 #include "tests/support/Records.h"
-#include "util/ipc/IPCChannelMgr.h"
 
 namespace {
 using namespace test;
@@ -27,28 +26,13 @@ std::map<std::string, std::string> Blocks()
     return blocks;
 }
 
-// The frame that a command sends.
-std::string FrameOf(const RawListener& listener, const std::function<void()>& command)
-{
-    std::string frame;
-    {
-        const Background player([&] {
-            const RawPeer connection = listener.Accept();
-            frame = connection.ReceiveFrame();
-            connection.Send(Number(0));
-        });
-        command();
-    }
-    IPCChannelMgr::GetInstance()->GetIPCChannel("HTML5 Video Socket")->Reopen();
-    return frame;
-}
-
 TEST(Protocol, EveryBlockOfThePageIsWhatTheLibraryDoes)
 {
     const CapturedStderr log;
     html5_video_client_init();
     const RawListener listener(kCommandPort);
     const RawPeer peer = RawPeer::Connect(kStatusPort);
+    RawPeer player(-1);
     auto blocks = Blocks();
     const std::map<std::string, std::function<void()>> calls = {
         {"call play", html5_video_client_play},
@@ -58,7 +42,12 @@ TEST(Protocol, EveryBlockOfThePageIsWhatTheLibraryDoes)
         {"call setSize 1280 720", [] { html5_video_client_setSize(1280, 720); }},
     };
     for (const auto& [name, call] : calls) {
-        EXPECT_EQ(FrameOf(listener, call), blocks[name]) << name;
+        const Background command(call);
+        if (!player.IsOpen()) {
+            player = listener.Accept();
+        }
+        EXPECT_EQ(player.ReceiveFrame(), blocks[name]) << name;
+        player.Send(Number(0));
     }
     IPCParam record;
     record.Add("pos", 5);

@@ -11,25 +11,14 @@
 namespace {
 constexpr int kLoadTime = 100;
 constexpr int kSeekTime = 50;
-constexpr MediaStatus kPaused = HTML5_VIDEO_STATUS_PAUSED;
-constexpr MediaStatus kPlaying = HTML5_VIDEO_STATUS_PLAYING;
-constexpr MediaStatus kEnded = HTML5_VIDEO_STATUS_ENDED;
-constexpr MediaStatus kUnsupported = HTML5_VIDEO_STATUS_ERROR_UNSUPPORTED;
+constexpr auto kPaused = HTML5_VIDEO_STATUS_PAUSED;
+constexpr auto kPlaying = HTML5_VIDEO_STATUS_PLAYING;
+constexpr auto kEnded = HTML5_VIDEO_STATUS_ENDED;
+constexpr auto kUnsupported = HTML5_VIDEO_STATUS_ERROR_UNSUPPORTED;
 
 class ClockEngineTest : public testing::Test
 {
 protected:
-    ClockEngineTest() : mEngine(MakeSettings(), [this] { return mNow; }) {}
-
-    static ClockEngine::Settings MakeSettings()
-    {
-        ClockEngine::Settings settings;
-        settings.duration = 20000;
-        settings.loadTime = kLoadTime;
-        settings.seekTime = kSeekTime;
-        return settings;
-    }
-
     // What it tells so many milliseconds later.
     PlaybackState After(std::int64_t milliseconds)
     {
@@ -52,7 +41,7 @@ protected:
     }
 
     std::int64_t mNow = 1000000;
-    ClockEngine mEngine;
+    ClockEngine mEngine{{20000, 640, 360, kLoadTime, kSeekTime}, [this] { return mNow; }};
 };
 
 TEST_F(ClockEngineTest, PositionFollowsEveryChangeOfSpeedWithoutLosingAFraction)
