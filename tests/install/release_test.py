@@ -84,7 +84,3 @@ class Release(unittest.TestCase):
             names = {member.name for member in archive if member.isfile()}
         committed = self.git("ls-files").split()
         self.assertEqual(names, {f"html5_video-{self.version}/{name}" for name in committed})
-
-
-if __name__ == "__main__":
-    unittest.main()

@@ -7,7 +7,6 @@ import random
 import re
 import shlex
 import subprocess
-import unittest
 
 import wire
 from capture import LARGEST_PIECE, Capture, Sniffer
@@ -260,7 +259,3 @@ class Page(DissectorTest):
             words = shlex.split(command.replace("\\\n", ""))
             self.assertEqual(words[:4], ["-X", "lua_script:" + SCRIPT, "-r", "session.pcap"])
             self.assertEqual(self.tshark(*words[4:]).rstrip(), output.rstrip())
-
-
-if __name__ == "__main__":
-    unittest.main()

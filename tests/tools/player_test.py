@@ -7,7 +7,6 @@ import struct
 import subprocess
 import sys
 import time
-import unittest
 
 import stand
 import wire
@@ -239,7 +238,3 @@ class GStreamer(PlayerTest):
         see("load", str(noise), media=UNSUPPORTED, **nothing)
         see("play", media=UNSUPPORTED)
         see("load", str(path), media=PAUSED, speed=100)
-
-
-if __name__ == "__main__":
-    unittest.main()

@@ -2,7 +2,6 @@
 
 import os
 import signal
-import unittest
 
 from stand import program
 from terminal import Terminal
@@ -174,7 +173,3 @@ paused
                 self.press("wait-player 10", "Enter", "quit", "Enter")
                 self.wait_for('{"event":"player-found"')
                 self.end()
-
-
-if __name__ == "__main__":
-    unittest.main()

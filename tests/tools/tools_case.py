@@ -1,15 +1,15 @@
-"""What the tests of the programs share. The first argument of a test is the programs' folder."""
+"""What the tests of the programs share. PROGRAMS of the environment is their folder."""
 
+import os
 import pathlib
 import subprocess
-import sys
 import tempfile
 import time
 import unittest
 
 import stand
 
-PROGRAMS = pathlib.Path(sys.argv.pop(1)).resolve()
+PROGRAMS = pathlib.Path(os.environ["PROGRAMS"]).resolve()
 SOURCES = pathlib.Path(__file__).resolve().parents[2]
 
 
@@ -25,8 +25,8 @@ def wait_until(condition, what="", seconds=20):
 def run(name, *arguments, **options):
     """Runs a program to its end."""
     file = PROGRAMS / name if name == "example_browser" else stand.program(PROGRAMS, name)
-    return subprocess.run([file, *map(str, arguments)], capture_output=True, text=True, timeout=60,
-                          check=False, **{"input": "", **options})
+    return subprocess.run([file, *map(str, arguments)], text=True, timeout=60, check=False, **{
+        "input": "", "stdout": subprocess.PIPE, "stderr": subprocess.PIPE, **options})
 
 
 class ToolsTest(unittest.TestCase):

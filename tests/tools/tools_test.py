@@ -6,7 +6,6 @@ import re
 import signal
 import socket
 import subprocess
-import unittest
 
 import stand
 import wire
@@ -280,7 +279,3 @@ class Endings(ToolsTest):
         self.run_program("example_browser", "/nowhere", status=1)
         positions = [float(word) for word in re.findall(r"([\d.]+) of 4.0 s, .* playing", after)]
         self.assertGreaterEqual(min(positions), 2.0)
-
-
-if __name__ == "__main__":
-    unittest.main()

@@ -106,7 +106,3 @@ class Connection(unittest.TestCase):
             self.assertIn(text, shown)
         self.assertRegex(run_client("--version").stdout,
                          r"\Ahtml5-video-console \d+\.\d+\.\d+\n\Z")
-
-
-if __name__ == "__main__":
-    unittest.main()

@@ -2,7 +2,6 @@
 
 import pathlib
 import tempfile
-import unittest
 
 from console_process import ConsoleTest
 from stand import program
@@ -140,7 +139,3 @@ class AtATerminal(ConsoleTest):
             self.leave_what_runs(head, f"SLEEP {milliseconds}")
             self.assertEqual(self.host.run("--exec", "PRINT next").returncode, 0)
         self.assertEqual(self.host.output().replace("on\n", ""), "next\nnext\n")
-
-
-if __name__ == "__main__":
-    unittest.main()
