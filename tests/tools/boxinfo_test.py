@@ -4,16 +4,14 @@ import json
 import os
 import pathlib
 
-from tools_case import ToolsTest, run
+from tools_case import ToolsTest
 
 SHA1 = "f7c3bc1d808e04732adf679965ccc34ca7ae3441"  # of 123456789
 
 
 class BoxInfo(ToolsTest):
-    def ask(self, *question, status=0, **options):
-        done = run("boxinfo", *question, **{"cwd": self.directory, **options})
-        self.assertEqual(done.returncode, status, done)
-        return done.stdout
+    def ask(self, *question, **options):
+        return self.run_to_end("boxinfo", *question, **options).stdout
 
     def test_the_facts_of_this_machine(self):
         (self.directory / "film").write_text("123456789")

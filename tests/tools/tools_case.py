@@ -33,6 +33,12 @@ class ToolsTest(unittest.TestCase):
     def setUp(self):
         self.directory = pathlib.Path(self.enterContext(tempfile.TemporaryDirectory()))
 
+    def run_to_end(self, name, *arguments, status=0, **options):
+        """Runs a program in the directory; it is to end with that status."""
+        done = run(name, *arguments, **{"cwd": self.directory, **options})
+        self.assertEqual(done.returncode, status, done)
+        return done
+
     def start_player(self, *options, **named):
         """A player that listens."""
         player = self.enterContext(stand.Player(PROGRAMS, self.directory, *options, **named))

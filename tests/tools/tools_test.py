@@ -20,7 +20,7 @@ class Commands(ToolsTest):
         self.player = self.start_player()
         self.browser = self.start_browser()
 
-    def test_seek_volume_mute_and_size(self):
+    def test_seek_volume_mute_size_and_unload(self):
         self.load(self.browser)
         self.browser.tell("seek 12.5")
         under_way = self.browser.until("in seek", lambda status: status["inSeek"])
@@ -35,6 +35,11 @@ class Commands(ToolsTest):
         self.browser.tell("size 800 450")
         self.browser.status()  # the command before it has been answered by now
         self.assertIn("setSize 800 450", self.player.log_text())
+        for unload in "cancel-load", "load":
+            self.browser.tell(unload)
+            idle = self.browser.ask("wait-status idle 10")
+            self.assertEqual((idle["position"], idle["duration"], idle["speed"]), (0, 0, 100))
+            self.load(self.browser)
 
     def test_a_file_beyond_4_gibibytes(self):
         size = 5 << 30
@@ -73,8 +78,7 @@ class Recovery(ToolsTest):
         browser.tell("load clock:10", "play", "wait 0.3")
         self.assertFalse(browser.status()["player"])
         self.start_player()
-        browser.ask("wait-player 10")
-        browser.ask("wait-position 200 5")
+        browser.ask("wait-position 200 10")
 
     def test_wrong_requests_are_logged_and_do_no_harm(self):
         player = self.start_player()
@@ -110,9 +114,8 @@ class Consoles(ToolsTest):
         player = self.start_player("--console")
         names = self.directory / "names"
         self.console(f"commands {names}", "commands", f"commands {names}")
-        self.assertEqual(sorted(names.read_text().split()),
-                         ["commands", "player_delay", "player_fail", "player_state",
-                          "thread_show"])
+        self.assertEqual(sorted(names.read_text().split()), [
+            "commands", "player_delay", "player_fail", "player_state", "thread_show"])
         browser = self.start_browser()
         self.load(browser)
         self.console("player_fail 101")
@@ -147,8 +150,7 @@ class Consoles(ToolsTest):
 class Endings(ToolsTest):
     def run_program(self, name, *arguments, status=0, **named):
         """What was printed by the program, which is to end with that status."""
-        done = run(name, *arguments, **{"cwd": self.directory, **named})
-        self.assertEqual(done.returncode, status, (name, arguments, done))
+        done = self.run_to_end(name, *arguments, status=status, **named)
         self.errors = done.stderr
         return done.stdout
 
@@ -184,9 +186,8 @@ class Endings(ToolsTest):
     def test_help_and_version_stand_alone(self):
         def at_a_terminal(name, option):
             command = f"{stand.program(PROGRAMS, name)} {option}"
-            done = subprocess.run(["script", "-qec", command, "/dev/null"], timeout=60, check=True,
-                                  stdin=subprocess.DEVNULL, stdout=subprocess.PIPE, text=True)
-            return done.stdout
+            return subprocess.check_output(["script", "-qec", command, "/dev/null"], timeout=60,
+                                           stdin=subprocess.DEVNULL, text=True)
 
         for name, start in (("browser", "A stand-in"), ("boxinfo", "Shows what"),
                             ("player", "The refere")):
