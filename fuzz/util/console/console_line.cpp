@@ -10,10 +10,8 @@
 namespace {
 std::vector<std::string> WordsOf(const CmdParser& parser)
 {
-    std::vector<std::string> words;
-    for (const char* word : {parser.GetReturn(), parser.GetCommand()}) {
-        words.emplace_back(word != nullptr ? word : "(none)");
-    }
+    const auto text = [](const char* word) { return word != nullptr ? word : "(none)"; };
+    std::vector<std::string> words = {text(parser.GetReturn()), text(parser.GetCommand())};
     for (int index = 0; index < parser.GetCount(); ++index) {
         words.emplace_back(parser.GetNthArg(index));
     }

@@ -68,53 +68,52 @@ void ForgetSymbols()
     symbols->RegisterSymbol("PAL", "1", 1, true);
 }
 
-std::string RunScript(CmdMgr& console, const std::string& text)
+std::string RunScript(const std::string& text)
 {
     ForgetSymbols();
     test::WriteFile("./fuzz.script", text);
     CmdParser line("FILE ./fuzz.script");
     static char result[CmdMgr::kResultSize];
-    console.CmdExecute(&line, result);
+    CmdMgr::GetInstance(0)->CmdExecute(&line, result);
     return Symbols();
 }
 
-void SameWithAndWithoutABlock(CmdMgr& console, fuzz::Input& input)
+void SameWithAndWithoutABlock(fuzz::Input& input)
 {
     std::string plain = "INT a 1\nINT b 2\nSTRING s text\nFLOAT f 2.5\nPOINTER p\n";
     std::string body;
     for (int count = 0; count < kStatements && !input.IsEmpty(); ++count) {
         body += StatementOf(input) + "\n";
     }
-    const std::string expected = RunScript(console, plain + body + body);
-    fuzz::Require(RunScript(console, plain + "FOR 1 2 1\n" + body + "END\n") == expected,
+    const std::string expected = RunScript(plain + body + body);
+    fuzz::Require(RunScript(plain + "FOR 1 2 1\n" + body + "END\n") == expected,
                   "a block leaves other symbols than its lines");
     fuzz::Require(
-        RunScript(console, plain + "IF 1 == 1\n" + body + body + "ELSE\nFREE a\nEND\n") == expected,
+        RunScript(plain + "IF 1 == 1\n" + body + body + "ELSE\nFREE a\nEND\n") == expected,
         "a condition leaves other symbols than its lines");
 }
 
 // Any text as a script, but for the words that would loop, sleep or read itself again.
-void AnyText(CmdMgr& console, std::string text)
+void AnyText(std::string text)
 {
     for (const char* word : {"FOR", "WHILE", "SLEEP", "FILE"}) {
         for (std::size_t at = text.find(word); at != std::string::npos; at = text.find(word)) {
             text[at] = at % 2 == 0 ? 'I' : '#';
         }
     }
-    RunScript(console, text);
-    fuzz::Require(RunScript(console, "INT after 5\nafter = after + 1\n").find("after=1:6:") !=
-                      std::string::npos,
-                  "the next script does not run");
+    RunScript(text);
+    fuzz::Require(
+        RunScript("INT after 5\nafter = after + 1\n").find("after=1:6:") != std::string::npos,
+        "the next script does not run");
 }
 }  // namespace
 
 void fuzz::Run(const std::string& bytes)
 {
-    static CmdMgr* const console = CmdMgr::GetInstance(0);
     Input input(bytes);
     if (input.TakeByte() % 2 == 0) {
-        SameWithAndWithoutABlock(*console, input);
+        SameWithAndWithoutABlock(input);
     } else {
-        AnyText(*console, input.TakeRest());
+        AnyText(input.TakeRest());
     }
 }
