@@ -10,10 +10,10 @@
 #include <unistd.h>
 
 #include <algorithm>
-#include <cctype>
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
+#include <regex>
 
 #include "tests/support/support.h"
 
@@ -87,9 +87,7 @@ int ListenAt(const Address& address)
 
 std::string Hex(std::string digits)
 {
-    digits.erase(std::remove_if(digits.begin(), digits.end(),
-                                [](unsigned char digit) { return std::isxdigit(digit) == 0; }),
-                 digits.end());
+    digits = std::regex_replace(digits, std::regex("[^0-9A-Fa-f]"), "");
     std::string bytes;
     for (std::size_t at = 0; at < digits.size(); at += 2) {
         bytes += static_cast<char>(std::stoi(digits.substr(at, 2), nullptr, 16));
@@ -183,13 +181,12 @@ std::string RawPeer::ReceiveFrame() const
 
 bool RawPeer::WaitClosed() const
 {
-    char byte = 0;
-    while (HasInput(kPatience)) {
-        if (recv(mDescriptor, &byte, 1, 0) <= 0) {
-            return true;
-        }
+    bool ended = false;
+    while (!ended && HasInput(kPatience)) {
+        char byte = 0;
+        ended = recv(mDescriptor, &byte, 1, 0) <= 0;
     }
-    return false;
+    return ended;
 }
 
 void RawPeer::Close()
