@@ -69,7 +69,7 @@ class Frames(DissectorTest):
             ".status.height": "360", ".status.in_seek": "1",
             ".status.total_bytes": str((1 << 32) + 3000000000), ".status.current_offset": "2500"}))
 
-    def check_talk(self, piece=LARGEST_PIECE):
+    def check_talk(self, piece):
         """Every command with its reply, a report, and some lines for the console."""
         connections = [self.connect(port, port - 10000) for port in PORTS]
         expected = []
@@ -87,16 +87,13 @@ class Frames(DissectorTest):
         self.assertEqual([{name: value for name, value in zip(names, row) if value}
                           for row in self.fields(*names)], expected)
 
-    def test_every_frame_by_field(self):
-        self.check_talk()
-        first, second = self.fields("frame.number", ".request_in")[:2]
-        self.assertEqual(second[1], first[0])
-
-    def test_frames_over_segments(self):
-        for piece in 1, 7:
+    def test_every_frame_by_field_over_segments_of_any_size(self):
+        for piece in 1, 7, LARGEST_PIECE:
             with self.subTest(piece):
                 self.setUp()
                 self.check_talk(piece)
+        first, second = self.fields("frame.number", ".request_in")[:2]
+        self.assertEqual(second[1], first[0])
 
     def test_frames_that_share_a_segment_and_one_whose_end_does_not_come(self):
         state = self.connect(wire.STATE_PORT)
@@ -184,7 +181,8 @@ class Malformed(DissectorTest):
         noise = random.Random(1)
         whole = [request(*command) for command, _ in Frames.COMMANDS]
         whole += [EMPTY_REPLY, number(0), console(b"START"), console(b"\nCMD>", b"tavi"),
-                  framed(b"\0\0\0Gx\0\0\0\0\0\0H" + wire.text("nibs") + bytes(40))]
+                  framed(b"\0\0\0Gx\0\0\0\0\0\0H" + wire.text("nibs") + bytes(40)),
+                  bytes(9000), b"\xff" * 9000]
         for client in range(100):
             connection = self.connect(noise.choice(PORTS), 10000 + client)
             for _ in range(10):
@@ -198,10 +196,6 @@ class Malformed(DissectorTest):
                     bytes(data), noise.choice((5, 60, LARGEST_PIECE)))
         most = b"\0\0\0Gload\0\0\0\0\0\0\0H" + wire.text("n" * 65535) + b"a\0\0\0" * 65535
         self.connect(wire.COMMAND_PORT, 30000).request(framed(most))
-        for port, data in itertools.product(PORTS, (bytes(9000), b"\xff" * 9000)):
-            connection = self.connect(port, 30001 + data[0])
-            connection.request(data)
-            connection.reply(data)
         self.tshark("-V")
         self.tshark("-2", "-o", "tcp.desegment_tcp_streams:FALSE")
 
@@ -231,8 +225,8 @@ class Loopback(DissectorTest):
 
 
 class Page(DissectorTest):
-    def read_session(self, page):
-        """The session of the page as a capture."""
+    def test_the_session_is_shown_as_what_is_printed(self):
+        page = (SOURCES / "docs/protocol.md").read_text()
         session = re.search("^```session\n(.*?)^```$", page, re.MULTILINE | re.DOTALL)[1]
         ports = {"state": wire.STATE_PORT, "commands": wire.COMMAND_PORT}
         connections = {}
@@ -245,10 +239,6 @@ class Page(DissectorTest):
             elif arrow:
                 data = bytes.fromhex(what.replace("|", " "))
                 (connections[who].request if arrow == ">" else connections[who].reply)(data)
-
-    def test_it_shows_what_is_printed(self):
-        page = (SOURCES / "docs/protocol.md").read_text()
-        self.read_session(page)
         shown = re.findall(r"^```capture\n\$ tshark ((?:[^\n]*\\\n)*[^\n]*\n)(.*?)^```$", page,
                            re.MULTILINE | re.DOTALL)
         self.assertEqual(len(shown), 2)

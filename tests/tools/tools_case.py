@@ -42,14 +42,18 @@ class ToolsTest(unittest.TestCase):
     def start_player(self, *options, **named):
         """A player that listens."""
         player = self.enterContext(stand.Player(PROGRAMS, self.directory, *options, **named))
-        self.wait_until_listening(player)
-        return player
-
-    def wait_until_listening(self, player):
         wait_until(lambda: "engine listens" in player.log_text(), "the player listens")
+        return player
 
     def start_browser(self, **named):
         return self.enterContext(stand.Browser(PROGRAMS, self.directory, **named))
+
+    def start_loaded(self, *player_options, **browser_options):
+        """Both, with a medium."""
+        player = self.start_player(*player_options)
+        browser = self.start_browser(**browser_options)
+        self.load(browser)
+        return player, browser
 
     def load(self, browser, address="clock:60"):
         browser.ask("wait-player 10")

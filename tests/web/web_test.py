@@ -72,7 +72,7 @@ class Site(http.server.BaseHTTPRequestHandler):
         status, data, headers = 200, b"", {"Accept-Ranges": "bytes"}
         if action := self.server.actions.get(str(path)):
             data = (action() or "").encode()
-        elif path.suffix == ".html" and (PAGES / f"{path.stem}.js").is_file():
+        elif file.with_suffix(".js").is_file() and file.suffix == ".html":
             data = (PAGE % path.stem).encode()
             headers["Content-Type"] = "text/html"
         elif not file.is_file():
@@ -242,10 +242,8 @@ class Program(unittest.TestCase):
             "setTimeout(() => console.log('RESULT PASS'), 200)</script>")
         self.assertEqual(status, 0, output)
 
-    def test_the_time_is_over(self):
+    def test_pages_that_can_not_be_loaded_or_take_too_long(self):
         self.assertEqual(self.run_page("<p>", seconds=1)[0], 3)
-
-    def test_pages_that_can_not_be_loaded(self):
         stand = self.stand()
         self.assertEqual(stand.browse(stand.url("no_such_page.html"))[0], 1)
         stand.site.close()
