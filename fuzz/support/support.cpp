@@ -34,10 +34,10 @@ std::uint8_t Input::TakeByte()
     return static_cast<std::uint8_t>(TakeBytes(1)[0]);  // the text's own zero at the end
 }
 
-int Input::TakeShort()
+std::uint16_t Input::TakeShort()
 {
     const int low = TakeByte();
-    return low | TakeByte() << 8;
+    return static_cast<std::uint16_t>(low | TakeByte() << 8);
 }
 
 std::string Input::TakeBytes(std::size_t length)

@@ -30,7 +30,7 @@ public:
 
     // 0 at the end.
     std::uint8_t TakeByte();
-    int TakeShort();
+    std::uint16_t TakeShort();
 
     // At most that many bytes.
     std::string TakeBytes(std::size_t length);
