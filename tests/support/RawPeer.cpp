@@ -10,10 +10,10 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <cctype>
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
-#include <regex>
 
 #include "tests/support/support.h"
 
@@ -87,7 +87,9 @@ int ListenAt(const Address& address)
 
 std::string Hex(std::string digits)
 {
-    digits = std::regex_replace(digits, std::regex("[^0-9A-Fa-f]"), "");
+    digits.erase(std::remove_if(digits.begin(), digits.end(),
+                                [](unsigned char digit) { return std::isxdigit(digit) == 0; }),
+                 digits.end());
     std::string bytes;
     for (std::size_t at = 0; at < digits.size(); at += 2) {
         bytes += static_cast<char>(std::stoi(digits.substr(at, 2), nullptr, 16));

@@ -1,6 +1,5 @@
 // What a client sends to the console's server. Whatever it is, the next client is served.
 
-#include <regex>
 #include <string>
 
 #include "fuzz/support/support.h"
@@ -51,10 +50,12 @@ void fuzz::Run(const std::string& data)
     Input input(data);
     const std::string opening = input.TakeByte() % 4 != 0 ? Frame("START") : "";
     const std::string bytes = BytesOf(input);
-    const std::regex slow("FOR|WHILE|SLEEP");  // lines that keep the server busy
-    if (!std::regex_search(bytes, slow)) {
-        Converse(opening + bytes);
-        Require(Converse(Frame("START") + Frame("") + Frame("quit")) == kPrompt + kPrompt,
-                "the next client is not served");
+    for (const char* slow : {"FOR", "WHILE", "SLEEP"}) {
+        if (bytes.find(slow) != std::string::npos) {
+            return;  // it would keep the server busy for long
+        }
     }
+    Converse(opening + bytes);
+    Require(Converse(Frame("START") + Frame("") + Frame("quit")) == kPrompt + kPrompt,
+            "the next client is not served");
 }
