@@ -1,6 +1,5 @@
 #include "fuzz/support/support.h"
 
-#include <algorithm>
 #include <cstdio>
 #include <cstdlib>
 
@@ -24,24 +23,27 @@ extern "C" int LLVMFuzzerInitialize(int* /*count*/, char*** /*arguments*/)
     return 0;
 }
 
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
+{
+    Run(std::string(reinterpret_cast<const char*>(data), size));
+    return 0;
+}
+
 std::uint8_t Input::TakeByte()
 {
-    const std::string byte = TakeBytes(1);
-    return byte.empty() ? std::uint8_t{0} : static_cast<std::uint8_t>(byte[0]);
+    return static_cast<std::uint8_t>(TakeBytes(1)[0]);  // the text's own zero at the end
 }
 
 std::uint16_t Input::TakeShort()
 {
-    const unsigned low = TakeByte();
-    return static_cast<std::uint16_t>(low | static_cast<unsigned>(TakeByte()) << 8);
+    const int low = TakeByte();
+    return static_cast<std::uint16_t>(low | TakeByte() << 8);
 }
 
 std::string Input::TakeBytes(std::size_t length)
 {
-    const std::size_t taken = std::min(length, mSize);
-    std::string bytes(reinterpret_cast<const char*>(mData), taken);
-    mData += taken;
-    mSize -= taken;
+    const std::string bytes = mRest.substr(0, length);
+    mRest.erase(0, length);
     return bytes;
 }
 

@@ -5,10 +5,14 @@
 #include <cstddef>
 #include <cstdint>
 #include <string>
+#include <utility>
 
 #include "tests/support/RawPeer.h"
 
 namespace fuzz {
+// The target, which each program defines: what is done with one input.
+void Run(const std::string& bytes);
+
 // Ends the process with the text when the condition does not hold: that is a finding.
 void Require(bool condition, const char* text);
 
@@ -20,9 +24,9 @@ extern "C" int LLVMFuzzerInitialize(int* count, char*** arguments);
 class Input
 {
 public:
-    Input(const std::uint8_t* data, std::size_t size) : mData(data), mSize(size) {}
+    explicit Input(std::string bytes) : mRest(std::move(bytes)) {}
 
-    bool IsEmpty() const { return mSize == 0; }
+    bool IsEmpty() const { return mRest.empty(); }
 
     // 0 at the end.
     std::uint8_t TakeByte();
@@ -30,11 +34,10 @@ public:
 
     // At most that many bytes.
     std::string TakeBytes(std::size_t length);
-    std::string TakeRest() { return TakeBytes(mSize); }
+    std::string TakeRest() { return std::move(mRest); }
 
 private:
-    const std::uint8_t* mData;
-    std::size_t mSize;
+    std::string mRest;
 };
 
 // Everything until the peer closes; a silence of half a minute is a finding.

@@ -3,7 +3,6 @@
 import re
 import shlex
 import socket
-import unittest
 
 from console_process import ConsoleTest
 from tools_case import SOURCES
@@ -58,7 +57,3 @@ class Page(ConsoleTest):
         source = (SOURCES / "util/console/lines/ConsoleSettings.cpp").read_text()
         self.assertEqual(set(re.findall(r'"(\w+=)"', source)),
                          set(re.findall(r"^\| `(\w+=)`", PAGE, re.MULTILINE)))
-
-
-if __name__ == "__main__":
-    unittest.main()

@@ -32,9 +32,7 @@ TEST(PlatformPage, EverySnippetStandsInTheCompiledSource)
 
 TEST(PlatformPage, TheSnippetsDoWhatThePageSays)
 {
-    const std::vector<std::string> configuration = Blocks("conf");
-    ASSERT_EQ(configuration.size(), 1U);
-    test::WriteFile("./logger.conf", configuration[0]);
+    test::WriteFile("./logger.conf", Blocks("conf").at(0));
     int status = -1;
     const std::string output = test::OutputOf(test::Program("docs/platform_snippets"), &status);
     EXPECT_EQ(status, 0);

@@ -4,12 +4,10 @@
 #include <map>
 #include <optional>
 #include <regex>
-#include <sstream>
 
 #include "tests/html5_video/player.h"
 #include "tests/support/Background.h"
 #include "tests/support/Records.h"
-#include "util/ipc/IPCChannelMgr.h"
 
 namespace {
 using namespace test;
@@ -27,28 +25,13 @@ std::map<std::string, std::string> Blocks()
     return blocks;
 }
 
-// The frame that a command sends.
-std::string FrameOf(const RawListener& listener, const std::function<void()>& command)
-{
-    std::string frame;
-    {
-        const Background player([&] {
-            const RawPeer connection = listener.Accept();
-            frame = connection.ReceiveFrame();
-            connection.Send(Number(0));
-        });
-        command();
-    }
-    IPCChannelMgr::GetInstance()->GetIPCChannel("HTML5 Video Socket")->Reopen();
-    return frame;
-}
-
 TEST(Protocol, EveryBlockOfThePageIsWhatTheLibraryDoes)
 {
     const CapturedStderr log;
     html5_video_client_init();
     const RawListener listener(kCommandPort);
     const RawPeer peer = RawPeer::Connect(kStatusPort);
+    RawPeer player(-1);
     auto blocks = Blocks();
     const std::map<std::string, std::function<void()>> calls = {
         {"call play", html5_video_client_play},
@@ -58,7 +41,12 @@ TEST(Protocol, EveryBlockOfThePageIsWhatTheLibraryDoes)
         {"call setSize 1280 720", [] { html5_video_client_setSize(1280, 720); }},
     };
     for (const auto& [name, call] : calls) {
-        EXPECT_EQ(FrameOf(listener, call), blocks[name]) << name;
+        const Background command(call);
+        if (!player.IsOpen()) {
+            player = listener.Accept();
+        }
+        EXPECT_EQ(player.ReceiveFrame(), blocks[name]) << name;
+        player.Send(Number(0));
     }
     IPCParam record;
     record.Add("pos", 5);
@@ -79,7 +67,7 @@ TEST(Protocol, EveryBlockOfThePageIsWhatTheLibraryDoes)
 struct Step
 {
     std::string who;
-    char arrow;
+    std::string arrow;
     std::string text;
 };
 
@@ -88,86 +76,62 @@ std::vector<Step> Steps()
     std::smatch session;
     std::regex_search(kPage, session, std::regex("```session\n([^`]*)```"));
     std::vector<Step> steps;
-    const std::regex start("^(\\w+) *([<>]?) *(.*)$");
-    std::istringstream lines(session[1]);
-    for (std::string line; std::getline(lines, line);) {
-        std::smatch part;
-        if (std::regex_match(line, part, start)) {
-            steps.push_back({part[1], part[2].length() == 1 ? *part[2].first : ' ', part[3]});
-        } else {
-            steps.back().text += line;
-        }
+    const std::regex line("(\\w+) *([<>]?) *([^\n]*(?:\n +[^\n]*)*)\n");
+    for (std::sregex_iterator it(session[1].first, session[1].second, line), end; it != end; ++it) {
+        steps.push_back({(*it)[1], (*it)[2], (*it)[3]});
     }
     return steps;
 }
 
-// The player of the session: sends what the page has it send, and compares what the library does.
-class SessionPlayer
+std::string StatusText()
 {
-public:
-    void Play(const Step& step)
-    {
-        SCOPED_TRACE(step.who + ' ' + step.arrow + ' ' + step.text);
-        if (step.who == "call") {
-            ASSERT_EQ(mCalls.count(step.text), 1u);
-            mCall.emplace(mCalls.at(step.text));  // when the last one has ended
-        } else if (step.who == "status") {
-            EXPECT_TRUE(WaitUntil([&] { return StatusText() == step.text; })) << StatusText();
-        } else {
-            Serve(step, step.who == "state" ? mState : mCommands);
-        }
-    }
+    const Status now = ReadStatus();
+    return std::to_string(now[0]) + " of " + std::to_string(now[1]) + " ms, media status " +
+           std::to_string(now[3]);
+}
 
-private:
-    static std::string StatusText()
-    {
-        const Status now = ReadStatus();
-        return std::to_string(now[0]) + " of " + std::to_string(now[1]) + " ms, media status " +
-               std::to_string(now[3]);
-    }
+// As a host does that has noticed.
+void Reconnect()
+{
+    WaitUntil([] { return html5_video_client_is_connected() == 0; });
+    html5_video_client_reconnect();
+}
 
-    // As a host does that has noticed.
-    static void Reconnect()
-    {
-        WaitUntil([] { return html5_video_client_is_connected() == 0; });
-        html5_video_client_reconnect();
-    }
-
-    // The player asks over the state connection and is asked over the other one.
-    void Serve(const Step& step, RawPeer& connection)
-    {
-        const bool isState = step.who == "state";
-        if (step.text == "open") {
-            connection = isState ? RawPeer::Connect(kStatusPort) : mListener.Accept();
-        } else if (step.text == "close") {
-            connection.Close();
-        } else if (isState == (step.arrow == '>')) {
-            EXPECT_TRUE(connection.Send(Hex(step.text)));
-        } else {
-            EXPECT_EQ(connection.ReceiveFrame(), Hex(step.text));
-        }
-    }
-
-    const std::map<std::string, std::function<void()>> mCalls = {
+// Sends what the page has the player send, and compares what the library does. The player asks over
+// the state connection and is asked over the other one.
+TEST(Protocol, TheSessionOfThePageIsHowTheLibraryBehaves)
+{
+    const CapturedStderr log;
+    const std::map<std::string, std::function<void()>> calls = {
         {"html5_video_client_init()", html5_video_client_init},
         {"html5_video_client_load(\"clock:1\")", [] { html5_video_client_load("clock:1"); }},
         {"html5_video_client_play()", html5_video_client_play},
         {"html5_video_client_reconnect()", Reconnect},
     };
-    const RawListener mListener{kCommandPort};
-    RawPeer mState{-1};
-    RawPeer mCommands{-1};
-    std::optional<Background> mCall;
-};
-
-TEST(Protocol, TheSessionOfThePageIsHowTheLibraryBehaves)
-{
-    const CapturedStderr log;
+    const RawListener listener(kCommandPort);
+    RawPeer state(-1);
+    RawPeer commands(-1);
+    std::optional<Background> call;
     const std::vector<Step> steps = Steps();
     ASSERT_GT(steps.size(), 30u);
-    SessionPlayer player;
-    for (const Step& step : steps) {
-        player.Play(step);
+    for (const auto& [who, arrow, text] : steps) {
+        SCOPED_TRACE(who + arrow + text);
+        const bool isState = who == "state";
+        RawPeer& connection = isState ? state : commands;
+        if (who == "call") {
+            call.emplace(calls.at(text));  // when the last one has ended
+        } else if (who == "status") {
+            EXPECT_TRUE(WaitUntil([wanted = text] { return StatusText() == wanted; }))
+                << StatusText();
+        } else if (text == "open") {
+            connection = isState ? RawPeer::Connect(kStatusPort) : listener.Accept();
+        } else if (text == "close") {
+            connection.Close();
+        } else if (isState == (arrow == ">")) {
+            EXPECT_TRUE(connection.Send(Hex(text)));
+        } else {
+            EXPECT_EQ(connection.ReceiveFrame(), Hex(text));
+        }
     }
 }
 }  // namespace

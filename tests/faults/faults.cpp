@@ -33,11 +33,8 @@ Verdict Judge(const char* call)
         ++seen != armedNth) {
         return Verdict::kPass;
     }
-    if (armedError == 0) {
-        return Verdict::kShort;
-    }
     errno = armedError;
-    return Verdict::kFail;
+    return armedError == 0 ? Verdict::kShort : Verdict::kFail;
 }
 
 template <typename Function>
@@ -73,17 +70,16 @@ int faults_disarm(void)
     return seen;
 }
 
-// A call that fails with -1, one that goes by another name where times have 64 bits, and one that
-// moves bytes and may fall short.
-#define FAULT_ALIAS(result, name, symbol, parameters, arguments)                         \
-    extern "C" result symbol parameters                                                  \
-    {                                                                                    \
-        static const auto real = Real<result(*) parameters>(#symbol);                    \
-        return Judge(name) == Verdict::kFail ? static_cast<result>(-1) : real arguments; \
+// A call that goes by another name where times have 64 bits, and fails with that result; one that
+// fails with -1, and one that moves bytes and may fall short.
+#define FAULT_ALIAS(failure, name, symbol, parameters, arguments)          \
+    extern "C" int symbol parameters                                       \
+    {                                                                      \
+        static const auto real = Real<int(*) parameters>(#symbol);         \
+        return Judge(name) == Verdict::kFail ? (failure) : real arguments; \
     }
 
-#define FAULT_CALL(result, name, parameters, arguments) \
-    FAULT_ALIAS(result, #name, name, parameters, arguments)
+#define FAULT_CALL(name, parameters, arguments) FAULT_ALIAS(-1, #name, name, parameters, arguments)
 
 #define FAULT_TRANSFER(name, parameters, arguments)                     \
     extern "C" ssize_t name parameters                                  \
@@ -94,18 +90,17 @@ int faults_disarm(void)
         return verdict == Verdict::kFail ? -1 : real arguments;         \
     }
 
-FAULT_CALL(int, socket, (int domain, int type, int protocol), (domain, type, protocol))
-FAULT_CALL(int, bind, (int fd, const sockaddr* address, socklen_t length), (fd, address, length))
-FAULT_CALL(int, listen, (int fd, int backlog), (fd, backlog))
-FAULT_CALL(int, connect, (int fd, const sockaddr* address, socklen_t length), (fd, address, length))
-FAULT_CALL(int, accept4, (int fd, sockaddr* address, socklen_t* length, int flags),
+FAULT_CALL(socket, (int domain, int type, int protocol), (domain, type, protocol))
+FAULT_CALL(bind, (int fd, const sockaddr* address, socklen_t length), (fd, address, length))
+FAULT_CALL(listen, (int fd, int backlog), (fd, backlog))
+FAULT_CALL(connect, (int fd, const sockaddr* address, socklen_t length), (fd, address, length))
+FAULT_CALL(accept4, (int fd, sockaddr* address, socklen_t* length, int flags),
            (fd, address, length, flags))
-FAULT_CALL(int, setsockopt, (int fd, int level, int option, const void* value, socklen_t length),
+FAULT_CALL(setsockopt, (int fd, int level, int option, const void* value, socklen_t length),
            (fd, level, option, value, length))
-FAULT_CALL(int, poll, (pollfd * entries, nfds_t count, int milliseconds),
-           (entries, count, milliseconds))
-FAULT_CALL(int, eventfd, (unsigned count, int flags), (count, flags))
-FAULT_CALL(pid_t, fork, (), ())
+FAULT_CALL(poll, (pollfd * entries, nfds_t count, int milliseconds), (entries, count, milliseconds))
+FAULT_CALL(eventfd, (unsigned count, int flags), (count, flags))
+FAULT_CALL(fork, (), ())
 FAULT_TRANSFER(read, (int fd, void* data, size_t length), (fd, data, length))
 FAULT_TRANSFER(recv, (int fd, void* data, size_t length, int flags), (fd, data, length, flags))
 FAULT_TRANSFER(write, (int fd, const void* data, size_t length), (fd, data, length))
@@ -113,10 +108,10 @@ FAULT_TRANSFER(send, (int fd, const void* data, size_t length, int flags),
                (fd, data, length, flags))
 
 // What code with 64-bit times calls where a long has 32 bits.
-FAULT_ALIAS(int, "setsockopt", __setsockopt64,
+FAULT_ALIAS(-1, "setsockopt", __setsockopt64,
             (int fd, int level, int option, const void* value, socklen_t length),
             (fd, level, option, value, length))
-FAULT_ALIAS(int, "open", open64, (const char* path, int flags, mode_t mode), (path, flags, mode))
+FAULT_ALIAS(-1, "open", open64, (const char* path, int flags, mode_t mode), (path, flags, mode))
 
 // The second name is that of 64-bit times, too.
 #define FAULT_SEND_MESSAGE(name)                                                             \
@@ -132,14 +127,10 @@ FAULT_ALIAS(int, "open", open64, (const char* path, int flags, mode_t mode), (pa
 FAULT_SEND_MESSAGE(sendmsg)
 FAULT_SEND_MESSAGE(__sendmsg64)
 
-extern "C" int pthread_create(pthread_t* thread, const pthread_attr_t* attributes,
-                              void* (*entry)(void*), void* argument)
-{
-    static const auto real =
-        Real<int (*)(pthread_t*, const pthread_attr_t*, void* (*)(void*), void*)>("pthread_create");
-    return Judge("pthread_create") == Verdict::kFail ? armedError
-                                                     : real(thread, attributes, entry, argument);
-}
+FAULT_ALIAS(armedError, "pthread_create", pthread_create,
+            (pthread_t * thread, const pthread_attr_t* attributes, void* (*entry)(void*),
+             void* argument),
+            (thread, attributes, entry, argument))
 
 extern "C" void* __libc_malloc(size_t size);
 extern "C" void* __libc_realloc(void* block, size_t size);

@@ -167,12 +167,6 @@ public:
 extern "C" void __gcov_dump();  // GCC's own; _exit writes no counts
 #endif
 
-// An exception that leaves the action ends the process, as in a host that catches none.
-int RunUncaught(const std::function<int()>& action) noexcept
-{
-    return action();
-}
-
 // Runs the action in a child process; how it ended, as waitpid reports it. A child that takes more
 // than 20 seconds is ended by SIGALRM.
 int InChild(const std::function<int()>& action)
@@ -180,7 +174,8 @@ int InChild(const std::function<int()>& action)
     const pid_t child = fork();
     if (child == 0) {
         alarm(20);
-        const int result = RunUncaught(action);
+        // An exception that leaves the action ends the process, as in a host that catches none.
+        const int result = [&]() noexcept { return action(); }();
 #ifdef COUNTS_COVERAGE
         __gcov_dump();
 #endif
@@ -229,9 +224,8 @@ void FailEachCall(const Fault& fault)
             const CapturedStderr log;
             const int status = ConverseWithFault<Subject>(fault.call, nth, error);
             // Without memory the process may end, but as the language ends it.
-            const bool mayAbort = std::string(fault.call) == "malloc";
-            EXPECT_TRUE(status == 0 ||
-                        (mayAbort && WIFSIGNALED(status) && WTERMSIG(status) == SIGABRT))
+            const bool aborted = WIFSIGNALED(status) && WTERMSIG(status) == SIGABRT;
+            EXPECT_TRUE(status == 0 || (aborted && fault.call == std::string("malloc")))
                 << fault.call << " number " << nth << " of " << calls << " with error " << error
                 << ": status " << status << "\n"
                 << log.Text();
@@ -247,7 +241,7 @@ TEST_P(Faults, TheNextConversationIsServed)
     FailEachCall<Pair>(GetParam());
 }
 
-class ConsoleFaults : public testing::TestWithParam<Fault>
+class ConsoleFaults : public Faults
 {};
 
 TEST_P(ConsoleFaults, TheNextClientIsServed)
@@ -302,11 +296,7 @@ TEST(LoggerFaults, AnInterruptedConnectIsMadeAgain)
     EXPECT_EQ(listener.Accept().Receive(4), "text");
 }
 
-std::string NameOf(const testing::TestParamInfo<Fault>& fault)
-{
-    return fault.param.call;
-}
-
+const auto kNameOf = testing::PrintToStringParamName();
 const Fault kOfBoth[] = {{"socket", {EMFILE, ENOMEM}},
                          {"bind", {EADDRINUSE, EACCES}},
                          {"listen", {EADDRINUSE}},
@@ -318,16 +308,16 @@ const Fault kOfBoth[] = {{"socket", {EMFILE, ENOMEM}},
                          {"write", {EINTR, EAGAIN, ENOSPC, EPIPE, 0}},
                          {"pthread_create", {EAGAIN}},
                          {"malloc", {ENOMEM}}};
-INSTANTIATE_TEST_SUITE_P(Calls, Faults, testing::ValuesIn(kOfBoth), NameOf);
-INSTANTIATE_TEST_SUITE_P(Calls, ConsoleFaults, testing::ValuesIn(kOfBoth), NameOf);
+INSTANTIATE_TEST_SUITE_P(Calls, Faults, testing::ValuesIn(kOfBoth), kNameOf);
+INSTANTIATE_TEST_SUITE_P(Calls, ConsoleFaults, testing::ValuesIn(kOfBoth), kNameOf);
 INSTANTIATE_TEST_SUITE_P(Processes, Faults,
                          testing::Values(Fault{"sendmsg", {EINTR, EAGAIN, EPIPE, ENOMEM, 0}},
                                          Fault{"fork", {EAGAIN, ENOMEM}},
                                          Fault{"eventfd", {EMFILE, ENOMEM}},
                                          Fault{"open", {EINTR, EMFILE, EACCES}}),
-                         NameOf);
+                         kNameOf);
 INSTANTIATE_TEST_SUITE_P(Waits, ConsoleFaults, testing::Values(Fault{"poll", {EINTR, ENOMEM}}),
-                         NameOf);
+                         kNameOf);
 
 // A listener that served without it would keep its port from the next one for a minute.
 TEST(ConsoleOpening, FailsWhereTheAddressCanNotBeReused)

@@ -1,19 +1,15 @@
 """The installed tree, as somebody meets it who has nothing else: installed into a folder, moved to
 another one, found by pkg-config and by CMake, its headers compiled each alone, its examples built
-and played.
-
-    installed_tree_test.py SOURCE BUILD CXX CC Headers | InstalledTree | SourcesTakenIn
-
-The last is slow: it compiles the library twice more, as a part of another project.
+and played. SourcesTakenIn is slow: it compiles the library twice, as a part of another project.
 """
+
 import os
 import pathlib
 import subprocess
-import sys
 import tempfile
 import unittest
 
-SOURCE, BUILD, CXX, CC = sys.argv[1:5]
+SOURCE, BUILD, CXX, CC = (os.environ[name] for name in ("SOURCE", "BUILD", "CXX", "CC"))
 STRICT = ["-pedantic", "-Wall", "-Wextra", "-Wundef", "-Werror"]
 
 PROJECT = """
@@ -28,10 +24,9 @@ target_link_libraries(user_browser PRIVATE html5_video::html5_video)
 
 def run(*command, **options):
     """The command's output; a failure shows all of it."""
-    done = subprocess.run([str(word) for word in command], text=True, stdout=subprocess.PIPE,
+    done = subprocess.run(list(map(str, command)), text=True, stdout=subprocess.PIPE,
                           stderr=subprocess.STDOUT, **options)
-    if done.returncode != 0:
-        raise AssertionError(f"{' '.join(map(str, command))}\n{done.stdout}")
+    assert done.returncode == 0, f"{' '.join(map(str, command))}\n{done.stdout}"
     return done.stdout
 
 
@@ -72,12 +67,10 @@ class Headers(Installed):
             text = header.read_text()
             name = header.relative_to(root)
             self.assertRegex(text.splitlines()[0], r"^(//|/\*) Public\. ", name)
-            languages = [(CXX, "c++17", "c++")]
-            if "Plain C" in text:
-                languages.append((CC, "c99", "c"))
-            for compiler, standard, language in languages:
-                run(compiler, f"-std={standard}", *STRICT, "-fsyntax-only", "-x", language, "-",
-                    f"-I{root}", input=f'#include "{name}"\nextern int unit;\n')
+            for compiler, standard, language in ((CXX, "c++17", "c++"), (CC, "c99", "c")):
+                if language == "c++" or "Plain C" in text:
+                    run(compiler, f"-std={standard}", *STRICT, "-fsyntax-only", "-x", language, "-",
+                        f"-I{root}", input=f'#include "{name}"\nextern int unit;\n')
 
 
 class InstalledTree(Installed):
@@ -136,7 +129,3 @@ add_subdirectory({SOURCE} html5_video)""")
 include(FetchContent)
 FetchContent_Declare(html5_video SOURCE_DIR {SOURCE})
 FetchContent_MakeAvailable(html5_video)""")
-
-
-if __name__ == "__main__":
-    unittest.main(argv=[sys.argv[0], sys.argv[5]])

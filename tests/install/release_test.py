@@ -1,18 +1,16 @@
-"""The release script, in a repository of its own: what it refuses, and what it writes.
+"""The release script, in a repository of its own: what it refuses, and what it writes."""
 
-    release_test.py SOURCE
-"""
 import hashlib
+import os
 import pathlib
 import re
 import shutil
 import subprocess
-import sys
 import tarfile
 import tempfile
 import unittest
 
-SOURCE = pathlib.Path(sys.argv.pop(1))
+SOURCE = pathlib.Path(os.environ["SOURCE"])
 
 
 def output_of(*command, cwd):
@@ -22,12 +20,11 @@ def output_of(*command, cwd):
 class Release(unittest.TestCase):
     def setUp(self):
         self.tree = pathlib.Path(self.enterContext(tempfile.TemporaryDirectory())) / "tree"
-        files = output_of("git", "ls-files", "-z", "--cached", "--others", "--exclude-standard",
-                          cwd=SOURCE)
-        for name in files.split("\0"):
-            if (SOURCE / name).is_file():
-                (self.tree / name).parent.mkdir(parents=True, exist_ok=True)
-                shutil.copy2(SOURCE / name, self.tree / name)
+        names = output_of("git", "ls-files", "--cached", "--others", "--exclude-standard",
+                          cwd=SOURCE).splitlines()
+        for name in filter(lambda name: (SOURCE / name).is_file(), names):
+            (self.tree / name).parent.mkdir(parents=True, exist_ok=True)
+            shutil.copy2(SOURCE / name, self.tree / name)
         text = (self.tree / "CMakeLists.txt").read_text()
         self.version = re.search(r"VERSION (\S+)", text.split("project(")[1]).group(1)
         self.heading = f"## [{self.version}] - 2026-01-02\n\n- All of it.\n"
@@ -47,15 +44,13 @@ class Release(unittest.TestCase):
         (self.tree / name).write_text(text)
 
     def release(self, version=None):
-        done = subprocess.run([self.tree / "scripts/release", version or self.version,
-                               "--skip-suites"], stdout=subprocess.PIPE, stderr=subprocess.STDOUT,
-                              text=True)
-        return done.returncode, done.stdout
+        return subprocess.run([self.tree / "scripts/release", version or self.version,
+                               "--skip-suites"], capture_output=True, text=True)
 
     def refuses(self, reason, version=None):
-        status, output = self.release(version)
-        self.assertEqual(status, 1, output)
-        self.assertIn(reason, output)
+        done = self.release(version)
+        self.assertEqual(done.returncode, 1, done)
+        self.assertIn(reason, done.stderr)
         self.assertEqual(list(self.tree.glob("build/*.tar.*")), [])
 
     def test_what_is_refused(self):
@@ -74,17 +69,13 @@ class Release(unittest.TestCase):
         self.refuses("has no section")
 
     def test_the_tarball_is_the_commit_and_builds_without_git(self):
-        status, output = self.release()  # it writes two and compares them
-        self.assertEqual(status, 0, output)
-        self.assertIn("NOT A RELEASE", output)
+        done = self.release()  # it writes two and compares them
+        self.assertEqual(done.returncode, 0, done)
+        self.assertIn("NOT A RELEASE", done.stdout + done.stderr)
         (tarball,) = self.tree.glob("build/*.tar.*")
         self.assertIn("unchecked", tarball.name)
-        self.assertIn(hashlib.sha256(tarball.read_bytes()).hexdigest(), output)
+        self.assertIn(hashlib.sha256(tarball.read_bytes()).hexdigest(), done.stdout)
         with tarfile.open(tarball) as archive:
             names = {member.name for member in archive if member.isfile()}
-        committed = self.git("ls-files").split()
-        self.assertEqual(names, {f"html5_video-{self.version}/{name}" for name in committed})
-
-
-if __name__ == "__main__":
-    unittest.main()
+        self.assertEqual(names, {f"html5_video-{self.version}/{name}"
+                                 for name in self.git("ls-files").split()})

@@ -183,13 +183,12 @@ std::string RawPeer::ReceiveFrame() const
 
 bool RawPeer::WaitClosed() const
 {
-    char byte = 0;
-    while (HasInput(kPatience)) {
-        if (recv(mDescriptor, &byte, 1, 0) <= 0) {
-            return true;
-        }
+    bool ended = false;
+    while (!ended && HasInput(kPatience)) {
+        char byte = 0;
+        ended = recv(mDescriptor, &byte, 1, 0) <= 0;
     }
-    return false;
+    return ended;
 }
 
 void RawPeer::Close()

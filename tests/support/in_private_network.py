@@ -15,8 +15,7 @@ import sys
 CLONE_NEWUSER = 0x10000000
 CLONE_NEWNET = 0x40000000
 SIOCSIFFLAGS = 0x8914
-IFF_UP = 1
-IFF_RUNNING = 64
+IFF_UP, IFF_RUNNING = 1, 64
 RESERVED_PORTS = "/proc/sys/net/ipv4/ip_local_reserved_ports"  # of the own network
 
 
@@ -25,8 +24,7 @@ def enter_private_network():
     if libc.unshare(CLONE_NEWNET) != 0 and libc.unshare(CLONE_NEWUSER | CLONE_NEWNET) != 0:
         return False
     with socket.socket(socket.AF_INET, socket.SOCK_DGRAM) as control:
-        fcntl.ioctl(control, SIOCSIFFLAGS,
-                    struct.pack("16sH14x", b"lo", IFF_UP | IFF_RUNNING))
+        fcntl.ioctl(control, SIOCSIFFLAGS, struct.pack("16sH14x", b"lo", IFF_UP | IFF_RUNNING))
     with contextlib.suppress(OSError), open(RESERVED_PORTS, "w", encoding="ascii") as reserved:
         reserved.write("56910,56911")
     return True

@@ -164,13 +164,4 @@ CapturedStderr::~CapturedStderr()
     close(mOriginal);
 }
 
-std::string CapturedStderr::Text() const
-{
-    return ReadFile(mPath);
-}
-
-bool CapturedStderr::WaitFor(const std::string& text, int milliseconds) const
-{
-    return WaitUntil([&] { return Count(text) > 0; }, milliseconds);
-}
 }  // namespace test

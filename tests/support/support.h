@@ -74,13 +74,16 @@ public:
     ~CapturedStderr();
 
     // What was written so far.
-    std::string Text() const;
+    std::string Text() const { return ReadFile(mPath); }
 
     // How often the text was.
     int Count(const std::string& text) const { return test::Count(Text(), text); }
 
     // Waits until the text was written; whether it was.
-    bool WaitFor(const std::string& text, int milliseconds = kPatience) const;
+    bool WaitFor(const std::string& text, int milliseconds = kPatience) const
+    {
+        return WaitUntil([&] { return Count(text) > 0; }, milliseconds);
+    }
 
 private:
     int mOriginal;

@@ -11,25 +11,13 @@
 namespace {
 constexpr int kLoadTime = 100;
 constexpr int kSeekTime = 50;
-constexpr MediaStatus kPaused = HTML5_VIDEO_STATUS_PAUSED;
-constexpr MediaStatus kPlaying = HTML5_VIDEO_STATUS_PLAYING;
-constexpr MediaStatus kEnded = HTML5_VIDEO_STATUS_ENDED;
-constexpr MediaStatus kUnsupported = HTML5_VIDEO_STATUS_ERROR_UNSUPPORTED;
+constexpr auto kPaused = HTML5_VIDEO_STATUS_PAUSED;
+constexpr auto kPlaying = HTML5_VIDEO_STATUS_PLAYING;
+constexpr auto kEnded = HTML5_VIDEO_STATUS_ENDED;
 
 class ClockEngineTest : public testing::Test
 {
 protected:
-    ClockEngineTest() : mEngine(MakeSettings(), [this] { return mNow; }) {}
-
-    static ClockEngine::Settings MakeSettings()
-    {
-        ClockEngine::Settings settings;
-        settings.duration = 20000;
-        settings.loadTime = kLoadTime;
-        settings.seekTime = kSeekTime;
-        return settings;
-    }
-
     // What it tells so many milliseconds later.
     PlaybackState After(std::int64_t milliseconds)
     {
@@ -52,7 +40,7 @@ protected:
     }
 
     std::int64_t mNow = 1000000;
-    ClockEngine mEngine;
+    ClockEngine mEngine{{20000, 640, 360, kLoadTime, kSeekTime}, [this] { return mNow; }};
 };
 
 TEST_F(ClockEngineTest, PositionFollowsEveryChangeOfSpeedWithoutLosingAFraction)
@@ -122,17 +110,11 @@ TEST_F(ClockEngineTest, RemembersWhatIsAskedForWhileLoading)
 
 TEST_F(ClockEngineTest, WhatCanNotBeLoadedShowsAsAnError)
 {
-    const std::pair<const char*, MediaStatus> cases[] = {
-        {"nowhere.webm", HTML5_VIDEO_STATUS_ERROR_NOT_FOUND},
-        {".", kUnsupported},
-        {"rtsp://127.0.0.1/x", kUnsupported},
-        {"clock:", kUnsupported},
-        {"clock:nan", kUnsupported},
-        {"clock:1e300", kUnsupported},
-    };
-    for (const auto& [address, status] : cases) {
+    LoadAndPlay("nowhere.webm");
+    ExpectAfter(0, HTML5_VIDEO_STATUS_ERROR_NOT_FOUND, 0);
+    for (const char* address : {".", "rtsp://127.0.0.1/x", "clock:", "clock:nan", "clock:1e300"}) {
         LoadAndPlay(address);
-        EXPECT_EQ(mEngine.Update().status, status) << address;
+        EXPECT_EQ(mEngine.Update().status, HTML5_VIDEO_STATUS_ERROR_UNSUPPORTED) << address;
         EXPECT_EQ(mEngine.Update().duration, 0) << address;
     }
     test::WriteFile("half a gigabyte.webm", std::string(1000, 'x'));

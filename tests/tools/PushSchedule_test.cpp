@@ -28,11 +28,7 @@ protected:
         return due ? static_cast<int>(due->position) : -1;
     }
 
-    int Wait() const
-    {
-        return static_cast<int>(
-            std::chrono::duration_cast<milliseconds>(mSchedule.Next(mNow) - mNow).count());
-    }
+    PushSchedule::Time::duration Wait() const { return mSchedule.Next(mNow) - mNow; }
 
     PushSchedule::Time mNow{milliseconds(1000000)};
     PushSchedule mSchedule;
@@ -41,15 +37,15 @@ protected:
 TEST_F(PushScheduleTest, TheNewestStateGoesOutAndThoseBeforeItAreLeftOut)
 {
     EXPECT_EQ(After(5000), -1);
-    EXPECT_EQ(Wait(), 250);
+    EXPECT_EQ(Wait(), milliseconds(250));
     EXPECT_TRUE(mSchedule.Update(At(1)));
     EXPECT_TRUE(mSchedule.Update(At(2)));
     EXPECT_EQ(After(0), 2);
     EXPECT_FALSE(mSchedule.Update(At(3))) << "progress has its turn";
     EXPECT_FALSE(mSchedule.Update(At(4)));
-    EXPECT_EQ(Wait(), 250);
+    EXPECT_EQ(Wait(), milliseconds(250));
     EXPECT_EQ(After(249), -1);
-    EXPECT_EQ(Wait(), 1);
+    EXPECT_EQ(Wait(), milliseconds(1));
     EXPECT_EQ(After(1), 4);
     EXPECT_TRUE(mSchedule.Update(At(5, HTML5_VIDEO_STATUS_PAUSED)));
     EXPECT_TRUE(mSchedule.Update(At(6, HTML5_VIDEO_STATUS_PAUSED)));

@@ -13,30 +13,20 @@ FIN, SYN, PSH, ACK = 1, 2, 8, 16
 LARGEST_PIECE = 65000
 
 
-class Capture:
-    """A capture file in the making; each connection's packets come in the order of the calls."""
-
-    def __init__(self, path):
-        self.path = path
-        self.packets = []
-
-    def connect(self, server_port, client_port=40000):
-        return Connection(self, client_port, server_port)
-
-    def write(self):
-        """One packet a millisecond."""
-        with self.path.open("wb") as file:
-            file.write(struct.pack("<IHHiIII", 0xA1B2C3D4, 2, 4, 0, 0, 1 << 18, RAW_IPV4))
-            for index, packet in enumerate(self.packets):
-                file.write(struct.pack("<IIII", 0, index * 1000, len(packet), len(packet)) + packet)
-        return self.path
+def write(path, packets):
+    """One packet a millisecond."""
+    with path.open("wb") as file:
+        file.write(struct.pack("<IHHiIII", 0xA1B2C3D4, 2, 4, 0, 0, 1 << 18, RAW_IPV4))
+        for index, packet in enumerate(packets):
+            file.write(struct.pack("<IIII", 0, index * 1000, len(packet), len(packet)) + packet)
+    return path
 
 
 class Connection:
-    """A TCP connection from 127.0.0.1 to 127.0.0.1."""
+    """A TCP connection from 127.0.0.1 to 127.0.0.1; its packets join those that are there."""
 
-    def __init__(self, capture, client_port, server_port):
-        self.capture = capture
+    def __init__(self, packets, server_port, client_port=40000):
+        self.packets = packets
         self.ports = client_port, server_port
         self.sequence = [1000, 5000]
         # From the side that connected and from the other one; in segments of so many bytes.
@@ -45,14 +35,12 @@ class Connection:
         self._segment(1, SYN | ACK)
 
     def _segment(self, sender, flags, data=b""):
-        ports = self.ports if sender == 0 else self.ports[::-1]
         acknowledged = self.sequence[1 - sender] if flags & ACK else 0
-        tcp = struct.pack(">HHIIBBHHH", *ports, self.sequence[sender], acknowledged, 5 << 4, flags,
-                          65535, 0, 0)
-        loopback = socket.inet_aton("127.0.0.1")
         ip = struct.pack(">BBHHHBBH4s4s", 0x45, 0, 40 + len(data), 0, 0, 64, socket.IPPROTO_TCP, 0,
-                         loopback, loopback)
-        self.capture.packets.append(ip + tcp + data)
+                         *[socket.inet_aton("127.0.0.1")] * 2)
+        tcp = struct.pack(">HHIIBBHHH", self.ports[sender], self.ports[1 - sender],
+                          self.sequence[sender], acknowledged, 5 << 4, flags, 65535, 0, 0)
+        self.packets.append(ip + tcp + data)
         self.sequence[sender] += len(data) + (1 if flags & (SYN | FIN) else 0)
 
     def _send(self, sender, data, piece=LARGEST_PIECE):

@@ -2,7 +2,6 @@
 
 import re
 import subprocess
-import unittest
 
 from stand import program
 from tools_case import PROGRAMS, SOURCES, ToolsTest, run
@@ -48,7 +47,3 @@ class Completion(ToolsTest):
                 ({"a film.webm"}, "boxinfo", "-c", "a"), (set(), "player", "--listen-port", ""),
                 ({"--log", "--log-file"}, "browser", "--console", "--log")):
             self.assertEqual(self.complete(*words), expected, words)
-
-
-if __name__ == "__main__":
-    unittest.main()

@@ -1,16 +1,16 @@
 """tools/wireshark/html5_video.lua, read by tshark: captures written from the bytes, and one taken
 on the loopback interface while browser, player and console talk."""
 
+import functools
 import itertools
 import os
 import random
 import re
 import shlex
 import subprocess
-import unittest
 
 import wire
-from capture import LARGEST_PIECE, Capture, Sniffer
+from capture import LARGEST_PIECE, Connection, Sniffer, write
 from tools_case import SOURCES, ToolsTest, run
 from wire import framed, number, request
 
@@ -29,12 +29,14 @@ def console(text, magic=b"TAVI"):
 class DissectorTest(ToolsTest):
     def setUp(self):
         super().setUp()
-        self.capture = Capture(self.directory / "capture.pcap")
+        self.packets = []
+        self.connect = functools.partial(Connection, self.packets)
 
     def tshark(self, *options, path=None):
         """What it prints; in a home of its own, so that nobody's settings count."""
         done = subprocess.run(
-            ["tshark", "-X", f"lua_script:{SCRIPT}", "-r", path or self.capture.write(), *options],
+            ["tshark", "-X", f"lua_script:{SCRIPT}", "-r",
+             path or write(self.directory / "capture.pcap", self.packets), *options],
             cwd=SOURCES, env={**os.environ, "HOME": str(self.directory)}, timeout=120, check=True,
             capture_output=True, text=True, encoding="utf-8", errors="replace")
         for trouble in "Lua", "Dissector bug", "Malformed Packet":
@@ -42,8 +44,10 @@ class DissectorTest(ToolsTest):
         return done.stdout
 
     def fields(self, *names, only="html5_video or html5_video_console", path=None, options=()):
-        """A list of values for each packet that has any; several of a name stand in one text."""
-        columns = [word for name in names for word in ("-e", name)]
+        """A list of values for each packet that has any; several of a name stand in one text. The
+        dissector's names go without their beginning, html5_video."""
+        columns = [word for name in names
+                   for word in ("-e", re.sub(r"^(?=\.|_console)", "html5_video", name))]
         lines = self.tshark(*options, "-Y", only, "-T", "fields", *columns, path=path).splitlines()
         return [line.split("\t") for line in lines if line.strip()]
 
@@ -51,69 +55,62 @@ class DissectorTest(ToolsTest):
 class Frames(DissectorTest):
     # Method and arguments, and the fields that tell of them; null has no value.
     COMMANDS = (
-        (("load", ("url", "http://a/\u00e9.mp4")), {"load.url": "http://a/\u00e9.mp4"}),
-        (("load", ("url", None)), {"argument.null": "1"}), (("load", ("url", "")), {}),
+        (("load", ("url", "http://a/\u00e9.mp4")), {".load.url": "http://a/\u00e9.mp4"}),
+        (("load", ("url", None)), {".argument.null": "1"}), (("load", ("url", "")), {}),
         (("cancelLoad",), {}), (("play",), {}), (("pause",), {}),
-        (("seek", ("ms", -1500)), {"seek.ms": "-1500"}),
-        (("setRate", ("speed", 50)), {"setrate.speed": "50"}),
-        (("setVolume", ("v", 100)), {"setvolume.v": "100"}),
-        (("setSize", ("w", 1280), ("h", 720)), {"setsize.w": "1280", "setsize.h": "720"}),
-        (("setMuted", ("m", 1)), {"setmuted.m": "1"}),
+        (("seek", ("ms", -1500)), {".seek.ms": "-1500"}),
+        (("setRate", ("speed", 50)), {".setrate.speed": "50"}),
+        (("setVolume", ("v", 100)), {".setvolume.v": "100"}),
+        (("setSize", ("w", 1280), ("h", 720)), {".setsize.w": "1280", ".setsize.h": "720"}),
+        (("setMuted", ("m", 1)), {".setmuted.m": "1"}),
         (("SetStatus", *REPORT), {
-            "status.play_time": "1000", "status.end_time": "60000", "status.speed": "-200",
-            "status.value3": "7", "status.media": "4", "status.width": "640",
-            "status.height": "360", "status.in_seek": "1",
-            "status.total_bytes": str((1 << 32) + 3000000000), "status.current_offset": "2500"}))
+            ".status.play_time": "1000", ".status.end_time": "60000", ".status.speed": "-200",
+            ".status.value3": "7", ".status.media": "4", ".status.width": "640",
+            ".status.height": "360", ".status.in_seek": "1",
+            ".status.total_bytes": str((1 << 32) + 3000000000), ".status.current_offset": "2500"}))
 
-    def check_talk(self, piece=LARGEST_PIECE):
+    def check_talk(self, piece):
         """Every command with its reply, a report, and some lines for the console."""
-        connections = [self.capture.connect(port, port - 10000) for port in PORTS]
+        connections = [self.connect(port, port - 10000) for port in PORTS]
         expected = []
         for (method, *arguments), values in self.COMMANDS:
             connection = connections[method == "SetStatus"]
             connection.request(request(method, *arguments), piece)
             connection.reply(EMPTY_REPLY if method == "SetStatus" else number(0), piece)
-            expected += {"method": method, **values}, {"reply_to": method}
+            expected += {".method": method, **values}, {".reply_to": method}
         for line, shown in (b"START", "START"), (b"PRINT \xff\xc3\xa9", "PRINT \ufffd\u00e9"):
             connections[2].request(console(line), piece)
             connections[2].reply(console(b"\nCMD>", b"tavi"), piece)
-            expected += {"line": shown}, {"prompt": "\\nCMD>"}
-        names = [*dict.fromkeys(itertools.chain(*expected)), "malformed", "unusual"]
-        columns = ["html5_video" + ("_console." if name in ("line", "prompt") else ".") + name
-                   for name in names]
-        rows = self.fields(*columns, "html5_video_console.malformed")
-        self.assertEqual([{name: value for name, value in zip([*names, "malformed line"], row)
-                           if value} for row in rows], expected)
+            expected += {"_console.line": shown}, {"_console.prompt": "\\nCMD>"}
+        names = [*dict.fromkeys(itertools.chain(*expected)), ".malformed", ".unusual",
+                 "_console.malformed"]
+        self.assertEqual([{name: value for name, value in zip(names, row) if value}
+                          for row in self.fields(*names)], expected)
 
-    def test_every_frame_by_field(self):
-        self.check_talk()
-        first, second = self.fields("frame.number", "html5_video.request_in")[:2]
-        self.assertEqual(second[1], first[0])
-
-    def test_frames_over_segments(self):
-        for piece in 1, 7:
+    def test_every_frame_by_field_over_segments_of_any_size(self):
+        for piece in 1, 7, LARGEST_PIECE:
             with self.subTest(piece):
                 self.setUp()
                 self.check_talk(piece)
+        first, second = self.fields("frame.number", ".request_in")[:2]
+        self.assertEqual(second[1], first[0])
 
     def test_frames_that_share_a_segment_and_one_whose_end_does_not_come(self):
-        state = self.capture.connect(wire.STATE_PORT)
+        state = self.connect(wire.STATE_PORT)
         state.request(SET_STATUS * 3 + SET_STATUS[:50])
         state.reply(EMPTY_REPLY * 3)
         three = "SetStatus,SetStatus,SetStatus"
-        self.assertEqual(self.fields("html5_video.method", "html5_video.status.play_time",
-                                     "html5_video.reply_to", "html5_video.incomplete"),
+        self.assertEqual(self.fields(".method", ".status.play_time", ".reply_to", ".incomplete"),
                          [[three, "1000,1000,1000", "", "1"], ["", "", three, ""]])
 
     def test_other_ports(self):
         for port, data in zip(PORTS, (request("play"), SET_STATUS, console(b"START"))):
-            self.capture.connect(port - 20000).request(data)
+            self.connect(port - 20000).request(data)
         self.assertEqual(self.fields("frame.number"), [])
         options = [word for name, port in zip(
             ("html5_video.commands_port", "html5_video.state_port", "html5_video_console.port"),
             PORTS) for word in ("-o", f"{name}:{port - 20000}")]
-        self.assertEqual(self.fields("html5_video.method", "html5_video_console.line",
-                                     options=options),
+        self.assertEqual(self.fields(".method", "_console.line", options=options),
                          [["play", ""], ["SetStatus", ""], ["", "START"]])
 
 
@@ -123,7 +120,7 @@ class Malformed(DissectorTest):
     def check(self, port, bad, good, mark, understood):
         """A connection for each: the bad frame, which is to carry a text, and the good one."""
         for index, (data, _) in enumerate(bad):
-            connection = self.capture.connect(port, 40000 + index)
+            connection = self.connect(port, 40000 + index)
             connection.request(data)
             connection.request(good)
         rows = self.fields("_ws.expert.message", understood, only=f"{mark} or {understood}")
@@ -163,13 +160,12 @@ class Malformed(DissectorTest):
     def test_replies(self):
         bad = number(-5), number(2097153), framed(b"\0\0\0I\0\0\0\0"), framed(b"\0")
         for index, data in enumerate(bad):
-            commands = self.capture.connect(wire.COMMAND_PORT, 40000 + index)
+            commands = self.connect(wire.COMMAND_PORT, 40000 + index)
             commands.request(request("play") + request("pause"))
             commands.reply(data)
             commands.reply(framed(b"\0\0\0H" + wire.text("s") + wire.text("a") + wire.text("b")))
         self.assertEqual(
-            self.fields("html5_video.reply_to", "html5_video.argument.text",
-                        only="html5_video.reply_to"),
+            self.fields(".reply_to", ".argument.text", only="html5_video.reply_to"),
             [["play", ""], ["pause", "b"], ["play", "b"]] + [["play", ""], ["pause", "b"]] * 2)
         self.assertEqual(len(self.fields("frame.number", only="html5_video.malformed")), len(bad))
 
@@ -185,9 +181,10 @@ class Malformed(DissectorTest):
         noise = random.Random(1)
         whole = [request(*command) for command, _ in Frames.COMMANDS]
         whole += [EMPTY_REPLY, number(0), console(b"START"), console(b"\nCMD>", b"tavi"),
-                  framed(b"\0\0\0Gx\0\0\0\0\0\0H" + wire.text("nibs") + bytes(40))]
+                  framed(b"\0\0\0Gx\0\0\0\0\0\0H" + wire.text("nibs") + bytes(40)),
+                  bytes(9000), b"\xff" * 9000]
         for client in range(100):
-            connection = self.capture.connect(noise.choice(PORTS), 10000 + client)
+            connection = self.connect(noise.choice(PORTS), 10000 + client)
             for _ in range(10):
                 data = bytearray(b"".join(noise.choices(whole, k=noise.randrange(1, 4))))
                 for _ in range(noise.randrange(4)):
@@ -198,11 +195,7 @@ class Malformed(DissectorTest):
                 noise.choice((connection.request, connection.reply))(
                     bytes(data), noise.choice((5, 60, LARGEST_PIECE)))
         most = b"\0\0\0Gload\0\0\0\0\0\0\0H" + wire.text("n" * 65535) + b"a\0\0\0" * 65535
-        self.capture.connect(wire.COMMAND_PORT, 30000).request(framed(most))
-        for port, data in itertools.product(PORTS, (bytes(9000), b"\xff" * 9000)):
-            connection = self.capture.connect(port, 30001 + data[0])
-            connection.request(data)
-            connection.reply(data)
+        self.connect(wire.COMMAND_PORT, 30000).request(framed(most))
         self.tshark("-V")
         self.tshark("-2", "-o", "tcp.desegment_tcp_streams:FALSE")
 
@@ -220,11 +213,9 @@ class Loopback(DissectorTest):
         self.assertEqual(run("console", "--exec", "player_state").returncode, 0)
         self.assertEqual(browser.quit(), 0)
         path = sniffer.stop()
-        rows = self.fields(*(
-            "html5_video.method html5_video.load.url html5_video.seek.ms html5_video.status.media "
-            "html5_video.status.play_time html5_video.status.end_time html5_video_console.line "
-            "html5_video.malformed html5_video.unusual html5_video_console.malformed").split(),
-            path=path)
+        rows = self.fields(".method", ".load.url", ".seek.ms", ".status.media", ".status.play_time",
+                           ".status.end_time", "_console.line", ".malformed", ".unusual",
+                           "_console.malformed", path=path)
         self.assertEqual([row[:3] for row in rows if row[0] not in ("", "SetStatus")],
                          [["load", "clock:0.5", ""], ["seek", "", "250"], ["play", "", ""]])
         states = [row[3:6] for row in rows if row[3]]
@@ -234,25 +225,20 @@ class Loopback(DissectorTest):
 
 
 class Page(DissectorTest):
-    def read_session(self, page):
-        """The session of the page as a capture."""
+    def test_the_session_is_shown_as_what_is_printed(self):
+        page = (SOURCES / "docs/protocol.md").read_text()
         session = re.search("^```session\n(.*?)^```$", page, re.MULTILINE | re.DOTALL)[1]
         ports = {"state": wire.STATE_PORT, "commands": wire.COMMAND_PORT}
         connections = {}
         for who, arrow, what in re.findall(r"^(\w+) *([<>]?) *(.*)$",
                                            re.sub(r"\n +", " ", session), re.MULTILINE):
             if what == "open":
-                connections[who] = self.capture.connect(ports[who],
-                                                        40001 + len(self.capture.packets))
+                connections[who] = self.connect(ports[who], 40001 + len(self.packets))
             elif what == "close":
                 connections[who].close(0 if who == "state" else 1)
             elif arrow:
                 data = bytes.fromhex(what.replace("|", " "))
                 (connections[who].request if arrow == ">" else connections[who].reply)(data)
-
-    def test_it_shows_what_is_printed(self):
-        page = (SOURCES / "docs/protocol.md").read_text()
-        self.read_session(page)
         shown = re.findall(r"^```capture\n\$ tshark ((?:[^\n]*\\\n)*[^\n]*\n)(.*?)^```$", page,
                            re.MULTILINE | re.DOTALL)
         self.assertEqual(len(shown), 2)
@@ -260,7 +246,3 @@ class Page(DissectorTest):
             words = shlex.split(command.replace("\\\n", ""))
             self.assertEqual(words[:4], ["-X", "lua_script:" + SCRIPT, "-r", "session.pcap"])
             self.assertEqual(self.tshark(*words[4:]).rstrip(), output.rstrip())
-
-
-if __name__ == "__main__":
-    unittest.main()

@@ -2,7 +2,6 @@
 
 import os
 import signal
-import unittest
 
 from stand import program
 from terminal import Terminal
@@ -29,8 +28,7 @@ class Screen(ToolsTest):
         """At the beginning of the media, so that the screen stands still."""
         self.open_screen(*options)
         self.wait(lambda shown: " 0:00.0 " not in shown, "progress")
-        self.press("Space")
-        self.wait_for("paused")
+        self.press("Space", shows="paused")
         self.press("Left")
         self.wait(lambda shown: " 0:00.0 " in shown and "seeking" not in shown, "beginning")
 
@@ -51,8 +49,7 @@ class Screen(ToolsTest):
                              ("0:1", "Right"), ("muted", "m"), ("volume 90 %", "Down"),
                              ("window 640 x 360", "s"), ("idle", "c"),
                              ("not-found", "l", "/nowhere", "Enter")):
-            self.press(*keys)
-            self.wait_for(shown)
+            self.press(*keys, shows=shown)
         self.end("q")
 
     def test_a_dead_player_is_told_and_the_next_one_found(self):
@@ -129,16 +126,13 @@ paused
     def test_the_load_prompt_can_be_left_and_the_screen_goes_on(self):
         self.open_screen()
         for leave in "Escape", "C-c":
-            self.press("l", "x")
-            self.wait_for("Load: x\n")
+            self.press("l", "x", shows="Load: x\n")
             before = self.shown()
             self.wait(lambda shown, before=before: shown != before, "progress")
-            self.press(leave)
-            self.wait_for("l load")
+            self.press(leave, shows="l load")
             self.assertNotIn("Load:", self.shown())
         self.resize(12, 5)
-        self.press("l", "\u65e5\u672c\u00e9", "BSpace", "BSpace", "C-l")
-        self.wait_for("Load: \u65e5\n")
+        self.press("l", "\u65e5\u672c\u00e9", "BSpace", "BSpace", "C-l", shows="Load: \u65e5\n")
         self.press("C-u", "clock:1.7")  # the end of it is seen, with the cursor behind it
         self.wait_for("Load: k:1.7\n")
         self.assertEqual(self.terminal.tmux("display", "-p", "#{cursor_x} #{cursor_flag}"),
@@ -162,8 +156,7 @@ paused
         self.assertEqual(run("console", "--exec", "PRINT hello", "--exec", "help").returncode, 0)
         self.assertIn("hello\nYou can find", (self.directory / "log").read_text())
         self.assertEqual(self.shown(), whole)
-        self.press("s")
-        self.wait_for("window 640 x 360")
+        self.press("s", shows="window 640 x 360")
         self.assertNotIn("hello", self.shown())
 
     def test_a_terminal_that_can_not_be_a_screen_is_served_with_lines(self):
@@ -171,10 +164,5 @@ paused
             with self.subTest(kind):
                 self.open_terminal("--log", "none", command=("env", f"TERM={kind}"))
                 self.wait_for("type commands")
-                self.press("wait-player 10", "Enter", "quit", "Enter")
-                self.wait_for('{"event":"player-found"')
+                self.press("wait-player 10", "Enter", "quit", "Enter", shows='"player-found"')
                 self.end()
-
-
-if __name__ == "__main__":
-    unittest.main()

@@ -33,10 +33,11 @@ class Terminal:
              "/dev/null", *arguments], check=True, cwd=self.directory, capture_output=True,
             text=True, env={**os.environ, "LC_ALL": "C.UTF-8", "HOME": str(self.directory)}).stdout
 
-    def press(self, *keys):
-        """Keys by name; what is none is typed as it is."""
+    def press(self, *keys, shows=""):
+        """Keys by name, what is none is typed as it is; then waits for the text on the screen."""
         if keys:
             self.tmux("send-keys", *keys)
+        self.wait_for(shows)
 
     def enter(self, text):
         self.tmux("send-keys", "-l", text)

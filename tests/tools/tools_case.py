@@ -1,15 +1,15 @@
-"""What the tests of the programs share. The first argument of a test is the programs' folder."""
+"""What the tests of the programs share. PROGRAMS of the environment is their folder."""
 
+import os
 import pathlib
 import subprocess
-import sys
 import tempfile
 import time
 import unittest
 
 import stand
 
-PROGRAMS = pathlib.Path(sys.argv.pop(1)).resolve()
+PROGRAMS = pathlib.Path(os.environ["PROGRAMS"]).resolve()
 SOURCES = pathlib.Path(__file__).resolve().parents[2]
 
 
@@ -25,25 +25,35 @@ def wait_until(condition, what="", seconds=20):
 def run(name, *arguments, **options):
     """Runs a program to its end."""
     file = PROGRAMS / name if name == "example_browser" else stand.program(PROGRAMS, name)
-    return subprocess.run([file, *map(str, arguments)], capture_output=True, text=True, timeout=60,
-                          check=False, **{"input": "", **options})
+    return subprocess.run([file, *map(str, arguments)], text=True, timeout=60, check=False, **{
+        "input": "", "stdout": subprocess.PIPE, "stderr": subprocess.PIPE, **options})
 
 
 class ToolsTest(unittest.TestCase):
     def setUp(self):
         self.directory = pathlib.Path(self.enterContext(tempfile.TemporaryDirectory()))
 
+    def run_to_end(self, name, *arguments, status=0, **options):
+        """Runs a program in the directory; it is to end with that status."""
+        done = run(name, *arguments, **{"cwd": self.directory, **options})
+        self.assertEqual(done.returncode, status, done)
+        return done
+
     def start_player(self, *options, **named):
         """A player that listens."""
         player = self.enterContext(stand.Player(PROGRAMS, self.directory, *options, **named))
-        self.wait_until_listening(player)
-        return player
-
-    def wait_until_listening(self, player):
         wait_until(lambda: "engine listens" in player.log_text(), "the player listens")
+        return player
 
     def start_browser(self, **named):
         return self.enterContext(stand.Browser(PROGRAMS, self.directory, **named))
+
+    def start_loaded(self, *player_options, **browser_options):
+        """Both, with a medium."""
+        player = self.start_player(*player_options)
+        browser = self.start_browser(**browser_options)
+        self.load(browser)
+        return player, browser
 
     def load(self, browser, address="clock:60"):
         browser.ask("wait-player 10")

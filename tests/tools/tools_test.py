@@ -6,7 +6,6 @@ import re
 import signal
 import socket
 import subprocess
-import unittest
 
 import stand
 import wire
@@ -16,41 +15,41 @@ from tools_case import PROGRAMS, ToolsTest, run, wait_until
 class Commands(ToolsTest):
     """What the status tells of commands; player_test.py has the rest of them."""
 
-    def setUp(self):
-        super().setUp()
-        self.player = self.start_player()
-        self.browser = self.start_browser()
-
-    def test_seek_volume_mute_and_size(self):
-        self.load(self.browser)
-        self.browser.tell("seek 12.5")
-        under_way = self.browser.until("in seek", lambda status: status["inSeek"])
+    def test_seek_volume_mute_size_and_unload(self):
+        player, browser = self.start_loaded()
+        browser.tell("seek 12.5")
+        under_way = browser.until("in seek", lambda status: status["inSeek"])
         self.assertEqual(under_way["position"], 12500)
-        landed = self.browser.until("the end of the seek", lambda status: not status["inSeek"])
+        landed = browser.until("the end of the seek", lambda status: not status["inSeek"])
         self.assertEqual(landed["position"], 12500)
         for command, volume in ("volume 0.4", "40"), ("mute on", "0"), ("mute off", "40"):
-            self.browser.tell(command)
+            browser.tell(command)
             # The library only logs the audible volume, ahead of the values of the status.
-            self.browser.until(command, lambda _, volume=volume: re.findall(
-                r"(\d+) -?\d+ -?\d+ -?\d+ -?\d+ inSeek", self.browser.log_text())[-1] == volume)
-        self.browser.tell("size 800 450")
-        self.browser.status()  # the command before it has been answered by now
-        self.assertIn("setSize 800 450", self.player.log_text())
+            browser.until(command, lambda _, volume=volume: re.findall(
+                r"(\d+) -?\d+ -?\d+ -?\d+ -?\d+ inSeek", browser.log_text())[-1] == volume)
+        browser.tell("size 800 450")
+        browser.status()  # the command before it has been answered by now
+        self.assertIn("setSize 800 450", player.log_text())
+        for unload in "cancel-load", "load":
+            browser.tell(unload)
+            idle = browser.ask("wait-status idle 10")
+            self.assertEqual((idle["position"], idle["duration"], idle["speed"]), (0, 0, 100))
+            self.load(browser)
 
     def test_a_file_beyond_4_gibibytes(self):
         size = 5 << 30
         with (self.directory / "large.webm").open("wb") as media:
             media.truncate(size)
-        self.assertEqual(self.load(self.browser, "large.webm")["totalBytes"], size)
-        self.browser.tell("seek 55")
-        self.browser.until("an offset", lambda status: status["currentOffset"] > 1 << 32)
+        self.start_player()
+        browser = self.start_browser()
+        self.assertEqual(self.load(browser, "large.webm")["totalBytes"], size)
+        browser.tell("seek 55")
+        browser.until("an offset", lambda status: status["currentOffset"] > 1 << 32)
 
 
 class Recovery(ToolsTest):
     def test_the_browser_tells_a_dead_player_and_goes_on_with_the_next(self):
-        player = self.start_player()
-        browser = self.start_browser()
-        self.load(browser)
+        player, browser = self.start_loaded()
         browser.tell("volume 0.3", "seek 20", "rate 0.5", "play")
         browser.until("playing", lambda status: status["position"] > 20000)
         for name in "second", "third":
@@ -74,8 +73,7 @@ class Recovery(ToolsTest):
         browser.tell("load clock:10", "play", "wait 0.3")
         self.assertFalse(browser.status()["player"])
         self.start_player()
-        browser.ask("wait-player 10")
-        browser.ask("wait-position 200 5")
+        browser.ask("wait-position 200 10")
 
     def test_wrong_requests_are_logged_and_do_no_harm(self):
         player = self.start_player()
@@ -108,14 +106,11 @@ class Consoles(ToolsTest):
         wait_until(lambda: run("console", "--port", self.PORT, *words).returncode == 0, lines)
 
     def test_a_player_fails_and_answers_late_on_request(self):
-        player = self.start_player("--console")
+        player, browser = self.start_loaded("--console")
         names = self.directory / "names"
         self.console(f"commands {names}", "commands", f"commands {names}")
-        self.assertEqual(sorted(names.read_text().split()),
-                         ["commands", "player_delay", "player_fail", "player_state",
-                          "thread_show"])
-        browser = self.start_browser()
-        self.load(browser)
+        self.assertEqual(sorted(names.read_text().split()), [
+            "commands", "player_delay", "player_fail", "player_state", "thread_show"])
         self.console("player_fail 101")
         browser.ask("wait-status unsupported 10")
         self.console("player_fail 0")
@@ -130,9 +125,7 @@ class Consoles(ToolsTest):
         self.assertEqual(player.end(), 0)
 
     def test_the_browser_takes_commands_beside_its_own(self):
-        self.start_player()
-        browser = self.start_browser(options=["--console=" + self.PORT])
-        self.load(browser)
+        _, browser = self.start_loaded(options=["--console=" + self.PORT])
         for line, awaited in (("video_play", "wait-status playing 10"),
                               ("video_seek 20000", "wait-position 20000 10"),
                               ("video_pause", "wait-status paused 10")):
@@ -146,17 +139,10 @@ class Consoles(ToolsTest):
 
 
 class Endings(ToolsTest):
-    def run_program(self, name, *arguments, status=0, **named):
-        """What was printed by the program, which is to end with that status."""
-        done = run(name, *arguments, **{"cwd": self.directory, **named})
-        self.assertEqual(done.returncode, status, (name, arguments, done))
-        self.errors = done.stderr
-        return done.stdout
-
     def events(self, *arguments, status=0):
         """What the browser told."""
         return [json.loads(line) for line in
-                self.run_program("browser", *arguments, status=status).splitlines()]
+                self.run_to_end("browser", *arguments, status=status).stdout.splitlines()]
 
     def test_signals_end_the_player_cleanly(self):
         for how in signal.SIGTERM, signal.SIGINT:
@@ -164,12 +150,12 @@ class Endings(ToolsTest):
 
     def test_what_can_not_be_done_is_told(self):
         for library in "missing.so", "libc.so.6":
-            self.run_program("browser", "--library", library, "--exec", "status", status=3)
-            self.assertNotEqual(self.errors, "")
+            done = self.run_to_end("browser", "--library", library, "--exec", "status", status=3)
+            self.assertNotEqual(done.stderr, "")
         with socket.create_server(("127.0.0.1", 0)) as other:
-            self.run_program("player", "--engine", "clock", "--listen-port",
-                             other.getsockname()[1], status=1)
-        self.assertIn("Can not listen", self.errors)
+            done = self.run_to_end("player", "--engine", "clock", "--listen-port",
+                                   other.getsockname()[1], status=1)
+        self.assertIn("Can not listen", done.stderr)
         for name, *arguments in (
                 ("player", "--engine", "magic"), ("player", "--listen", "nobody"),
                 ("player", "--listen-port", "0"), ("player", "--browser-port", "65536"),
@@ -178,16 +164,14 @@ class Endings(ToolsTest):
                 ("browser", "--exec", "play", "--script", "x"), ("browser", "--log", "5"),
                 ("browser", "--log-file", "no/where"), ("browser", "--console", "x"),
                 ("boxinfo", "--log", "loud"), ("boxinfo", "surplus"), ("example_browser",)):
-            self.run_program(name, *arguments, status=2)
-            self.assertNotEqual(self.errors, "")
-        self.run_program("player", env={**os.environ, "HBB_SYSTEM_IP": "x"}, status=2)
+            self.assertNotEqual(self.run_to_end(name, *arguments, status=2).stderr, "")
+        self.run_to_end("player", env={**os.environ, "HBB_SYSTEM_IP": "x"}, status=2)
 
     def test_help_and_version_stand_alone(self):
         def at_a_terminal(name, option):
             command = f"{stand.program(PROGRAMS, name)} {option}"
-            done = subprocess.run(["script", "-qec", command, "/dev/null"], timeout=60, check=True,
-                                  stdin=subprocess.DEVNULL, stdout=subprocess.PIPE, text=True)
-            return done.stdout
+            return subprocess.check_output(["script", "-qec", command, "/dev/null"], timeout=60,
+                                           stdin=subprocess.DEVNULL, text=True)
 
         for name, start in (("browser", "A stand-in"), ("boxinfo", "Shows what"),
                             ("player", "The refere")):
@@ -208,8 +192,8 @@ class Endings(ToolsTest):
                 if text is not None:
                     conf.write_text(text)
                 log.unlink(missing_ok=True)
-                self.assertEqual(self.run_program("browser", "--exec", "play", *options), "")
-                self.assertEqual("play" in self.errors, errors, self.errors)
+                done = self.run_to_end("browser", "--exec", "play", *options)
+                self.assertEqual((done.stdout, "play" in done.stderr), ("", errors), done)
                 self.assertEqual(log.exists() and "play" in log.read_text(), in_file)
 
     def test_the_players_log_comes_by_udp(self):
@@ -250,7 +234,7 @@ class Endings(ToolsTest):
             (event, ) = self.events("--exec", f"status; {wrong}", status=2)
             self.assertEqual(event["event"], "error", wrong)
             self.assertIn(reason, event["reason"])
-        self.assertIn("not-found", self.run_program("browser", "--help"))
+        self.assertIn("not-found", self.run_to_end("browser", "--help").stdout)
 
     def test_a_url_without_a_terminal_is_played_to_its_end(self):
         self.start_player("--clock-duration", "500")
@@ -261,8 +245,8 @@ class Endings(ToolsTest):
             self.assertEqual(states[-1], "ended")
         missing = self.events("/nowhere", status=4)[-1]
         self.assertEqual((missing["state"], missing["mediaStatus"]), ("not-found", 100))
-        self.run_program("browser", "--exec",
-                         'wait-player 10; load "a; film.webm"; play; wait-status ended 10')
+        self.run_to_end("browser", "--exec",
+                        'wait-player 10; load "a; film.webm"; play; wait-status ended 10')
 
     def test_the_c_example_goes_on_where_its_player_died(self):
         player = self.start_player()
@@ -277,10 +261,6 @@ class Endings(ToolsTest):
             self.assertEqual(browser.child.wait(30), 0)
             self.assertEqual(browser.log_text(), "")
         after = output.read_text().split("the player has gone")[1]
-        self.run_program("example_browser", "/nowhere", status=1)
+        self.run_to_end("example_browser", "/nowhere", status=1)
         positions = [float(word) for word in re.findall(r"([\d.]+) of 4.0 s, .* playing", after)]
         self.assertGreaterEqual(min(positions), 2.0)
-
-
-if __name__ == "__main__":
-    unittest.main()

@@ -1,6 +1,7 @@
 """The frames between browser and player, made and read by code that shares nothing with either."""
 
 import collections
+import contextlib
 import socket
 import struct
 import threading
@@ -41,8 +42,7 @@ def request(method, *arguments):
 def receive(connection, count):
     data = b""
     while len(data) < count:
-        part = connection.recv(count - len(data))
-        if not part:
+        if not (part := connection.recv(count - len(data))):
             raise ConnectionError("the connection has ended")
         data += part
     return data
@@ -87,12 +87,10 @@ class Browser:
 
     def _serve(self):
         while not self.ending:
-            try:
+            with contextlib.suppress(OSError):  # the player has gone, or this browser ends
                 self.serving, _ = self.listener.accept()
                 with self.serving:
                     self._take_reports()
-            except OSError:
-                pass  # the player has gone, or this browser ends
 
     def _take_reports(self):
         while True:
@@ -104,10 +102,8 @@ class Browser:
             self.serving.sendall(framed(EMPTY_RECORD))
 
     def _connect(self):
-        try:
+        with contextlib.suppress(ConnectionRefusedError):
             return socket.create_connection(("127.0.0.1", COMMAND_PORT), 20)
-        except ConnectionRefusedError:
-            return None
 
     def send(self, data):
         """Sends bytes, when the player listens, and takes one answer; None when it closes."""

@@ -5,6 +5,7 @@ import concurrent.futures
 import contextlib
 import http.server
 import itertools
+import mimetypes
 import os
 import pathlib
 import re
@@ -22,28 +23,34 @@ from tools_case import PROGRAMS, wait_until
 from wire import COMMAND_PORT, EMPTY_RECORD, framed, receive_frame
 
 PAGES = pathlib.Path(__file__).resolve().parent / "pages"
+PAGE = ('<!doctype html><meta charset="utf-8"><body><script src="steps.js"></script>'
+        '<script src="%s.js"></script>')
 STANDS = itertools.count(1)
 
 
-def make_media(folder):
-    """A picture and a tone, with a key frame each half second, so that seeks are exact."""
+def setUpModule():
+    """The media: a picture and a tone, with a key frame each half second, so that seeks are
+    exact."""
+    global MEDIA
+    MEDIA = pathlib.Path(unittest.enterModuleContext(tempfile.TemporaryDirectory()))
     for name, seconds in ("short", 6), ("long", 10):
         pipeline = (f"videotestsrc num-buffers={seconds * 25} ! video/x-raw,width=320,height=240,"
                     "framerate=25/1 ! vp8enc deadline=1 keyframe-max-dist=12 ! webmmux name=mux ! "
-                    f"filesink location={folder}/{name}.webm audiotestsrc samplesperbuffer=441 "
+                    f"filesink location={MEDIA}/{name}.webm audiotestsrc samplesperbuffer=441 "
                     f"num-buffers={seconds * 100} ! audio/x-raw,rate=44100 ! vorbisenc ! mux.")
         subprocess.run(["gst-launch-1.0", "-q", *pipeline.split()], check=True, timeout=60)
-    (folder / "noise.webm").write_bytes(bytes(range(256)) * 40)
+    (MEDIA / "noise.webm").write_bytes(bytes(range(256)) * 40)
 
 
 class Server(socketserver.ThreadingTCPServer):
-    """Answers on threads until it is closed."""
+    """Answers on threads until it is closed; its handlers find the facts in it."""
 
     daemon_threads = True
     allow_reuse_address = True
 
-    def __init__(self, address, handler):
+    def __init__(self, address, handler, **facts):
         super().__init__(address, handler)
+        vars(self).update(facts)
         threading.Thread(target=self.serve_forever, daemon=True).start()
 
     def handle_error(self, *_):
@@ -54,72 +61,50 @@ class Server(socketserver.ThreadingTCPServer):
         self.server_close()
 
 
-class Site(Server):
+class Site(http.server.BaseHTTPRequestHandler):
     """Serves the pages and the media, and lets a page look at its player and kill it."""
 
-    def __init__(self, stand):
-        self.agents = []  # who asked for media
-        self.actions = {"/player/log": stand.player_log, "/player/kill": stand.kill_player,
-                        "/player/start": stand.start_player,
-                        "/media/agents": lambda: "\n".join(self.agents)}
-        super().__init__(("0.0.0.0", 0), Handler)
-
-
-class Handler(http.server.BaseHTTPRequestHandler):
     protocol_version = "HTTP/1.1"
-    TYPES = {".html": "text/html", ".js": "text/javascript", ".webm": "video/webm"}
 
     def do_GET(self):
         path = pathlib.PurePath(urllib.parse.urlsplit(self.path).path)
         file = (MEDIA if path.parent.name == "media" else PAGES) / path.name
+        status, data, headers = 200, b"", {"Accept-Ranges": "bytes"}
         if action := self.server.actions.get(str(path)):
-            self.answer(200, (action() or "").encode())
-        elif file.is_file():
-            self.send_file(file)
+            data = (action() or "").encode()
+        elif file.with_suffix(".js").is_file() and file.suffix == ".html":
+            data = (PAGE % path.stem).encode()
+            headers["Content-Type"] = "text/html"
+        elif not file.is_file():
+            status = 404
         else:
-            self.answer(404, b"missing")
-
-    def send_file(self, file):
-        data = file.read_bytes()
-        kind = self.TYPES[file.suffix]
-        if file.suffix == ".webm":
-            self.server.agents.append(self.headers.get("User-Agent", "?"))
-        if wanted := re.fullmatch(r"bytes=(\d+)-(\d*)", self.headers.get("Range", "")):
-            first, last = int(wanted[1]), min(int(wanted[2] or len(data)), len(data) - 1)
-            self.answer(206 if first <= last else 416, data[first:last + 1], kind,
-                        ("Content-Range", f"bytes {first}-{last}/{len(data)}"))
-        else:
-            self.answer(200, data, kind)
-
-    def answer(self, status, body, kind="text/plain", *headers):
+            data = file.read_bytes()
+            headers["Content-Type"] = mimetypes.guess_type(file)[0]
+            if file.suffix == ".webm":
+                self.server.agents.append(self.headers.get("User-Agent", "?"))
+            if wanted := re.fullmatch(r"bytes=(\d+)-(\d*)", self.headers.get("Range", "")):
+                first, last = int(wanted[1]), min(int(wanted[2] or len(data)), len(data) - 1)
+                headers["Content-Range"] = f"bytes {first}-{last}/{len(data)}"
+                status, data = 206 if first <= last else 416, data[first:last + 1]
         self.send_response(status)
-        for name, value in (("Content-Type", kind), ("Content-Length", str(len(body))),
-                            ("Accept-Ranges", "bytes"), *headers):
-            self.send_header(name, value)
+        for header in (*headers.items(), ("Content-Length", str(len(data)))):
+            self.send_header(*header)
         self.end_headers()
-        self.wfile.write(body)
+        self.wfile.write(data)
 
     def log_message(self, *_):
         pass
 
 
-class Dropper(Server):
+class Dropper(socketserver.BaseRequestHandler):
     """Stands between browser and player, and keeps one command from the player: the browser gets
     the empty answer of a player that took it."""
 
-    def __init__(self, address, player_address, method):
-        self.player_address = player_address
-        self.beginning = b"\0\0\0G" + method.encode() + b"\0"
-        self.dropped = 0
-        super().__init__((address, COMMAND_PORT), DroppedConnection)
-
-
-class DroppedConnection(socketserver.BaseRequestHandler):
     def handle(self):
         with socket.create_connection((self.server.player_address, COMMAND_PORT)) as player:
             while True:  # until one of them closes
                 frame = receive_frame(self.request)
-                if frame.startswith(self.server.beginning):
+                if frame.startswith(b"\0\0\0G" + self.server.method.encode() + b"\0"):
                     self.server.dropped += 1
                     answer = EMPTY_RECORD
                 else:
@@ -143,14 +128,20 @@ class Stand(contextlib.ExitStack):
                                 XDG_RUNTIME_DIR=str(self.folder), GIO_USE_PROXY_RESOLVER="dummy")
         for name in "http_proxy", "https_proxy", "HTTP_PROXY", "HTTPS_PROXY", "DISPLAY":
             self.environment.pop(name, None)
-        self.site = self.enter_context(contextlib.closing(Site(self)))
+        self.site = self.serve(("0.0.0.0", 0), Site, agents=[], actions={
+            "/player/log": self.player_log, "/player/kill": self.kill_player,
+            "/player/start": self.start_player,
+            "/media/agents": lambda: "\n".join(self.site.agents)})
         self.players = []
         if player:
             self.start_player()
         if dropped:
-            self.dropper = self.enter_context(contextlib.closing(
-                Dropper(dropper_address, self.player_address, dropped)))
+            self.dropper = self.serve((dropper_address, COMMAND_PORT), Dropper, dropped=0,
+                                      method=dropped, player_address=self.player_address)
             self.environment["HBB_SYSTEM_IP"] = dropper_address
+
+    def serve(self, *arguments, **facts):
+        return self.enter_context(contextlib.closing(Server(*arguments, **facts)))
 
     def start_player(self):
         self.players.append(self.enter_context(Player(
@@ -251,10 +242,8 @@ class Program(unittest.TestCase):
             "setTimeout(() => console.log('RESULT PASS'), 200)</script>")
         self.assertEqual(status, 0, output)
 
-    def test_the_time_is_over(self):
+    def test_pages_that_can_not_be_loaded_or_take_too_long(self):
         self.assertEqual(self.run_page("<p>", seconds=1)[0], 3)
-
-    def test_pages_that_can_not_be_loaded(self):
         stand = self.stand()
         self.assertEqual(stand.browse(stand.url("no_such_page.html"))[0], 1)
         stand.site.close()
@@ -273,10 +262,3 @@ class Program(unittest.TestCase):
                 os.kill(next(int(process) for process in (pid, *children) if victim in
                              pathlib.Path(f"/proc/{process}/cmdline").read_text()), how)
                 self.assertEqual(browser.child.wait(10), status)
-
-
-if __name__ == "__main__":
-    with tempfile.TemporaryDirectory() as media_folder:
-        MEDIA = pathlib.Path(media_folder)
-        make_media(MEDIA)
-        unittest.main(verbosity=2)

@@ -6,16 +6,15 @@
 #include "util/console/CmdMgr.h"
 #include "util/os_linux/Logger.h"
 
-extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
+void fuzz::Run(const std::string& bytes)
 {
     static Logger* const logger = new Logger;
     static CmdMgr* const console = CmdMgr::GetInstance(0);
-    std::istringstream text(std::string(reinterpret_cast<const char*>(data), size));
+    std::istringstream text(bytes);
     for (std::string line; std::getline(text, line);) {
         console->ParseConfig(line.c_str());
         const std::size_t before = std::string(line.c_str()).size();
         logger->ParseConfig(line.data());
-        fuzz::Require(std::string(line.c_str()).size() <= before, "a line grew");
+        Require(std::string(line.c_str()).size() <= before, "a line grew");
     }
-    return 0;
 }

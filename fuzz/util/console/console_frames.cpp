@@ -1,7 +1,5 @@
 // What a client sends to the console's server. Whatever it is, the next client is served.
 
-#include <algorithm>
-#include <iterator>
 #include <string>
 
 #include "fuzz/support/support.h"
@@ -30,30 +28,17 @@ std::string BytesOf(fuzz::Input& input)
 {
     std::string bytes;
     while (!input.IsEmpty()) {
-        const std::uint8_t kind = input.TakeByte();
+        const std::uint8_t kind = input.TakeByte() % 4;
         const std::string text = input.TakeBytes(input.TakeByte());
-        if (kind % 4 == 0) {
-            bytes += text;
-        } else if (kind % 4 == 1) {
-            bytes += "TAVI" + test::Number(input.TakeShort() * 0x101) + text;
-        } else {
-            bytes += Frame(text);
-        }
+        bytes += kind == 0   ? text
+                 : kind == 1 ? "TAVI" + test::Number(input.TakeShort() * 0x101) + text
+                             : Frame(text);
     }
     return bytes;
 }
-
-// Lines that would keep the server busy for long.
-bool IsSlow(const std::string& bytes)
-{
-    const char* const words[] = {"FOR", "WHILE", "SLEEP"};
-    return std::any_of(std::begin(words), std::end(words), [&bytes](const char* word) {
-        return bytes.find(word) != std::string::npos;
-    });
-}
 }  // namespace
 
-extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
+void fuzz::Run(const std::string& data)
 {
     static const bool started = [] {
         CmdMgr* const console = CmdMgr::GetInstance(kPort);
@@ -61,14 +46,16 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
         console->SetTolerant(true);
         return console->Start() == 0;
     }();
-    fuzz::Require(started, "the console does not start");
-    fuzz::Input input(data, size);
-    const bool opens = input.TakeByte() % 4 != 0;
+    Require(started, "the console does not start");
+    Input input(data);
+    const std::string opening = input.TakeByte() % 4 != 0 ? Frame("START") : "";
     const std::string bytes = BytesOf(input);
-    if (!IsSlow(bytes)) {
-        Converse((opens ? Frame("START") : "") + bytes);
-        fuzz::Require(Converse(Frame("START") + Frame("") + Frame("quit")) == kPrompt + kPrompt,
-                      "the next client is not served");
+    for (const char* slow : {"FOR", "WHILE", "SLEEP"}) {
+        if (bytes.find(slow) != std::string::npos) {
+            return;  // it would keep the server busy for long
+        }
     }
-    return 0;
+    Converse(opening + bytes);
+    Require(Converse(Frame("START") + Frame("") + Frame("quit")) == kPrompt + kPrompt,
+            "the next client is not served");
 }

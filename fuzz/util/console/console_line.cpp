@@ -10,10 +10,8 @@
 namespace {
 std::vector<std::string> WordsOf(const CmdParser& parser)
 {
-    std::vector<std::string> words;
-    for (const char* word : {parser.GetReturn(), parser.GetCommand()}) {
-        words.emplace_back(word != nullptr ? word : "(none)");
-    }
+    const auto text = [](const char* word) { return word != nullptr ? word : "(none)"; };
+    std::vector<std::string> words = {text(parser.GetReturn()), text(parser.GetCommand())};
     for (int index = 0; index < parser.GetCount(); ++index) {
         words.emplace_back(parser.GetNthArg(index));
     }
@@ -21,26 +19,25 @@ std::vector<std::string> WordsOf(const CmdParser& parser)
 }
 }  // namespace
 
-extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
+void fuzz::Run(const std::string& bytes)
 {
     static CmdParser used;
-    const std::string line(std::string(reinterpret_cast<const char*>(data), size).c_str());
+    const std::string line(bytes.c_str());
     used.Parse(line.c_str());
     const CmdParser fresh(line.c_str());
-    fuzz::Require(WordsOf(used) == WordsOf(fresh), "a used parser finds other words");
+    Require(WordsOf(used) == WordsOf(fresh), "a used parser finds other words");
     std::size_t at = 0;
     for (int index = 0; index < fresh.GetCount(); ++index) {
         const std::string word = fresh.GetNthArg(index);
-        fuzz::Require(word.size() < 256, "a word is too long");
+        Require(word.size() < 256, "a word is too long");
         at = line.find(word, at);
-        fuzz::Require(at != std::string::npos, "a word is not in the line");
+        Require(at != std::string::npos, "a word is not in the line");
         at += word.size();
     }
     static CmdValue values[256];
     const int filled = fresh.GetCmdArgs(values, 256);
-    fuzz::Require(filled >= 0 && filled <= fresh.GetCount(), "more values than arguments");
+    Require(filled >= 0 && filled <= fresh.GetCount(), "more values than arguments");
     for (int index = 0; index < filled; ++index) {
-        fuzz::Require(std::string(values[index].GetString()).size() < 256, "a text is too long");
+        Require(std::string(values[index].GetString()).size() < 256, "a text is too long");
     }
-    return 0;
 }

@@ -1,10 +1,12 @@
 // Script files. Statements in a block take shortcuts that plain lines do not take: the same
 // statements must leave the same symbols either way. The input is turned into lines by a small
 // grammar, so that loops end and nothing sleeps.
-#include <fstream>
+#include <algorithm>
+#include <array>
 #include <string>
 
 #include "fuzz/support/support.h"
+#include "tests/support/support.h"
 #include "util/console/CmdMgr.h"
 #include "util/console/CmdParser.h"
 #include "util/console/SymListMgr.h"
@@ -13,17 +15,16 @@ namespace {
 constexpr int kStatements = 24;
 
 // Symbols, literals and words that are neither.
-const char* WordOf(std::uint8_t choice)
+std::string WordOf(std::uint8_t choice)
 {
-    static const char* const words[] = {"a",          "b",   "s",    "f",   "p",  "PAL",
-                                        "none",       "0",   "1",    "7",   "-3", "-2147483648",
-                                        "2147483647", "1.5", "0x10", "text"};
-    return words[choice % (sizeof(words) / sizeof(words[0]))];
+    constexpr std::array words = {"a",          "b",   "s",    "f",   "p",  "PAL",
+                                  "none",       "0",   "1",    "7",   "-3", "-2147483648",
+                                  "2147483647", "1.5", "0x10", "text"};
+    return words[choice % words.size()];
 }
 
 std::string StatementOf(fuzz::Input& input)
 {
-    static const char* const operators[] = {"+", "-", "*", "/"};
     const std::uint8_t kind = input.TakeByte();
     const std::string first = WordOf(input.TakeByte());
     const std::string second = WordOf(input.TakeByte());
@@ -37,9 +38,9 @@ std::string StatementOf(fuzz::Input& input)
         assign + second,
         assign + "PRINT \"%d %s %f %x\" " + second + " " + third,
         assign + "PRINT " + second,
+        assign + second + " " + "+-*/"[kind / 10 % 4] + " " + third,
     };
-    return kind % 10 < 7 ? statements[kind % 10]
-                         : assign + second + " " + operators[kind / 10 % 4] + " " + third;
+    return statements[std::min(kind % 10, 7)];
 }
 
 // The symbols as a handler sees them.
@@ -67,54 +68,52 @@ void ForgetSymbols()
     symbols->RegisterSymbol("PAL", "1", 1, true);
 }
 
-std::string RunScript(CmdMgr& console, const std::string& text)
+std::string RunScript(const std::string& text)
 {
     ForgetSymbols();
-    std::ofstream("./fuzz.script", std::ios::binary) << text;
+    test::WriteFile("./fuzz.script", text);
     CmdParser line("FILE ./fuzz.script");
     static char result[CmdMgr::kResultSize];
-    console.CmdExecute(&line, result);
+    CmdMgr::GetInstance(0)->CmdExecute(&line, result);
     return Symbols();
 }
 
-void SameWithAndWithoutABlock(CmdMgr& console, fuzz::Input& input)
+void SameWithAndWithoutABlock(fuzz::Input& input)
 {
     std::string plain = "INT a 1\nINT b 2\nSTRING s text\nFLOAT f 2.5\nPOINTER p\n";
     std::string body;
     for (int count = 0; count < kStatements && !input.IsEmpty(); ++count) {
         body += StatementOf(input) + "\n";
     }
-    const std::string expected = RunScript(console, plain + body + body);
-    fuzz::Require(RunScript(console, plain + "FOR 1 2 1\n" + body + "END\n") == expected,
+    const std::string expected = RunScript(plain + body + body);
+    fuzz::Require(RunScript(plain + "FOR 1 2 1\n" + body + "END\n") == expected,
                   "a block leaves other symbols than its lines");
     fuzz::Require(
-        RunScript(console, plain + "IF 1 == 1\n" + body + body + "ELSE\nFREE a\nEND\n") == expected,
+        RunScript(plain + "IF 1 == 1\n" + body + body + "ELSE\nFREE a\nEND\n") == expected,
         "a condition leaves other symbols than its lines");
 }
 
 // Any text as a script, but for the words that would loop, sleep or read itself again.
-void AnyText(CmdMgr& console, std::string text)
+void AnyText(std::string text)
 {
     for (const char* word : {"FOR", "WHILE", "SLEEP", "FILE"}) {
         for (std::size_t at = text.find(word); at != std::string::npos; at = text.find(word)) {
             text[at] = at % 2 == 0 ? 'I' : '#';
         }
     }
-    RunScript(console, text);
-    fuzz::Require(RunScript(console, "INT after 5\nafter = after + 1\n").find("after=1:6:") !=
-                      std::string::npos,
-                  "the next script does not run");
+    RunScript(text);
+    fuzz::Require(
+        RunScript("INT after 5\nafter = after + 1\n").find("after=1:6:") != std::string::npos,
+        "the next script does not run");
 }
 }  // namespace
 
-extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
+void fuzz::Run(const std::string& bytes)
 {
-    static CmdMgr* const console = CmdMgr::GetInstance(0);
-    fuzz::Input input(data, size);
+    Input input(bytes);
     if (input.TakeByte() % 2 == 0) {
-        SameWithAndWithoutABlock(*console, input);
+        SameWithAndWithoutABlock(input);
     } else {
-        AnyText(*console, input.TakeRest());
+        AnyText(input.TakeRest());
     }
-    return 0;
 }

@@ -6,24 +6,22 @@
 using test::Decode;
 using test::Encoded;
 
-extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
+void fuzz::Run(const std::string& bytes)
 {
-    const std::string bytes(reinterpret_cast<const char*>(data), size);
     IPCParam record;
     record.Add("kept", 7);
     const int result = Decode(record, bytes);
-    fuzz::Require(result <= static_cast<int>(size), "more consumed than there is");
-    fuzz::Require(record.GetCount() >= 1 && record.GetArg(0)->mValue == 7, "the record changed");
+    Require(result <= static_cast<int>(bytes.size()), "more consumed than there is");
+    Require(record.GetCount() >= 1 && record.GetArg(0)->mValue == 7, "the record changed");
     if (result < 0) {
-        fuzz::Require(record.GetCount() == 1, "something of a refused encoding stayed");
-        return 0;
+        Require(record.GetCount() == 1, "something of a refused encoding stayed");
+        return;
     }
     const std::string encoded = Encoded(record);
-    fuzz::Require(static_cast<int>(encoded.size()) == record.GetSeiralizedLength(),
-                  "the encoding has another length than announced");
+    Require(static_cast<int>(encoded.size()) == record.GetSeiralizedLength(),
+            "the encoding has another length than announced");
     IPCParam copy;
-    fuzz::Require(Decode(copy, encoded) == static_cast<int>(encoded.size()),
-                  "the own encoding is refused");
-    fuzz::Require(Encoded(copy) == encoded, "encoding and decoding changed the record");
-    return 0;
+    Require(Decode(copy, encoded) == static_cast<int>(encoded.size()),
+            "the own encoding is refused");
+    Require(Encoded(copy) == encoded, "encoding and decoding changed the record");
 }

@@ -34,7 +34,7 @@ void CallAround(IPCSocketChannel& channel, std::uint8_t kinds)
 }
 }  // namespace
 
-extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
+void fuzz::Run(const std::string& data)
 {
     static const test::RawListener listener("./fuzz.server");
     static IPCSocketChannel* const channel = [] {
@@ -42,7 +42,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
         made->Open();
         return made;
     }();
-    fuzz::Input input(data, size);
+    Input input(data);
     const std::uint8_t kinds = input.TakeByte();
     const std::string bytes = input.TakeRest();
     std::thread hostile([&bytes] { ServeOnce(listener, bytes); });
@@ -50,8 +50,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     channel->Reopen();
     hostile.join();
     std::thread friendly([] { ServeOnce(listener, test::Reply(test::Integers({42}))); });
-    fuzz::Require(test::Ask(*channel) == 42, "a well-behaved server is not understood");
+    Require(test::Ask(*channel) == 42, "a well-behaved server is not understood");
     channel->Reopen();
     friendly.join();
-    return 0;
 }

@@ -42,10 +42,9 @@ private:
 
 std::string MethodOf(std::uint8_t choice, fuzz::Input& input)
 {
-    const std::string methods[] = {"echo", "nothing"};
-    return choice % 4 < 2    ? methods[choice % 4]
-           : choice % 4 == 2 ? input.TakeBytes(choice)
-                             : std::string(choice, 'm');
+    const std::string methods[] = {"echo", "nothing", input.TakeBytes(choice % 4 == 2 ? choice : 0),
+                                   std::string(choice, 'm')};
+    return methods[choice % 4];
 }
 
 std::string StepOf(fuzz::Input& input)
@@ -54,21 +53,18 @@ std::string StepOf(fuzz::Input& input)
     if (kind % 4 == 0) {
         return input.TakeBytes(input.TakeByte());
     }
-    std::string payload = std::string("\0\0\0G", 4) + test::Text(MethodOf(kind / 4, input)) +
-                          input.TakeBytes(input.TakeByte());
-    if (kind % 4 == 1) {
-        payload = input.TakeBytes(input.TakeByte());
-    }
-    const std::uint32_t length =
-        kind % 4 == 2 ? input.TakeShort() * 0x10001u : static_cast<std::uint32_t>(payload.size());
+    const std::string start =
+        kind % 4 == 1 ? "" : std::string("\0\0\0G", 4) + test::Text(MethodOf(kind / 4, input));
+    const std::string payload = start + input.TakeBytes(input.TakeByte());
+    const auto length = kind % 4 == 2 ? input.TakeShort() * 0x10001u : payload.size();
     return test::Number(static_cast<std::int32_t>(length)) + payload;
 }
 }  // namespace
 
-extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
+void fuzz::Run(const std::string& data)
 {
     static Server* const server = new Server;
-    fuzz::Input input(data, size);
+    Input input(data);
     const std::size_t piece = 1 + input.TakeByte() % 7;
     std::string bytes;
     while (!input.IsEmpty() && bytes.size() < 4096) {
@@ -76,10 +72,9 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     }
     const std::string whole = server->Answer(bytes, bytes.size() + 1);
     if (bytes.size() < 200) {
-        fuzz::Require(server->Answer(bytes, piece) == whole, "pieces are answered otherwise");
+        Require(server->Answer(bytes, piece) == whole, "pieces are answered otherwise");
     }
     const std::string call = test::Frame("echo", test::EmptyRecord());
-    fuzz::Require(server->Answer(call, call.size()) == test::EmptyReply(),
-                  "the next connection is not served");
-    return 0;
+    Require(server->Answer(call, call.size()) == test::EmptyReply(),
+            "the next connection is not served");
 }

@@ -5,23 +5,16 @@
 #include "fuzz/support/support.h"
 #include "util/os_linux/FilePath.h"
 
-namespace {
-bool IsPart(const std::string& path, const char* part)
+void fuzz::Run(const std::string& bytes)
 {
-    return path.find(part) != std::string::npos;
-}
-
-}  // namespace
-
-extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
-{
-    const std::string text(std::string(reinterpret_cast<const char*>(data), size).c_str());
+    const std::string text(bytes.c_str());
     FilePath path(text.c_str());
-    fuzz::Require(IsPart(text, path.GetLastItem()), "the last item is not in the path");
-    fuzz::Require(IsPart(text, path.GetLastDirectory()), "the directory is not in the path");
-    fuzz::Require(path.GuessDir() == (!text.empty() && text.back() == '/'), "directory guess");
+    for (const char* part : {path.GetLastItem(), path.GetLastDirectory()}) {
+        Require(text.find(part) != std::string::npos, "a part is not in the path");
+    }
+    Require(path.GuessDir() == (!text.empty() && text.back() == '/'), "directory guess");
     if (text.size() > 255 || text.find('/') == std::string::npos) {
-        return 0;
+        return;
     }
     const std::string relative = path.IsAbsolutePath() ? text.substr(1) : text;
     const int count = 1 + static_cast<int>(std::count(relative.begin(), relative.end(), '/'));
@@ -29,7 +22,6 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     for (int index = 1; index < count; ++index) {
         joined += std::string("/") + path.GetItem(index);
     }
-    fuzz::Require(joined == relative, "the items are not the path");
-    fuzz::Require(*path.GetItem(count) == '\0' && *path.GetItem(-1) == '\0', "beyond the items");
-    return 0;
+    Require(joined == relative, "the items are not the path");
+    Require(*path.GetItem(count) == '\0' && *path.GetItem(-1) == '\0', "beyond the items");
 }

@@ -1,47 +1,36 @@
 // Partition and mount tables. What is found must stand in the text that was read.
 #include <cstring>
-#include <fstream>
+#include <initializer_list>
 #include <string>
 
 #include "fuzz/support/support.h"
+#include "tests/support/support.h"
 #include "util/os_linux/KernelTables.h"
 
-namespace {
 constexpr char kPath[] = "./fuzz.table";
 
-void CheckPartitions(const std::string& text)
+void fuzz::Run(const std::string& bytes)
 {
+    test::WriteFile(kPath, bytes);
     PartitionParser table;
-    ReadPartitions(kPath, (text.size() & 1) != 0, table);
-    fuzz::Require(table.mCount >= 0 && table.mCount <= PartitionParser::kMaxPartitions, "count");
+    ReadPartitions(kPath, (bytes.size() & 1) != 0, table);
+    Require(table.mCount >= 0 && table.mCount <= PartitionParser::kMaxPartitions, "count");
     for (int index = 0; index < table.mCount; ++index) {
         const char* const name = table.mPartitions[index].mName;
-        fuzz::Require(strnlen(name, 16) < 16, "a name is not terminated");
-        fuzz::Require(text.find(name) != std::string::npos, "a name is not in the table");
-        fuzz::Require(table.FindPartition((std::string("/dev/") + name).c_str()) == 1, "find");
+        Require(strnlen(name, 16) < 16, "a name is not terminated");
+        Require(bytes.find(name) != std::string::npos, "a name is not in the table");
+        Require(table.FindPartition((std::string("/dev/") + name).c_str()) == 1, "find");
     }
-}
 
-void CheckMounts(const std::string& text, const std::string& device)
-{
+    const std::string word = bytes.substr(0, bytes.find(' '));
+    const char* const device = word.c_str();
     char point[PartitionParser::kMountText] = "";
     char type[PartitionParser::kMountText] = "";
     bool readOnly = false;
-    const MountedInfo info = {point, sizeof(point), readOnly, type, sizeof(type)};
-    if (FindMount(kPath, device.c_str(), info)) {
-        fuzz::Require(text.find(device) != std::string::npos, "a device is not in the table");
-        fuzz::Require(text.find(point) != std::string::npos, "a mount point is not in the table");
-        fuzz::Require(text.find(type) != std::string::npos, "a type is not in the table");
+    if (FindMount(kPath, device, {point, sizeof(point), readOnly, type, sizeof(type)})) {
+        for (const char* found : std::initializer_list<const char*>{device, point, type}) {
+            Require(bytes.find(found) != std::string::npos, "what was found is not in the table");
+        }
     }
-    OccursInMounts(kPath, device.c_str());
-}
-}  // namespace
-
-extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
-{
-    const std::string text(reinterpret_cast<const char*>(data), size);
-    std::ofstream(kPath, std::ios::binary) << text;
-    CheckPartitions(text);
-    CheckMounts(text, text.substr(0, text.find(' ')).c_str());
-    return 0;
+    OccursInMounts(kPath, device);
 }

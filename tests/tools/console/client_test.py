@@ -69,10 +69,8 @@ class Connection(unittest.TestCase):
                         return
                     peer.sendall(reply)
 
-        thread = threading.Thread(target=answer)
-        thread.start()
+        threading.Thread(target=answer, daemon=True).start()
         self.addCleanup(listener.close)
-        self.addCleanup(thread.join)
         return listener.getsockname()[1]
 
     def test_fails_in_ways_that_are_told_apart(self):
@@ -106,7 +104,3 @@ class Connection(unittest.TestCase):
             self.assertIn(text, shown)
         self.assertRegex(run_client("--version").stdout,
                          r"\Ahtml5-video-console \d+\.\d+\.\d+\n\Z")
-
-
-if __name__ == "__main__":
-    unittest.main()

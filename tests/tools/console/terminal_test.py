@@ -2,7 +2,6 @@
 
 import pathlib
 import tempfile
-import unittest
 
 from console_process import ConsoleTest
 from stand import program
@@ -27,100 +26,89 @@ class AtATerminal(ConsoleTest):
         self.client = self.open_client(*options)
         self.client.wait_for_last("CMD>")
 
-    def assert_output(self, text):
-        """Waits for the output, and for the prompt that follows it: keys typed before are echoed
-        where they should not be."""
+    def press(self, *keys, shows):
+        """The keys, after which the screen ends with that text."""
+        self.client.press(*keys)
+        self.client.wait_for_last(shows)
+
+    def wait_for_output(self, text):
+        """The whole output, and the prompt that follows it: keys typed before are echoed where they
+        should not be."""
         wait_until(lambda: self.host.output() == text, text)
         self.client.wait_for_last("CMD>")
+
+    def enter(self, *keys, prints):
+        self.client.press(*keys, "Enter")
+        self.wait_for_output(prints)
 
     def leave(self, *keys, status):
         self.client.press(*keys)
         self.assertEqual(self.client.exit_status(), status)
 
-    def enter_block(self, *lines):
+    def begin_block(self, *lines):
         for line in lines:
             self.client.enter(line)
             self.client.wait_for_last(line + "\n...>")
-        self.client.enter("END")
 
     def leave_what_runs(self, head, statement):
         """Leaves it once it runs: ^C before that would be one that forgets a line."""
         before = len(self.host.output())
-        self.enter_block(f"{head} 1 == 1", "PRINT on", statement)
+        self.begin_block(f"{head} 1 == 1", "PRINT on", statement)
+        self.client.enter("END")
         wait_until(lambda: "on\n" in self.host.output()[before:], "a block that runs")
-        self.client.press("C-c")
-        self.client.wait_for_last(
-            "^C again leaves, and the host ends\n"
-            "it after its linger time (10 s unless its cmd.conf says otherwise)")
+        self.press("C-c", shows="^C again leaves, and the host ends\n"
+                   "it after its linger time (10 s unless its cmd.conf says otherwise)")
         self.leave("C-c", status=130)
 
     def test_lines_are_typed_edited_and_recalled(self):
         self.connect()
         self.assertIn("Results appear where that process prints", self.client.shown())
-        self.client.press("PRINT on", "Left", "Left", "BSpace", "_", "End", "e")
-        self.client.wait_for_last("CMD>PRINT_one")
-        self.client.press("C-a", *["Right"] * 5, "DC", " ")
-        self.client.wait_for_last("CMD>PRINT one")
-        self.client.press("Enter")
-        self.assert_output("one\n")
-        self.client.enter("PRINT 2")
-        self.assert_output("one\n2\n")
-        self.client.press("Up", "Up")
-        self.client.wait_for_last("CMD>PRINT one")
-        self.client.press("Enter")
-        self.assert_output("one\n2\none\n")
-        self.client.press("PRINT \u00e9t\u00e9", "BSpace", "Enter")
-        self.assert_output("one\n2\none\n\u00e9t\n")
+        self.press("PRINT on", "Left", "Left", "BSpace", "_", "End", "e", shows="CMD>PRINT_one")
+        self.press("C-a", *["Right"] * 5, "DC", " ", shows="CMD>PRINT one")
+        self.enter(prints="one\n")
+        self.enter("PRINT 2", prints="one\n2\n")
+        self.press("Up", "Up", shows="CMD>PRINT one")
+        self.enter(prints="one\n2\none\n")
+        self.enter("PRINT \u00e9t\u00e9", "BSpace", prints="one\n2\none\n\u00e9t\n")
 
     def test_history_outlives_the_client(self):
         self.connect()
-        self.client.enter("PRINT kept")
-        self.assert_output("kept\n")
+        self.enter("PRINT kept", prints="kept\n")
         self.leave("C-d", status=0)
         history = self.home / ".html5_video_console_history"
         self.assertEqual(history.stat().st_mode & 0o777, 0o600)
         self.connect()
-        self.client.press("Up")
-        self.client.wait_for_last("CMD>PRINT kept")
-        self.client.press("Enter")
-        self.assert_output("kept\nkept\n")
+        self.press("Up", shows="CMD>PRINT kept")
+        self.enter(prints="kept\nkept\n")
 
     def test_words_are_completed(self):
         self.connect()
-        self.client.press("WHI", "Tab")
-        self.client.wait_for_last("CMD>WHILE")
-        self.client.press("C-c")
-        self.client.wait_for_last("CMD>")
+        self.press("WHI", "Tab", shows="CMD>WHILE")
+        self.press("C-c", shows="CMD>")
         names = self.home / "names"
         for line in "tunw", "INT counter 3", f"commands {names}":
             self.client.enter(line)
         wait_until(names.exists, "names")
-        self.client.press("PRINT cou", "Tab")
-        self.client.wait_for_last("CMD>PRINT counter")
-        self.client.press("Enter")
+        self.press("PRINT cou", "Tab", shows="CMD>PRINT counter")
         mistyped = "tunw -> 0 no such command\n"
-        self.assert_output(mistyped + "3\n")
+        self.enter(prints=mistyped + "3\n")
         self.leave("C-d", status=0)
         self.connect("--words", names)
-        self.client.press("tu", "Tab", "4")  # the host's command, not what was mistyped before
-        self.client.wait_for_last("CMD>tune 4")
-        self.client.press("Enter")
-        self.assert_output(mistyped + "3\nchannel 4\n")
+        # The host's command, not what was mistyped before.
+        self.press("tu", "Tab", "4", shows="CMD>tune 4")
+        self.enter(prints=mistyped + "3\nchannel 4\n")
 
     def test_blocks_continue_and_can_be_forgotten(self):
         self.connect()
-        for line in "FOR 1 2 1", "PRINT never":
-            self.client.enter(line)
-            self.client.wait_for_last(line + "\n...>")
-        self.client.press("C-c")
-        self.client.wait_for_last("^C\nCMD>")
-        self.enter_block("FOR 1 2 1", "IF 1 == 1", "PRINT block", "END")
-        self.assert_output("block\nblock\n")
+        self.begin_block("FOR 1 2 1", "PRINT never")
+        self.press("C-c", shows="^C\nCMD>")
+        self.begin_block("FOR 1 2 1", "IF 1 == 1", "PRINT block", "END")
+        self.client.enter("END")  # which would be a key of that name
+        self.wait_for_output("block\nblock\n")
 
     def test_it_ends_with_quit_and_with_the_console(self):
         self.connect()
-        self.client.press("PRINT half", "C-c")
-        self.client.wait_for_last("^C\nCMD>")
+        self.press("PRINT half", "C-c", shows="^C\nCMD>")
         self.leave("quit", "Enter", status=0)
         self.connect()
         self.host.child.terminate()
@@ -140,7 +128,3 @@ class AtATerminal(ConsoleTest):
             self.leave_what_runs(head, f"SLEEP {milliseconds}")
             self.assertEqual(self.host.run("--exec", "PRINT next").returncode, 0)
         self.assertEqual(self.host.output().replace("on\n", ""), "next\nnext\n")
-
-
-if __name__ == "__main__":
-    unittest.main()

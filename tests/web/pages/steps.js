@@ -2,9 +2,7 @@
 
 const steps = [];
 
-function step(name, run) {
-    steps.push({name, run});
-}
+const step = (name, run) => steps.push({name, run});
 
 function check(holds, text) {
     if (!holds) {
@@ -45,12 +43,10 @@ const passes = (video, position, ms) =>
 const told = async (text) => (await ask('/player/log')).split('\n')
     .filter((line) => line.includes(`: ${text} -> `)).length;
 
-function makeVideo(attributes = {}) {
-    const video = document.createElement('video');
-    Object.entries(attributes).forEach(([name, value]) => video.setAttribute(name, value));
-    document.body.append(video);
-    return video;
-}
+const newVideo = (properties) => Object.assign(document.createElement('video'), properties);
+
+// In the document.
+const makeVideo = (properties) => document.body.appendChild(newVideo(properties));
 
 // How far the position goes in a second.
 async function pace(video, ms = 1000) {

@@ -1,9 +1,4 @@
-<!doctype html>
-<meta charset="utf-8">
-<title>A player that dies, and another one that comes</title>
-<body>
-<script src="steps.js"></script>
-<script>
+// A player that dies, and another one that comes.
 const resumes = location.hash === '#resume';
 const video = makeVideo();
 
@@ -39,4 +34,3 @@ step('restarted', async () => {
     check(settings.join() === '1,1', `its settings were told ${settings} times`);
     return `${took} ms until playing`;
 });
-</script>

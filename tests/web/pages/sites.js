@@ -1,9 +1,4 @@
-<!doctype html>
-<meta charset="utf-8">
-<title>A page that is left for another site's while it plays, and come back to</title>
-<body>
-<script src="steps.js"></script>
-<script>
+// A page that is left for another site's while it plays, and come back to.
 const visits = 1 + Number(sessionStorage.visits || 0);
 sessionStorage.visits = visits;
 const video = makeVideo();
@@ -34,4 +29,3 @@ if (location.hostname === '127.0.0.2') {
         check(await told('cancelLoad') >= 2, 'nothing was unloaded');
     });
 }
-</script>

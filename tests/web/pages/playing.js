@@ -1,9 +1,4 @@
-<!doctype html>
-<meta charset="utf-8">
-<title>What a page does with a video, measured</title>
-<body>
-<script src="steps.js"></script>
-<script>
+// What a page does with a video, measured.
 const video = makeVideo({width: 640, height: 360});
 
 step('metadata', async () => {
@@ -97,4 +92,3 @@ step('error', async () => {
         check(video.error === null, 'the error outlives the next load');
     });
 });
-</script>
