@@ -5,6 +5,9 @@ repository=$(cd "$(dirname "${BASH_SOURCE[0]}")/../.." && pwd)
 say() { printf '%s\n' "$*"; }
 fail() { printf '%s: %s\n' "$(basename "$0")" "$*" >&2; exit 1; }
 
+# The comment that the script begins with.
+show_usage() { sed -n '2,/^[^#]/s/^# \{0,1\}//p' "$0"; }
+
 # require_packages PACKAGE...: installs the Debian packages that are missing, or says which.
 require_packages() {
     local missing=() package
