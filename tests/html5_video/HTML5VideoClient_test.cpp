@@ -122,6 +122,11 @@ TEST_F(HTML5VideoClientTest, ReportsWhatThePlayerPushedLast)
     client->setVideoDimension(1, 2);
     client->setStatus(3, 4, 5, 6, 7, true, 8, 9);
     EXPECT_EQ(ReadStatus(), (Status{3, 4, 5, 7, 1, 8, 9, 1, 2}));
+    EXPECT_EQ(ReadStatus(), (Status{client->GetPlayTime(), client->GetEndTime(), client->GetSpeed(),
+                                    client->GetMediaStatus(), client->InSeek(),
+                                    static_cast<long long>(client->GetTotalBytes()),
+                                    static_cast<long long>(client->GetCurrentOffset()),
+                                    client->GetVideoWidth(), client->GetVideoHeight()}));
     EXPECT_EQ(client->GetStatus().statusValue3, 6);
 }
 

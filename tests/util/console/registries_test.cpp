@@ -193,6 +193,7 @@ TEST(CmdListMgr, RunsEveryCommandOfTheNameInOrder)
     EXPECT_STREQ(Symbols().GetStringValue("s"), "b");
 
     EXPECT_EQ(Commands().UnregisterCommand("mark", &b), 0) << "another name: nothing happens";
+    EXPECT_EQ(Commands().UnregisterCommand(nullptr, &b), 0);
     EXPECT_EQ(Commands().UnregisterCommand("MARK", &b), 0);
     EXPECT_EQ(Execute("mark").code, 0);
     EXPECT_EQ(log, "aba");

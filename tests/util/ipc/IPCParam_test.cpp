@@ -97,12 +97,12 @@ TEST(IPCParam, TakesNamesOfEveryLengthFromCallersAndPeers)
     for (std::size_t length = 0; length < longest.size(); ++length) {
         const std::string name = longest.substr(0, length);
         const std::string kept = name.substr(0, 63);
-        const std::string encoded = Hex("00 00 00 48 69 00 00 00") + Text(kept) + Number(-7);
+        const std::string encoded = Hex("00 00 00 48 69 00 00 00") + Text(kept) + Number(7);
         const std::vector<char> exact(name.c_str(), name.c_str() + length + 1);
         IPCParam own;
-        own.Add(exact.data(), -7);
+        own.Add(exact.data(), 7);
         EXPECT_EQ(Encoded(own), encoded) << length;
-        const std::string sent = encoded.substr(0, 8) + WithDirtyPadding(name) + Number(-7);
+        const std::string sent = encoded.substr(0, 8) + WithDirtyPadding(name) + Number(7);
         IPCParam got;
         EXPECT_EQ(Decode(got, sent), static_cast<int>(sent.size())) << length;
         EXPECT_EQ(Encoded(got), encoded) << length;
