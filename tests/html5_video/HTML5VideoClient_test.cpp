@@ -6,7 +6,6 @@
 #include <climits>
 #include <cmath>
 #include <cstdlib>
-#include <memory>
 #include <optional>
 
 #include "tests/html5_video/player.h"

@@ -10,7 +10,7 @@ import time
 
 import stand
 import wire
-from tools_case import PROGRAMS, SOURCES, ToolsTest
+from tools_case import SOURCES, ToolsTest
 
 IDLE, PAUSED, PLAYING, ENDED, UNSUPPORTED = 1, 3, 4, 6, 101
 

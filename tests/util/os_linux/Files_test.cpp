@@ -18,7 +18,6 @@
 #include <vector>
 
 #include "tests/support/support.h"
-#include "util/os_linux/FSDefaultCompare.h"
 #include "util/os_linux/FSUtil.h"
 #include "util/os_linux/FileDescriptor.h"
 #include "util/os_linux/FilePath.h"
