@@ -26,6 +26,7 @@ JUDGES = {"util/ipc": ["tests/util/ipc", "tests/html5_video", "tests/faults"],
           "util/os_linux": ["tests/util/os_linux", "tests/faults"],
           "util/console": ["tests/util/console", "tests/faults"]}
 SANITIZED = {"TSAN_OPTIONS": "halt_on_error=1:second_deadlock_stack=1:report_thread_leaks=0"}
+PATIENCE = 240             # seconds for a program that has not been timed yet
 LARGEST_FILE = 256 << 20   # bytes: what a test may write
 LARGEST_SPACE = 8 << 30    # bytes of address space, but for the sanitizer
 
@@ -56,7 +57,7 @@ class Program:
 
     def limit(self):
         """Seconds after which a process does not end any more, on a busy machine too."""
-        return 20 + 8 * self.longest
+        return 20 + 8 * self.longest if self.longest else PATIENCE
 
 
 class Tree:
@@ -188,9 +189,9 @@ class Sampler:
                 raise SystemExit(f"the code does not compile as it is:\n{said[-3000:]}")
         for folder in folders:
             self.programs[preset, folder] = self.trees[0].programs(preset, folder)
-            for program in self.programs[preset, folder]:
-                self.learn(preset, program)
         programs = [p for folder in folders for p in self.programs[preset, folder]]
+        with concurrent.futures.ThreadPoolExecutor(len(self.trees)) as workers:
+            list(workers.map(lambda program: self.learn(preset, program), programs))
         print(f"{preset}: {len(programs)} test programs, built and run without a mutant in "
               f"{time.monotonic() - begin:.0f} s; case by case: "
               f"{', '.join(p.name for p in programs if not p.whole) or 'none'}", flush=True)

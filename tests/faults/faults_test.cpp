@@ -18,8 +18,8 @@
 #include "tests/support/RawPeer.h"
 #include "tests/support/Records.h"
 #include "util/console/CmdMgr.h"
-#include "util/ipc/IPCSocket.h"
 #include "util/ipc/IPCSocketChannel.h"
+#include "util/ipc/IPCTCPSocket.h"
 #include "util/os_linux/ExecShell.h"
 #include "util/os_linux/FSUtil.h"
 #include "util/os_linux/FilePath.h"
@@ -268,6 +268,35 @@ TEST(SocketCalls, ReadTakesAtMost1024BytesWithEach)
     EXPECT_EQ(reader.Read(&got[0], 3000), 3000);
     EXPECT_GE(faults_disarm(), 3);
     EXPECT_EQ(got, bytes);
+}
+
+// What was left in errno is not taken for its own.
+TEST(SocketCalls, AWaitWithoutAnEventEnds)
+{
+    IPCTCPSocket listener("127.0.0.1", FreePort());
+    ASSERT_GE(listener.Open(), 0);
+    ASSERT_EQ(listener.Bind(), 0);
+    ASSERT_EQ(listener.Listen(1), 0);
+    errno = EINTR;
+    EXPECT_EQ(listener.Select(0), 0);
+}
+
+// A channel tells of the socket that it can not have, and takes it later.
+TEST(ChannelOpening, FailsAsLongAsASocketIsMissing)
+{
+    IPCSocketChannel channel("tv", FreePort(), FreePort());
+    for (const int missing : {1, 2}) {  // to send, to receive
+        faults_arm("socket", missing, EMFILE);
+        EXPECT_EQ(channel.Open(), -1);
+        faults_disarm();
+    }
+    EXPECT_EQ(channel.Open(), 0);
+    faults_arm("socket", 1, EMFILE);
+    channel.Reopen();
+    faults_disarm();
+    EXPECT_EQ(channel.Close(), -1);
+    channel.Reopen();
+    EXPECT_EQ(channel.Close(), 0);
 }
 
 TEST(ThreadFaults, AFailedStartLeavesNoHandle)

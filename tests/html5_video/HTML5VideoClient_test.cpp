@@ -43,6 +43,7 @@ protected:
             const RawPeer connection = listener->Accept();
             for (std::string frame; !(frame = connection.ReceiveFrame()).empty();) {
                 commands.push_back(frame);
+                usleep(5000);  // the call waits for a slow player, too
                 connection.Send(EmptyReply());
             }
         });
@@ -80,6 +81,7 @@ TEST_F(HTML5VideoClientTest, EveryCommandIsOneFrame)
     };
     for (const auto& [command, method, record] : cases) {
         EXPECT_EQ(command(), 0);
+        EXPECT_EQ(html5_video_client_get_last_result(), 0);
         ASSERT_FALSE(commands.empty());
         EXPECT_EQ(commands.back(), Frame(method, record));
     }
@@ -187,7 +189,7 @@ TEST_F(HTML5VideoClientTest, TakesItsAddressesFromTheEnvironment)
                         "aRecvAddress = 127.0.0.3:56910"),
               1);
     EXPECT_EQ(log.Count("is no IPv4 address"), 0);
-    const RawPeer peer = RawPeer::Connect(kStatusPort, "127.0.0.3");
+    const RawPeer peer = RawPeer::Connect({kStatusPort, "127.0.0.3"});
     Push(peer, Integers({4}));
     EXPECT_EQ(PlayTime(), 4);
 }

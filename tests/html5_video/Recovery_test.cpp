@@ -73,12 +73,15 @@ TEST_F(RecoveryTest, AHealthyPlayerKeepsBothConnections)
 TEST_F(RecoveryTest, AsksForThePlayerAfterTheOneThatIsServed)
 {
     RawPeer first = ConnectedPlayer();
+    const int serving = CountThreads();
     Push(first, Integers({1}));
     html5_video_client_reconnect();
     first.Close();
-    const RawPeer second = RawPeer::Connect(kStatusPort);
+    RawPeer second = RawPeer::Connect(kStatusPort);
     Push(second, Integers({2}));
     EXPECT_EQ(PlayTime(), 2);
+    second.Close();
+    EXPECT_TRUE(WaitUntil([&] { return CountThreads() < serving; })) << "one request, one player";
 }
 
 // What has happened since the last look, or why none is told.

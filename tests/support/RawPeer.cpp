@@ -2,11 +2,8 @@
 
 #include <arpa/inet.h>
 #include <endian.h>
-#include <netinet/in.h>
 #include <netinet/tcp.h>
 #include <poll.h>
-#include <sys/socket.h>
-#include <sys/un.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -19,71 +16,33 @@
 
 namespace test {
 namespace {
-// Where a socket listens.
-union Address
-{
-    sockaddr any;
-    sockaddr_in tcp;
-    sockaddr_un local;
-};
-
-constexpr socklen_t kAddressSize = sizeof(sockaddr_un);  // the largest of them
-
-Address AddressOf(int port, const std::string& address)
-{
-    Address result = {};
-    result.tcp.sin_family = AF_INET;
-    result.tcp.sin_port = htons(static_cast<std::uint16_t>(port));
-    inet_pton(AF_INET, address.c_str(), &result.tcp.sin_addr);
-    return result;
-}
-
-Address AddressOf(const std::string& path)
-{
-    Address result = {};
-    result.local.sun_family = AF_UNIX;
-    path.copy(result.local.sun_path, sizeof(result.local.sun_path));
-    return result;
-}
-
-RawPeer ConnectOnce(const Address& to)
-{
-    const int on = 1;
-    const int descriptor = socket(to.any.sa_family, SOCK_STREAM | SOCK_CLOEXEC, 0);
-    setsockopt(descriptor, IPPROTO_TCP, TCP_NODELAY, &on, sizeof(on));
-    RawPeer peer(descriptor);
-    Address own = {};
-    socklen_t size = kAddressSize;
-    // Where nobody listens, TCP may join a socket to itself.
-    if (connect(descriptor, &to.any, kAddressSize) != 0 ||
-        (to.any.sa_family == AF_INET && getsockname(descriptor, &own.any, &size) == 0 &&
-         std::memcmp(&own, &to, kAddressSize) == 0)) {
-        peer.Close();
-    }
-    return peer;
-}
-
-RawPeer ConnectAtLast(const Address& to)
-{
-    RawPeer peer(-1);
-    WaitUntil([&] {
-        peer = ConnectOnce(to);
-        return peer.IsOpen();
-    });
-    return peer;
-}
-
 int ListenAt(const Address& address)
 {
     const int on = 1;
     const int descriptor = socket(address.any.sa_family, SOCK_STREAM | SOCK_CLOEXEC, 0);
     setsockopt(descriptor, SOL_SOCKET, SO_REUSEADDR, &on, sizeof(on));
-    if (bind(descriptor, &address.any, kAddressSize) != 0 || listen(descriptor, 5) != 0) {
+    if (address.any.sa_family == AF_UNIX) {
+        unlink(address.local.sun_path);
+    }
+    if (bind(descriptor, &address.any, sizeof(address.local)) != 0 || listen(descriptor, 5) != 0) {
         perror("RawListener");
     }
     return descriptor;
 }
 }  // namespace
+
+Address::Address(int port, const char* host)
+{
+    tcp.sin_family = AF_INET;
+    tcp.sin_port = htons(static_cast<std::uint16_t>(port));
+    inet_pton(AF_INET, host, &tcp.sin_addr);
+}
+
+Address::Address(const char* path)
+{
+    local.sun_family = AF_UNIX;
+    std::strncpy(local.sun_path, path, sizeof(local.sun_path) - 1);
+}
 
 std::string Hex(std::string digits)
 {
@@ -137,19 +96,27 @@ std::string EmptyReply()
     return Reply(EmptyRecord());
 }
 
-RawPeer RawPeer::TryToConnect(int port, const std::string& address)
+RawPeer RawPeer::TryToConnect(const Address& to)
 {
-    return ConnectOnce(AddressOf(port, address));
+    const int on = 1;
+    RawPeer peer(socket(to.any.sa_family, SOCK_STREAM | SOCK_CLOEXEC, 0));
+    setsockopt(peer.mDescriptor, IPPROTO_TCP, TCP_NODELAY, &on, sizeof(on));
+    Address own(0);
+    socklen_t size = sizeof(own.local);
+    // Where nobody listens, TCP may join a socket to itself.
+    if (connect(peer.mDescriptor, &to.any, sizeof(to.local)) != 0 ||
+        (to.any.sa_family == AF_INET && getsockname(peer.mDescriptor, &own.any, &size) == 0 &&
+         std::memcmp(&own, &to, sizeof(to.local)) == 0)) {
+        peer.Close();
+    }
+    return peer;
 }
 
-RawPeer RawPeer::Connect(int port, const std::string& address)
+RawPeer RawPeer::Connect(const Address& to)
 {
-    return ConnectAtLast(AddressOf(port, address));
-}
-
-RawPeer RawPeer::Connect(const std::string& path)
-{
-    return ConnectAtLast(AddressOf(path));
+    RawPeer peer(-1);
+    WaitUntil([&] { return (peer = TryToConnect(to)).IsOpen(); });
+    return peer;
 }
 
 bool RawPeer::Send(const std::string& bytes) const
@@ -216,13 +183,7 @@ bool RawPeer::HasInput(int milliseconds) const
     return ready == 1;
 }
 
-RawListener::RawListener(int port, const std::string& address)
-    : mSocket(ListenAt(AddressOf(port, address)))
-{}
-
-RawListener::RawListener(const std::string& path)
-    : mSocket((unlink(path.c_str()), ListenAt(AddressOf(path))))
-{}
+RawListener::RawListener(const Address& at) : mSocket(ListenAt(at)) {}
 
 RawPeer RawListener::Accept() const
 {

@@ -3,7 +3,9 @@
 #ifndef TESTS_SUPPORT_RAWPEER_H
 #define TESTS_SUPPORT_RAWPEER_H
 
+#include <netinet/in.h>
 #include <sys/socket.h>
+#include <sys/un.h>
 
 #include <cstdint>
 #include <string>
@@ -33,6 +35,17 @@ std::string Reply(const std::string& record);
 // The reply of a player that took a command, or of a browser that took a report.
 std::string EmptyReply();
 
+// Where a socket listens: a TCP port of a host, or a path.
+union Address
+{
+    Address(int port, const char* host = "127.0.0.1");
+    Address(const char* path);
+
+    sockaddr any;
+    sockaddr_in tcp;
+    sockaddr_un local = {};  // the largest of them
+};
+
 // One stream connection; every receive gives up after kPatience.
 class RawPeer
 {
@@ -46,12 +59,9 @@ public:
     }
     ~RawPeer() { Close(); }
 
-    // By TCP; Connect tries again until somebody listens.
-    static RawPeer TryToConnect(int port, const std::string& address = "127.0.0.1");
-    static RawPeer Connect(int port, const std::string& address = "127.0.0.1");
-
-    // To a UNIX-domain socket.
-    static RawPeer Connect(const std::string& path);
+    // Connect tries again until somebody listens.
+    static RawPeer TryToConnect(const Address& to);
+    static RawPeer Connect(const Address& to);
 
     bool IsOpen() const { return mDescriptor >= 0; }
     bool Send(const std::string& bytes) const;
@@ -81,12 +91,11 @@ private:
     int mDescriptor;
 };
 
-// A listening socket: TCP, or at a path UNIX-domain.
+// A listening socket. A file that stands at its path makes way for it.
 class RawListener
 {
 public:
-    explicit RawListener(int port, const std::string& address = "127.0.0.1");
-    explicit RawListener(const std::string& path);
+    explicit RawListener(const Address& at);
 
     RawPeer Accept() const;
     bool SomebodyConnected(int milliseconds = 0) const { return mSocket.HasInput(milliseconds); }

@@ -99,10 +99,8 @@ int IPCSocket::Fail(const char* operation) const
         const std::size_t length = std::strlen(text);
         std::snprintf(text + length, sizeof(text) - length, ":%d", ntohs(inet->sin_port));
     }
-    // A connect that ran out of time is still in progress for the system.
-    const bool late = reason == EINPROGRESS || reason == EALREADY;
     _logger->Print(Logger::kInfo, 0, operation, __FILE__, __LINE__, "%.107s : %s", address,
-                   std::strerror(late ? ETIMEDOUT : reason));
+                   std::strerror(reason));
     errno = reason;
     return -1;
 }

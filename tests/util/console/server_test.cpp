@@ -37,7 +37,8 @@ TEST(CmdMgr, AnswersEveryLineWithOnePrompt)
     // A key counts at the very start only, in any case; the last one wins.
     RunningConsole console(
         "# port=1\n\n port=1\nMODE=0\nmode=1\t\t\n\tmode=0\nADDRESS=127.0.0.1 \r\n");
-    EXPECT_FALSE(RawPeer::TryToConnect(console.Port(), "127.0.0.2").IsOpen()) << "not its address";
+    EXPECT_FALSE(RawPeer::TryToConnect({console.Port(), "127.0.0.2"}).IsOpen())
+        << "not its address";
     const ConsoleClient client(console.Port());
     for (const char byte : ConsoleFrame("START")) {  // in the smallest pieces
         ASSERT_TRUE(client.Send(std::string(1, byte)));
@@ -322,6 +323,7 @@ TEST(Settings, AreTakenByCallToo)
     console->SetAddress("127.0.0.1");
     console->SetTolerant(true);
     console->SetStartTimeout(100);
+    console->SetVerbose(true);
     testing::internal::CaptureStdout();
     ASSERT_EQ(console->Start(), 0);
     {
@@ -330,10 +332,11 @@ TEST(Settings, AreTakenByCallToo)
         wrong.SendLines("wrong");
         EXPECT_TRUE(wrong.WaitClosed());
         const ConsoleClient client(port);
-        EXPECT_TRUE(client.Start());
-        EXPECT_FALSE(RawPeer::TryToConnect(port, "127.0.0.2").IsOpen()) << "another address";
+        EXPECT_TRUE(client.Start() && client.Run("FREE nobody"));
+        EXPECT_FALSE(RawPeer::TryToConnect({port, "127.0.0.2"}).IsOpen()) << "another address";
     }
-    EXPECT_EQ(testing::internal::GetCapturedStdout(), "Can not open config file\nSTART FAIL\n");
+    EXPECT_EQ(testing::internal::GetCapturedStdout(),
+              "Can not open config file\nSTART FAIL\nFREE nobody -> -1\n");
     console.reset();
     EXPECT_FALSE(RawPeer::TryToConnect(port).IsOpen()) << "its thread has ended with it";
 }

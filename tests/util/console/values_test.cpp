@@ -188,6 +188,10 @@ TEST(Cursors, MoveAndStopAtBothEnds)
     EXPECT_EQ(history.GetPrevHistory(), nullptr);
     EXPECT_EQ(history.GetNextHistory(), nullptr);
     EXPECT_EQ(history.GetPrevHistory(), nullptr) << "and the cursor is where the first entry comes";
+    CmdHistory late;
+    EXPECT_EQ(late.GetNextHistory(), nullptr) << "and the cursor is before the first entry";
+    late.AddHistory("f");
+    EXPECT_STREQ(late.GetNextHistory(), "f");
     EXPECT_EQ(history.AddHistory(nullptr), -1);
     for (const char* line : {"f", "a", "b"}) {
         EXPECT_EQ(history.AddHistory(line), 0);

@@ -61,8 +61,7 @@ const std::vector<std::size_t> kBlockSizes[] = {
 };
 
 // Takes all the connections of a listener's backlog, of 5 and one more.
-template <typename Place>
-std::vector<RawPeer> FillBacklog(const Place& place)
+std::vector<RawPeer> FillBacklog(const Address& place)
 {
     std::vector<RawPeer> peers;
     while (peers.size() < 6) {

@@ -334,6 +334,7 @@ TEST(IPCSocketChannel, QuitsWithoutANetwork)
     ASSERT_TRUE(log.WaitFor("Waiting For Connection"));
     SetLoopback(false);
     EXPECT_LT(Milliseconds([&] { channel.Quit(); }), 1000);
+    SetLoopback(true);
 }
 
 TEST(IPCSocketChannel, ServesAgainAfterItsThreadWasCancelled)
@@ -358,7 +359,7 @@ TEST(IPCSocketChannel, ServesAgainAfterItsThreadWasCancelled)
         }
         ASSERT_TRUE(WaitUntil([&] { return runner.Kill() == 0; }));
         EXPECT_EQ(runner.Join(), 0);
-        EXPECT_FALSE(channel.IsRunning());
+        EXPECT_FALSE(channel.IsRunning() || channel.IsConnected());
         EXPECT_LT(Milliseconds([&] { channel.Quit(); }), 1000);
     }
     channel.Start();
@@ -380,5 +381,19 @@ TEST(IPCSocketChannel, AUnixChannelLetsInWhomItsFileModeNames)
         client.Close();
         ASSERT_TRUE(WaitUntil([&] { return !server.IsRunning(); }));
     }
+}
+
+TEST(IPCSocketChannel, AUnixChannelServesAsSoonAsItsPathIsOne)
+{
+    const CapturedLog log;
+    IPCSocketChannel server("server", "./d/send", "./d/receive");
+    server.Register("echo", Echo);
+    server.Start();
+    ASSERT_TRUE(log.WaitFor("Bind Failed No such file or directory"));
+    EXPECT_EQ(log.Count("Bind to ./d/receive"), 1);
+    ASSERT_EQ(mkdir("./d", 0700), 0);
+    ExpectEcho(RawPeer::Connect("./d/receive"));
+    EXPECT_EQ(log.Count("Bind to ./d/receive"), 1);
+    EXPECT_EQ(log.Count("Bind Failed"), 1);
 }
 }  // namespace

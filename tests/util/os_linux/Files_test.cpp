@@ -117,6 +117,13 @@ TEST_F(FSUtilTest, ScansDirectoriesFirstAndThenByName)
         }
     } backward;
     EXPECT_EQ(Scan("./d", &backward).front(), "z/");
+    // A path that no longer fits names no directory, nor what is left of it.
+    test::OutputOf("mkdir -p e/dd; touch e/ddx");
+    std::string path;
+    while (path.size() < 2042) {
+        path += "./";
+    }
+    EXPECT_THAT(Scan((path + "e/").c_str()), ElementsAre("../", "dd/", "ddx"));
 }
 
 // While a scan compares, it is handed two entries that a source with 32-bit offsets made.

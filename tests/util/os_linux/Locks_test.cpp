@@ -125,11 +125,12 @@ TEST(Sleep, LastsAtLeastAsLongAsAsked)
         {[] { NanoSleep(0, 20000000); }, 20},
         {[] { NanoSleep(1, 0); }, 1000},
         {[] { USleep(20000); }, 20},
+        {[] { MSleep(999); }, 999},
         {[] { MSleep(1010); }, 1010},
         {[] { Sleep(1); }, 999},
         {[] { NanoSleep(30, 1000000000); }, 0},  // not a valid length
     };
-    test::InThreads(6, [&](int id) {
+    test::InThreads(std::size(cases), [&](int id) {
         const auto& [sleep, least] = cases[id];
         EXPECT_THAT(Milliseconds(sleep), AllOf(Ge(least), Lt(20000))) << id;
     });

@@ -258,7 +258,7 @@ TEST_F(LoggerTest, ALineTravelsAsThreeDatagrams)
 TEST_F(LoggerTest, AUnixSocketPeerGetsTheLinesAndMayLeave)
 {
     const std::string path = "./" + std::string(105, 's');  // as long as an address can hold
-    const test::RawListener listener(path);
+    const test::RawListener listener(path.c_str());
     Configure("outpath=" + path + "cut away");
     Logger::ChangeMode(4);
     const test::RawPeer peer = listener.Accept();
