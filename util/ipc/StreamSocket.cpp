@@ -345,7 +345,8 @@ short StreamSocket::WaitFor(short events, long long deadline)
         if (result > 0) {
             return entry.revents;
         }
-        if ((result < 0 && errno != EINTR) || slice == left || mInterrupted) {
+        const bool goesOn = result < 0 ? errno == EINTR : slice != left;
+        if (!goesOn || mInterrupted) {
             return 0;
         }
     }

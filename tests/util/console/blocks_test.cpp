@@ -126,6 +126,11 @@ TEST(Blocks, AreBuiltPrintedRunAndReleased)
     EXPECT_STREQ(test::Symbols().GetStringValue("m"), "n");
     Console().FreeCmdBlock(block);
     Console().FreeCmdBlock(nullptr);
+    const std::size_t before = test::AllocatedBytes();
+    for (int round = 0; round < 300; ++round) {
+        Console().FreeCmdBlock(Console().NewCmdBlock());
+    }
+    EXPECT_LT(test::AllocatedBytes(), before + 5000);
 }
 
 // In a block assignments take a shorter way than as lines of their own.

@@ -108,6 +108,26 @@ TEST(Registries, EmptyARecordButDoNotDeleteIt)
     EXPECT_EQ(Commands().FreeCmdInfo(nullptr), -1);
 }
 
+template <typename Registry>
+void ExpectToFollowAnother()
+{
+    static const Registry* const usual = Registry::GetInstance();
+    const Registry* other = nullptr;
+    {
+        const Registry own;
+        other = &own;
+        EXPECT_EQ(Registry::GetInstance(), other);
+    }
+    EXPECT_NE(Registry::GetInstance(), other);
+    EXPECT_NE(usual, other);
+}
+
+TEST(Registries, AreNoLongerFoundWhenTheyHaveEnded)
+{
+    ExpectToFollowAnother<SymListMgr>();
+    ExpectToFollowAnother<CmdListMgr>();
+}
+
 TEST(SymListMgr, KeepsWhatWasRemovedReadableUnderAHold)
 {
     Symbols().RegisterSymbol("s", "first", 3, false);
@@ -286,6 +306,7 @@ TEST(Registries, AreSharedByThreads)
             Symbols().SetValue("text", "from another thread");
             Symbols().SetValue("shared", "3");
             EXPECT_EQ(Symbols().UnregisterSymbol(1000), -1);
+            EXPECT_EQ(Symbols().GetInfo(Symbols().GetCount() + 10), nullptr);
             const RegistryHold<SymListMgr> hold(&Symbols());
             const char* const text = Symbols().GetStringValue("text");
             EXPECT_LT(text != nullptr ? std::string(text).size() : 0, 100U);

@@ -1,6 +1,8 @@
 // The calling side of a channel against a server made of plain system calls, and against another
 // channel.
 #include <gtest/gtest.h>
+#include <signal.h>
+#include <sys/time.h>
 
 #include <atomic>
 #include <memory>
@@ -134,8 +136,11 @@ TEST_F(IPCCalls, FailsWithoutAPeerAndConnectsWhenThereIsOne)
     EXPECT_EQ(channel.SendRaw(&byte, 1), -1);
     EXPECT_EQ(log.Count("Call Failure, IPCChannel is not activated tv"), 3);
     EXPECT_EQ(log.Count("127.0.0.1:" + std::to_string(port) + " : Connection refused"), 3);
-    Answer(IntegerReply(5));
+    Answer(IntegerReply(5) + IntegerReply(6));
     EXPECT_EQ(Ask(channel), 5);
+    channel.Reopen();
+    Answer(IntegerReply(7));
+    EXPECT_EQ(Ask(channel), 7) << "nothing is left of the former connection";
 }
 
 TEST_F(IPCCalls, FailsWhenTheServerDiesAtAnyOffsetOfTheReply)
@@ -332,7 +337,12 @@ TEST_F(IPCCalls, ReopenEndsTheCallThatConnectsAndThoseBehindIt)
     const RawListener listener(port);
     const std::vector<RawPeer> others = FillBacklog(port);
     channel.SetReplyTimeout(400);
+    signal(SIGALRM, [](int) {});
+    itimerval interruptions = {{0, 20000}, {0, 20000}};
+    setitimer(ITIMER_REAL, &interruptions, nullptr);
     EXPECT_GE(Milliseconds([&] { EXPECT_EQ(Ask(channel), -1); }), 390);
+    interruptions = {};
+    setitimer(ITIMER_REAL, &interruptions, nullptr);
     channel.SetReplyTimeout(30000);
     std::atomic<bool> done{false};
     const Background callers([&] {

@@ -255,6 +255,13 @@ TEST_F(LoggerTest, ALineTravelsAsThreeDatagrams)
     close(peer);
 }
 
+TEST_F(LoggerTest, ASettingOfOneCharacterKeepsItAndWhatStandsBefore)
+{
+    char lines[] = "\n\n";
+    mLogger->ParseConfig(lines + 1);
+    EXPECT_STREQ(lines, "\n\n");
+}
+
 TEST_F(LoggerTest, AUnixSocketPeerGetsTheLinesAndMayLeave)
 {
     const std::string path = "./" + std::string(105, 's');  // as long as an address can hold

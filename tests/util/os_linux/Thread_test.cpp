@@ -146,6 +146,7 @@ TEST_F(ThreadTest, RefusesWhatItsStatusDoesNotAllow)
         EXPECT_EQ(thread.SetStatus(status), -1);
     }
     EXPECT_EQ(test::Count(mLog.Text(), "State"), 0);
+    EXPECT_EQ(thread.SetStatus(Thread::kNotStarted), 0);
 }
 
 TEST_F(ThreadTest, KillEndsAWaitingThread)
