@@ -284,12 +284,15 @@ TEST(SocketCalls, AWaitWithoutAnEventEnds)
 // A channel tells of the socket that it can not have, and takes it later.
 TEST(ChannelOpening, FailsAsLongAsASocketIsMissing)
 {
+    const CapturedLog log;
     IPCSocketChannel channel("tv", FreePort(), FreePort());
     for (const int missing : {1, 2}) {  // to send, to receive
         faults_arm("socket", missing, EMFILE);
         EXPECT_EQ(channel.Open(), -1);
         faults_disarm();
     }
+    EXPECT_EQ(log.Count("SendSocket Open Failure"), 1);
+    EXPECT_EQ(log.Count("RecvSocket Open Failure"), 1);
     EXPECT_EQ(channel.Open(), 0);
     faults_arm("socket", 1, EMFILE);
     channel.Reopen();
@@ -367,22 +370,13 @@ TEST(ConsoleOpening, FailsWhereTheAddressCanNotBeReused)
 // The process is interrupted every 200 microseconds through its calls.
 TEST(SignalStorm, DisturbsNoCall)
 {
-    struct sigaction action = {};
-    action.sa_handler = [](int) {};
-    sigaction(SIGUSR1, &action, nullptr);
     Pair pair;
     pair.server.Start();
     pair.client.Open();
     pair.client.SetReplyTimeout(10000);
-    std::atomic<bool> done{false};
-    const Background storm([&done] {
-        for (; !done; usleep(200)) {
-            kill(getpid(), SIGUSR1);
-        }
-    });
+    const Interruptions storm(200);
     for (int number = 0; number < 2000; ++number) {
         EXPECT_TRUE(pair.Answers(number));
     }
-    done = true;
 }
 }  // namespace

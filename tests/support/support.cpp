@@ -5,8 +5,10 @@
 #include <net/if.h>
 #include <netinet/in.h>
 #include <sched.h>
+#include <signal.h>
 #include <sys/ioctl.h>
 #include <sys/socket.h>
+#include <sys/time.h>
 #include <unistd.h>
 
 #include <chrono>
@@ -135,6 +137,25 @@ void InThreads(int count, const std::function<void(int)>& action)
     for (std::thread& thread : threads) {
         thread.join();
     }
+}
+
+void HandleSignal(int number, void (*handler)(int))
+{
+    struct sigaction action = {};
+    action.sa_handler = handler;
+    sigaction(number, &action, nullptr);
+}
+
+Interruptions::Interruptions(int microseconds)
+{
+    HandleSignal(SIGALRM);
+    const itimerval timer = {{0, microseconds}, {0, microseconds}};
+    setitimer(ITIMER_REAL, &timer, nullptr);
+}
+
+Interruptions::~Interruptions()
+{
+    alarm(0);
 }
 
 int Count(const std::string& text, const std::string& word)

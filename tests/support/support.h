@@ -61,6 +61,18 @@ bool IsAsleep(int tid);
 // for them.
 void InThreads(int count, const std::function<void(int)>& action);
 
+// Has the signal call the handler, without SA_RESTART.
+void HandleSignal(
+    int number, void (*handler)(int) = [](int) {});
+
+// Interrupts the process's calls after so many microseconds each, as long as it lives.
+class Interruptions
+{
+public:
+    explicit Interruptions(int microseconds);
+    ~Interruptions();
+};
+
 // Counts the occurrences of the word.
 int Count(const std::string& text, const std::string& word);
 

@@ -6,8 +6,6 @@
 #include <cstdint>
 #include <string>
 
-#include "tests/support/support.h"
-
 namespace {
 constexpr int kLoadTime = 100;
 constexpr int kSeekTime = 50;
@@ -106,20 +104,5 @@ TEST_F(ClockEngineTest, RemembersWhatIsAskedForWhileLoading)
     mEngine.Play();
     mEngine.Pause();
     ExpectAfter(kLoadTime, kPaused, 0);
-}
-
-TEST_F(ClockEngineTest, WhatCanNotBeLoadedShowsAsAnError)
-{
-    LoadAndPlay("nowhere.webm");
-    ExpectAfter(0, HTML5_VIDEO_STATUS_ERROR_NOT_FOUND, 0);
-    for (const char* address : {".", "rtsp://127.0.0.1/x", "clock:", "clock:nan", "clock:1e300"}) {
-        LoadAndPlay(address);
-        EXPECT_EQ(mEngine.Update().status, HTML5_VIDEO_STATUS_ERROR_UNSUPPORTED) << address;
-        EXPECT_EQ(mEngine.Update().duration, 0) << address;
-    }
-    test::WriteFile("half a gigabyte.webm", std::string(1000, 'x'));
-    LoadAndPlay("half a gigabyte.webm");
-    EXPECT_EQ(After(5000).totalBytes, 1000U);
-    EXPECT_EQ(mEngine.Update().currentOffset, 250U);
 }
 }  // namespace

@@ -1,8 +1,6 @@
 // The calling side of a channel against a server made of plain system calls, and against another
 // channel.
 #include <gtest/gtest.h>
-#include <signal.h>
-#include <sys/time.h>
 
 #include <atomic>
 #include <memory>
@@ -337,12 +335,11 @@ TEST_F(IPCCalls, ReopenEndsTheCallThatConnectsAndThoseBehindIt)
     const RawListener listener(port);
     const std::vector<RawPeer> others = FillBacklog(port);
     channel.SetReplyTimeout(400);
-    signal(SIGALRM, [](int) {});
-    itimerval interruptions = {{0, 20000}, {0, 20000}};
-    setitimer(ITIMER_REAL, &interruptions, nullptr);
-    EXPECT_GE(Milliseconds([&] { EXPECT_EQ(Ask(channel), -1); }), 390);
-    interruptions = {};
-    setitimer(ITIMER_REAL, &interruptions, nullptr);
+    const auto interrupted = [&] {
+        const Interruptions interruptions(20000);
+        EXPECT_EQ(Ask(channel), -1);
+    };
+    EXPECT_GE(Milliseconds(interrupted), 390);
     channel.SetReplyTimeout(30000);
     std::atomic<bool> done{false};
     const Background callers([&] {

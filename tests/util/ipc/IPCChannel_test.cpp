@@ -68,6 +68,12 @@ TEST(IPCChannel, FindsTheFirstOfTwoMethodsByExactNameCutTo63Characters)
     EXPECT_EQ(channel.ReceiveRaw(nullptr, 0), 0);
     const unsigned char data[3] = {};
     EXPECT_EQ(channel.SendRawBytes(data, 3), 3);
+
+    const std::size_t before = AllocatedBytes();
+    for (int round = 0; round < 300; ++round) {
+        NoChannel("brief").Register("play", First);
+    }
+    EXPECT_LT(AllocatedBytes(), before + 5000) << "a channel takes its methods with it";
 }
 
 TEST(IPCChannel, RegistrationsDoNotDisturbLookups)

@@ -6,7 +6,6 @@
 #include <gtest/gtest.h>
 #include <pthread.h>
 #include <signal.h>
-#include <sys/time.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -83,13 +82,8 @@ TEST_F(ExecShellTest, ExecDoesNotWaitAndLeavesTheChildToItsHost)
 
 TEST_F(ExecShellTest, ExecWaitWaitsThroughSignals)
 {
-    struct sigaction action = {};
-    action.sa_handler = [](int) {};  // without SA_RESTART
-    sigaction(SIGALRM, &action, nullptr);
-    const itimerval every10ms = {{0, 10000}, {0, 10000}};
-    setitimer(ITIMER_REAL, &every10ms, nullptr);
+    const test::Interruptions interruptions(10000);
     mShell.ExecWait("sleep 0.1; pwd > ./done");
-    alarm(0);
     EXPECT_NE(test::ReadFile("./done"), "");
     EXPECT_TRUE(NoChildIsLeft());
     EXPECT_THAT(mLog.Text(), HasSubstr("]: Invoke sleep 0.1; pwd > ./done : PID Parent= " +

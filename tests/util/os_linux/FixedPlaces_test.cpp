@@ -60,9 +60,7 @@ TEST_F(FixedPlaces, ACommandIsTheWholeConnection)
 
 TEST_F(FixedPlaces, ABlockingCommandWaitsForTheAnswerThroughSignals)
 {
-    struct sigaction action = {};
-    action.sa_handler = [](int) {};  // without SA_RESTART
-    sigaction(SIGUSR1, &action, nullptr);
+    test::HandleSignal(SIGUSR1);
     const RawListener launcher(kPath);
     for (const std::string& command : {std::string("ls"), std::string(502, 'c')}) {
         Background waiter([&] { mShell.ExternalExecWait(command.c_str()); });

@@ -138,9 +138,7 @@ TEST(Sleep, LastsAtLeastAsLongAsAsked)
 
 TEST(Sleep, ASignalEndsItEarly)
 {
-    struct sigaction action = {};
-    action.sa_handler = [](int) {};
-    sigaction(SIGUSR1, &action, nullptr);
+    test::HandleSignal(SIGUSR1);
     for (void (*sleep)() :
          {+[] { NanoSleep(60, 0); }, +[] { NanoSleep(3000000000U, 0); }, +[] { MSleep(60000); },
           +[] { USleep(60000000); }, +[] { Sleep(60); }}) {

@@ -153,8 +153,9 @@ TEST_F(LoggerTest, UnknownModesMeanNoOutputAndTheCurrentOneIsNotReopened)
 
 TEST_F(LoggerTest, ChangingTheModeClosesTheOldOutput)
 {
-    Configure("outpath=./out.log");
+    test::WriteFile("./logger.conf", "outpath=./out.log\n");
     const int before = test::CountDescriptors();
+    mLogger->LoadConfig();
     for (int mode : {2, 3, 4, 2, 1}) {
         Logger::ChangeMode(mode);
         EXPECT_EQ(test::CountDescriptors(), before + (mode != 1 ? 1 : 0)) << mode;

@@ -397,9 +397,7 @@ TEST_F(ThreadTest, ExitEndsOnlyTheOwnThread)
 TEST_F(ThreadTest, SignalsAndPrioritiesReachARunningThread)
 {
     static std::atomic<int> receiver{0};
-    struct sigaction action = {};
-    action.sa_handler = [](int) { receiver = Thread::GetTid(); };
-    sigaction(SIGUSR1, &action, nullptr);
+    test::HandleSignal(SIGUSR1, [](int) { receiver = Thread::GetTid(); });
     Thread thread("urgent", Gate::WaitAt, false, 10);
     StartAtGate(thread);
     EXPECT_EQ(thread.SendSignal(SIGUSR1), 0);
