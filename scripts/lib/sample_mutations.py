@@ -25,7 +25,8 @@ from run_mutations import read
 JUDGES = {"util/ipc": ["tests/util/ipc", "tests/html5_video", "tests/faults"],
           "util/os_linux": ["tests/util/os_linux", "tests/faults"],
           "util/console": ["tests/util/console", "tests/faults"]}
-SANITIZED = {"TSAN_OPTIONS": "halt_on_error=1:second_deadlock_stack=1:report_thread_leaks=0"}
+SANITIZED = {"TSAN_OPTIONS": "halt_on_error=1:second_deadlock_stack=1:report_thread_leaks=0",
+             "ASAN_OPTIONS": "detect_stack_use_after_return=1:strict_string_checks=1"}
 PATIENCE = 240             # seconds for a program that has not been timed yet
 LARGEST_FILE = 256 << 20   # bytes: what a test may write
 LARGEST_SPACE = 8 << 30    # bytes of address space, but for the sanitizer
@@ -71,7 +72,7 @@ class Tree:
 
     def environment(self, preset):
         return {**os.environ, "CCACHE_BASEDIR": str(self.path), "CCACHE_NOHASHDIR": "1",
-                "TMPDIR": str(self.path / "tmp"), **(SANITIZED if preset == "tsan" else {})}
+                "TMPDIR": str(self.path / "tmp"), **SANITIZED}
 
     def compile(self, preset, folders):
         """What the compiler said when it does not compile, else nothing."""
@@ -106,12 +107,12 @@ class Tree:
     def run_process(self, preset, program, arguments):
         command = [sys.executable, self.path / "tests/support/in_private_network.py",
                    *(self.path / word for word in program.command), *arguments]
-        limit = program.limit() * (3 if preset == "tsan" else 1)
+        limit = program.limit() * (1 if preset == "debug" else 3)
 
         def restrict():
             resource.setrlimit(resource.RLIMIT_FSIZE, (LARGEST_FILE, LARGEST_FILE))
             resource.setrlimit(resource.RLIMIT_CORE, (0, 0))
-            if preset != "tsan":
+            if preset == "debug":
                 resource.setrlimit(resource.RLIMIT_AS, (LARGEST_SPACE, LARGEST_SPACE))
 
         with tempfile.TemporaryFile(dir=self.path / "tmp") as output:
@@ -180,6 +181,7 @@ class Sampler:
         sample = self.candidates[:self.wanted * 2]
         self.build("debug", {test for m in sample for test in judges(m.folder)})
         self.build("tsan", {test for m in sample if m.concurrent for test in judges(m.folder)})
+        self.build("asan", {test for m in sample for test in judges(m.folder)})
 
     def build(self, preset, folders):
         folders = sorted(folders)
@@ -249,7 +251,7 @@ class Sampler:
     def judge(self, tree, mutant):
         if mutant.key in self.equivalent:
             return "equivalent", "listed"
-        for preset in ("debug", "tsan") if mutant.concurrent else ("debug",):
+        for preset in ("debug", "tsan", "asan") if mutant.concurrent else ("debug", "asan"):
             folders = judges(mutant.folder)
             if (preset, folders[0]) not in self.programs:
                 continue
@@ -312,7 +314,7 @@ def one_line(text):
 def main():
     parser = argparse.ArgumentParser(description=__doc__)
     parser.add_argument("--trees", nargs="+", type=pathlib.Path, required=True,
-                        help="copies of the code, configured with the presets debug and tsan")
+                        help="copies of the code, configured with the presets debug, tsan and asan")
     parser.add_argument("--equivalent", type=pathlib.Path, required=True)
     parser.add_argument("--sample", type=int, required=True)
     parser.add_argument("--seed", type=int, default=random.randrange(1000000))

@@ -271,7 +271,7 @@ TEST(SocketCalls, ReadTakesAtMost1024BytesWithEach)
 }
 
 // What was left in errno is not taken for its own.
-TEST(SocketCalls, AWaitWithoutAnEventEnds)
+TEST(SocketCalls, AWaitWithoutAnEventEndsAndSoDoesAFailedAccept)
 {
     IPCTCPSocket listener("127.0.0.1", FreePort());
     ASSERT_GE(listener.Open(), 0);
@@ -279,32 +279,53 @@ TEST(SocketCalls, AWaitWithoutAnEventEnds)
     ASSERT_EQ(listener.Listen(1), 0);
     errno = EINTR;
     EXPECT_GE(Milliseconds([&] { EXPECT_EQ(listener.Select(1), 0); }), 1000);
+    const CapturedLog log;
+    faults_arm("accept4", 1, EMFILE);
+    EXPECT_EQ(listener.Accept(), nullptr);
+    faults_disarm();
+    EXPECT_EQ(log.Count("Socket Accept() Failed"), 1);
 }
 
-// A channel tells of the socket that it can not have, and takes it later.
-TEST(ChannelOpening, FailsAsLongAsASocketIsMissing)
+// A channel tells of each call that fails it, and serves later.
+TEST(ChannelFaults, AreToldAndLeaveItUsable)
 {
     const CapturedLog log;
-    IPCSocketChannel channel("tv", FreePort(), FreePort());
-    for (const int missing : {1, 2}) {  // to send, to receive
-        faults_arm("socket", missing, EMFILE);
-        EXPECT_EQ(channel.Open(), -1);
+    const int port = FreePort();
+    IPCSocketChannel channel("tv", FreePort(), port);
+    channel.Register("echo", Echo);
+    const auto refused = [&](const char* call, int nth, int error, auto&& action,
+                             const char* line) {
+        faults_arm(call, nth, error);
+        action();
+        EXPECT_TRUE(WaitUntil([&] { return !channel.IsRunning(); })) << call;
         faults_disarm();
-    }
-    EXPECT_EQ(log.Count("SendSocket Open Failure"), 1);
-    EXPECT_EQ(log.Count("RecvSocket Open Failure"), 1);
+        EXPECT_EQ(log.Count(line), 1) << line;
+    };
+    const auto open = [&] { EXPECT_EQ(channel.Open(), -1); };
+    const auto bind = [&] { channel.Bind(); };
+    const auto start = [&] { channel.Start(); };
+    refused("socket", 1, EMFILE, open, "SendSocket Open Failure");
+    refused("socket", 2, EMFILE, open, "RecvSocket Open Failure");
     EXPECT_EQ(channel.Open(), 0);
+    refused("listen", 1, EADDRINUSE, bind, "Listen Failed");
     faults_arm("socket", 1, EMFILE);
     channel.Reopen();
     faults_disarm();
-    EXPECT_EQ(channel.Open(), -1) << "it is open";
+    EXPECT_EQ(channel.Open(), -1) << "it is open, without the one to send";
     EXPECT_EQ(channel.Close(), -1);
+    EXPECT_EQ(log.Count("SendSocket Close Failure"), 1);
     channel.Reopen();
-    faults_arm("eventfd", 1, EMFILE);
+    refused("pthread_create", 1, EAGAIN, start, "Serving thread of tv can not be started");
+    refused("eventfd", 1, EMFILE, start, "No event for tv : Too many open files");
     channel.Start();
-    EXPECT_TRUE(WaitUntil([&] { return !channel.IsRunning(); })) << "nothing could end it";
-    faults_disarm();
+    EXPECT_EQ(Ask(channel), -1) << "nobody is there";
+    const RawPeer peer = RawPeer::Connect(port);
+    EXPECT_TRUE(peer.Send(Frame("echo", EmptyRecord())));
+    EXPECT_EQ(peer.ReceiveFrame(), EmptyReply());
+    channel.Quit();
     EXPECT_EQ(channel.Close(), 0);
+    EXPECT_EQ(channel.Close(), -1);
+    EXPECT_EQ(log.Count("Socket Channel is Already Closed"), 1);
 }
 
 TEST(ThreadFaults, AFailedStartLeavesNoHandle)

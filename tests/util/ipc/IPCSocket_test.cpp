@@ -286,7 +286,7 @@ TEST(IPCUnixSocket, RefusesAPathThatDoesNotFit)
     const CapturedLog log;
     IPCUnixSocket tooLong(std::string(108, 'p').c_str());
     EXPECT_EQ(tooLong.Open(), -1);
-    EXPECT_EQ(log.Count("Unix Socket Open() Failed"), 1);
+    EXPECT_EQ(log.Count("Unix Socket Open() Failed, no path or one of 108 bytes or more"), 1);
     IPCUnixSocket nobody("./nobody");
     nobody.Open();
     EXPECT_EQ(nobody.Connect(), -1);
