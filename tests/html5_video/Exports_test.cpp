@@ -35,9 +35,4 @@ TEST(Exports, TheFileIsHardenedAndNeedsNothingElse)
     std::smatch needed;
     EXPECT_FALSE(std::regex_search(headers, needed, unknown)) << needed[0];
 }
-
-TEST(Exports, NoPathOfTheBuildMachineIsInside)
-{
-    EXPECT_EQ(OutputOf("strings " LIBRARY_FILE " | grep -F '" TEST_SOURCE_DIR "/'"), "");
-}
 }  // namespace

@@ -1,12 +1,8 @@
-"""Captures for tshark: written from the bytes, or taken on the loopback interface."""
+"""Captures for tshark, written from the bytes."""
 
 import functools
-import signal
 import socket
 import struct
-import subprocess
-
-from tools_case import wait_until
 
 RAW_IPV4 = 228  # the link type whose packets begin with the IPv4 header
 FIN, SYN, PSH, ACK = 1, 2, 8, 16
@@ -49,27 +45,3 @@ class Connection:
 
     def close(self, sender=0):
         self._segment(sender, FIN | ACK)
-
-
-class Sniffer:
-    """dumpcap on the loopback interface. is_running is false where that is not permitted."""
-
-    END = b"the end of this capture"
-
-    def __init__(self, path):
-        self.path = path
-        self.child = subprocess.Popen(["dumpcap", "-q", "-i", "lo", "-w", path], text=True,
-                                      stderr=subprocess.PIPE)
-        self.said = ""
-        while "File:" not in self.said and (line := self.child.stderr.readline()):
-            self.said += line
-        self.is_running = self.child.poll() is None and "File:" in self.said
-
-    def stop(self):
-        """Ends it when it has written all that came before."""
-        with socket.socket(socket.AF_INET, socket.SOCK_DGRAM) as last:
-            wait_until(lambda: last.sendto(self.END, ("127.0.0.1", 9)) and
-                       self.END in self.path.read_bytes(), self.said)
-        self.child.send_signal(signal.SIGINT)
-        self.child.communicate(timeout=20)
-        return self.path

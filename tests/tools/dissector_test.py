@@ -1,5 +1,4 @@
-"""tools/wireshark/html5_video.lua, read by tshark: captures written from the bytes, and one taken
-on the loopback interface while browser, player and console talk."""
+"""tools/wireshark/html5_video.lua, read by tshark: captures written from the bytes."""
 
 import functools
 import itertools
@@ -10,8 +9,8 @@ import shlex
 import subprocess
 
 import wire
-from capture import LARGEST_PIECE, Connection, Sniffer, write
-from tools_case import SOURCES, ToolsTest, run
+from capture import LARGEST_PIECE, Connection, write
+from tools_case import SOURCES, ToolsTest
 from wire import framed, number, request
 
 SCRIPT = "tools/wireshark/html5_video.lua"
@@ -32,23 +31,23 @@ class DissectorTest(ToolsTest):
         self.packets = []
         self.connect = functools.partial(Connection, self.packets)
 
-    def tshark(self, *options, path=None):
+    def tshark(self, *options):
         """What it prints; in a home of its own, so that nobody's settings count."""
         done = subprocess.run(
             ["tshark", "-X", f"lua_script:{SCRIPT}", "-r",
-             path or write(self.directory / "capture.pcap", self.packets), *options],
+             write(self.directory / "capture.pcap", self.packets), *options],
             cwd=SOURCES, env={**os.environ, "HOME": str(self.directory)}, timeout=120, check=True,
             capture_output=True, text=True, encoding="utf-8", errors="replace")
         for trouble in "Lua", "Dissector bug", "Malformed Packet":
             self.assertNotIn(trouble, done.stdout + done.stderr)
         return done.stdout
 
-    def fields(self, *names, only="html5_video or html5_video_console", path=None, options=()):
+    def fields(self, *names, only="html5_video or html5_video_console", options=()):
         """A list of values for each packet that has any; several of a name stand in one text. The
         dissector's names go without their beginning, html5_video."""
         columns = [word for name in names
                    for word in ("-e", re.sub(r"^(?=\.|_console)", "html5_video", name))]
-        lines = self.tshark(*options, "-Y", only, "-T", "fields", *columns, path=path).splitlines()
+        lines = self.tshark(*options, "-Y", only, "-T", "fields", *columns).splitlines()
         return [line.split("\t") for line in lines if line.strip()]
 
 
@@ -198,30 +197,6 @@ class Malformed(DissectorTest):
         self.connect(wire.COMMAND_PORT, 30000).request(framed(most))
         self.tshark("-V")
         self.tshark("-2", "-o", "tcp.desegment_tcp_streams:FALSE")
-
-
-class Loopback(DissectorTest):
-    def test_what_the_programs_say(self):
-        sniffer = Sniffer(self.directory / "loopback.pcapng")
-        if not sniffer.is_running:
-            self.skipTest("capturing on the loopback interface is not permitted: " + sniffer.said)
-        self.start_player("--console")
-        browser = self.start_browser()
-        self.load(browser, "clock:0.5")
-        browser.tell("seek 0.25", "play")
-        browser.ask("wait-status ended 10")
-        self.assertEqual(run("console", "--exec", "player_state").returncode, 0)
-        self.assertEqual(browser.quit(), 0)
-        path = sniffer.stop()
-        rows = self.fields(".method", ".load.url", ".seek.ms", ".status.media", ".status.play_time",
-                           ".status.end_time", "_console.line", ".malformed", ".unusual",
-                           "_console.malformed", path=path)
-        self.assertEqual([row[:3] for row in rows if row[0] not in ("", "SetStatus")],
-                         [["load", "clock:0.5", ""], ["seek", "", "250"], ["play", "", ""]])
-        states = [row[3:6] for row in rows if row[3]]
-        self.assertEqual((states[0], states[-1]), (["1", "0", "0"], ["6", "500", "500"]))
-        self.assertEqual([row[6] for row in rows if row[6]], ["START", "player_state", "quit"])
-        self.assertEqual([row for row in rows if any(row[7:])], [])
 
 
 class Page(DissectorTest):

@@ -107,10 +107,6 @@ class Consoles(ToolsTest):
 
     def test_a_player_fails_and_answers_late_on_request(self):
         player, browser = self.start_loaded("--console")
-        names = self.directory / "names"
-        self.console(f"commands {names}", "commands", f"commands {names}")
-        self.assertEqual(sorted(names.read_text().split()), [
-            "commands", "player_delay", "player_fail", "player_state", "thread_show"])
         self.console("player_fail 101")
         browser.ask("wait-status unsupported 10")
         self.console("player_fail 0")

