@@ -192,20 +192,6 @@ class Endings(ToolsTest):
                 self.assertEqual((done.stdout, "play" in done.stderr), ("", errors), done)
                 self.assertEqual(log.exists() and "play" in log.read_text(), in_file)
 
-    def test_the_players_log_comes_by_udp(self):
-        with socket.socket(socket.AF_INET, socket.SOCK_DGRAM) as receiver:
-            receiver.bind(("127.0.0.1", 0))
-            receiver.settimeout(20)
-            (self.directory / "logger.conf").write_text(
-                f"mode=3\nserverip=127.0.0.1\nport={receiver.getsockname()[1]}\n")
-            with stand.Player(PROGRAMS, self.directory) as player:
-                received = b""
-                while b"The clock engine listens on 127.0.0.1" not in received:
-                    received += receiver.recv(4096)
-                self.assertEqual(player.end(), 0)
-                self.assertEqual(player.log_text(), "")
-        self.start_player("--log", "stderr", name="asked")
-
     def test_scripts_of_the_browser(self):
         self.start_player()
         (self.directory / "script").write_text(
