@@ -26,6 +26,8 @@ LOCK_CALL = re.compile(r"(\w+(\.|->))?(Lock|Unlock|TryLock|pthread_mutex_\w+)\("
 # What only other threads may notice.
 CONCURRENT = re.compile(r"memory_order|atomic|exchange|fence|[Ll]ock|Hold|mutex|Signal|Broadcast|"
                         r"[Ww]ait|yield|Guard|\.load\(|\.store\(|Join|Cancel")
+# Functions whose first two arguments may change places: who compares asks only for a difference.
+SYMMETRIC = re.compile(r"(min|max|pthread_equal|(str|strn|strcase|strncase|mem)cmp)$")
 SPACE = re.compile(r"\s*")
 
 
@@ -178,6 +180,8 @@ class Finder:
 
     def exchange_arguments(self, cursor):
         ranges = [self.range(argument) for argument in cursor.get_arguments() if argument]
+        if SYMMETRIC.match(cursor.spelling):
+            ranges = ranges[1:]
         for (begin, end), (next_begin, next_end) in zip(ranges, ranges[1:]):
             if not begin < end < next_begin < next_end:
                 continue

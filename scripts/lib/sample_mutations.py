@@ -25,8 +25,7 @@ from run_mutations import read
 JUDGES = {"util/ipc": ["tests/util/ipc", "tests/html5_video", "tests/faults"],
           "util/os_linux": ["tests/util/os_linux", "tests/faults"],
           "util/console": ["tests/util/console", "tests/faults"]}
-SANITIZED = {"TSAN_OPTIONS": "halt_on_error=1:second_deadlock_stack=1:report_thread_leaks=0",
-             "ASAN_OPTIONS": "detect_stack_use_after_return=1:strict_string_checks=1"}
+SANITIZED = {"TSAN_OPTIONS": "halt_on_error=1:second_deadlock_stack=1:report_thread_leaks=0"}
 PATIENCE = 240             # seconds for a program that has not been timed yet
 LARGEST_FILE = 256 << 20   # bytes: what a test may write
 LARGEST_SPACE = 8 << 30    # bytes of address space, but for the sanitizer
@@ -181,7 +180,6 @@ class Sampler:
         sample = self.candidates[:self.wanted * 2]
         self.build("debug", {test for m in sample for test in judges(m.folder)})
         self.build("tsan", {test for m in sample if m.concurrent for test in judges(m.folder)})
-        self.build("asan", {test for m in sample for test in judges(m.folder)})
 
     def build(self, preset, folders):
         folders = sorted(folders)
@@ -251,7 +249,7 @@ class Sampler:
     def judge(self, tree, mutant):
         if mutant.key in self.equivalent:
             return "equivalent", "listed"
-        for preset in ("debug", "tsan", "asan") if mutant.concurrent else ("debug", "asan"):
+        for preset in ("debug", "tsan") if mutant.concurrent else ("debug",):
             folders = judges(mutant.folder)
             if (preset, folders[0]) not in self.programs:
                 continue
@@ -314,7 +312,7 @@ def one_line(text):
 def main():
     parser = argparse.ArgumentParser(description=__doc__)
     parser.add_argument("--trees", nargs="+", type=pathlib.Path, required=True,
-                        help="copies of the code, configured with the presets debug, tsan and asan")
+                        help="copies of the code, configured with the presets debug and tsan")
     parser.add_argument("--equivalent", type=pathlib.Path, required=True)
     parser.add_argument("--sample", type=int, required=True)
     parser.add_argument("--seed", type=int, default=random.randrange(1000000))

@@ -25,6 +25,8 @@ TEST(Mutex, ExcludesOtherThreadsAndItsOwn)
 {
     Mutex mutex(nullptr);
     EXPECT_STREQ(mutex.GetName(), "Undefined");
+    const std::string name(40, 'n');
+    EXPECT_EQ(Mutex(name.c_str()).GetName(), name.substr(0, 31));
     long counter = 0;
     test::InThreads(4, [&](int) {
         for (int count = 0; count < 2000; ++count) {
