@@ -16,7 +16,6 @@ TEST(MediaAddress, TellsTheKindsApart)
         {"file:///a%zz%00%2", MediaAddress::kFile, "/a%zz%00%2"},
         {"file://host/a", MediaAddress::kUnknown, ""},
         {"https://host/a", MediaAddress::kNetwork, ""},
-        {"dvb://1.2.3", MediaAddress::kUnknown, ""},
         {"", MediaAddress::kUnknown, ""},
     };
     for (const auto& [text, kind, path] : cases) {

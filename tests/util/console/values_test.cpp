@@ -192,6 +192,7 @@ TEST(Cursors, MoveAndStopAtBothEnds)
     EXPECT_EQ(late.GetNextHistory(), nullptr) << "and the cursor is before the first entry";
     late.AddHistory("f");
     EXPECT_STREQ(late.GetNextHistory(), "f");
+    EXPECT_EQ(late.GetNthHistory(1), nullptr);
     EXPECT_EQ(history.AddHistory(nullptr), -1);
     for (const char* line : {"f", "a", "b"}) {
         EXPECT_EQ(history.AddHistory(line), 0);
@@ -201,8 +202,9 @@ TEST(Cursors, MoveAndStopAtBothEnds)
     EXPECT_EQ(history.GetNthHistory(INT_MAX), nullptr);
     EXPECT_EQ(history.GetNthHistory(-1), nullptr);
     const std::pair<bool, const char*> steps[] = {
-        {false, nullptr}, {true, "a"},  {true, "b"},      {true, nullptr},  {true, nullptr},
-        {false, "a"},     {false, "f"}, {false, nullptr}, {false, nullptr}, {true, "a"}};
+        {false, nullptr}, {true, "a"},      {true, "b"},     {true, nullptr}, {false, "a"},
+        {true, "b"},      {true, nullptr},  {true, nullptr}, {false, "a"},    {false, "f"},
+        {false, nullptr}, {false, nullptr}, {true, "a"}};
     for (const auto& [forward, entry] : steps) {
         EXPECT_STREQ(forward ? parser.GetNextArg() : parser.GetPrevArg(), entry);
         EXPECT_STREQ(forward ? history.GetNextHistory() : history.GetPrevHistory(), entry);
@@ -215,5 +217,8 @@ TEST(Cursors, MoveAndStopAtBothEnds)
         EXPECT_EQ(index < 0 ? parser.GetNextArg() : parser.GetPrevArg(),
                   index == 3 ? parser.GetNthArg(2) : nullptr);
     }
+    parser.SetCurrentIndex(100);
+    EXPECT_EQ(parser.GetNextArg(), nullptr) << "and the cursor is on the last one";
+    EXPECT_STREQ(parser.GetPrevArg(), "a");
 }
 }  // namespace

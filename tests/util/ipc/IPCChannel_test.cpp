@@ -133,7 +133,8 @@ TEST(IPCChannelMgr, MakesEveryKindOfChannel)
           "ports aSendAddress = 127.0.0.1:3, aRecvAddress = 127.0.0.1:4 -> ",
           "urgent aSendAddress = 127.0.0.1:5, aRecvAddress = 127.0.0.1:6 -> ",
           "any aSendAddress = :8, aRecvAddress = 127.0.0.2:9 -> ",
-          "Thread[ports Thread] Priority = 0, ", "Thread[urgent Thread] Priority = 7, "}) {
+          "Thread[ports Thread] Priority = 0, ", "Thread[any Thread] Priority = 0, ",
+          "Thread[urgent Thread] Priority = 7, "}) {
         EXPECT_EQ(log.Count(line), 1) << line;
     }
     delete new IPCSocketChannel("never started", 10, 11);

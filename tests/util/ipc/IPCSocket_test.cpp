@@ -103,8 +103,10 @@ TEST_P(IPCSocketTest, PeekSeesWhatReadReturns)
     EXPECT_EQ(reader.Read(bytes, 5), 5);
     EXPECT_EQ(std::string(bytes, 5), "abcde");
     EXPECT_EQ(reader.Select(3), 1);
-    EXPECT_EQ(reader.Read(bytes, 3), 3);
-    EXPECT_EQ(std::string(bytes, 3), "fgh");
+    ASSERT_EQ(caller->WriteBytes("ij", 2), 2);
+    EXPECT_EQ(reader.Peek(bytes, 9), 5) << "of what was received before and what was not";
+    EXPECT_EQ(reader.Read(bytes, 5), 5);
+    EXPECT_EQ(std::string(bytes, 5), "fghij");
     EXPECT_EQ(reader.Select(0), 0);
 }
 

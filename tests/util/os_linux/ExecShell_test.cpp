@@ -106,6 +106,7 @@ TEST_F(ExecShellTest, ACommandThatDoesNotFitIsRefusedWhole)
     mShell.ExternalExec(nullptr);
     mShell.ExternalExecWait(nullptr);
     EXPECT_EQ(test::Count(mLog.Text(), "Command refused: there is none"), 5);
+    EXPECT_EQ(test::Count(mLog.Text(), "Invoke "), 1);
     EXPECT_TRUE(NoChildIsLeft());
     EXPECT_EQ(test::OutputOf("ls ?"), "a\n");
     mShell.ExecWait("");  // a shell with nothing to do
