@@ -109,21 +109,22 @@ TEST(Registries, EmptyARecordButDoNotDeleteIt)
 }
 
 template <typename Registry>
-void ExpectToFollowAnother()
+void ExpectToBeForgotten()
 {
-    [[maybe_unused]] static const Registry* const usual = Registry::GetInstance();  // reachable
+    const Registry* const usual = Registry::GetInstance();
     const Registry* other = nullptr;
     {
         const Registry own;
         EXPECT_EQ(Registry::GetInstance(), other = &own);
     }
     EXPECT_NE(Registry::GetInstance(), other);
+    delete usual;  // nobody finds it any more
 }
 
 TEST(Registries, AreNoLongerFoundWhenTheyHaveEnded)
 {
-    ExpectToFollowAnother<SymListMgr>();
-    ExpectToFollowAnother<CmdListMgr>();
+    ExpectToBeForgotten<SymListMgr>();
+    ExpectToBeForgotten<CmdListMgr>();
 }
 
 TEST(SymListMgr, KeepsWhatWasRemovedReadableUnderAHold)

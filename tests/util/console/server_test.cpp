@@ -327,8 +327,7 @@ TEST(Settings, AreTakenByCallToo)
     testing::internal::CaptureStdout();
     ASSERT_EQ(console->Start(), 0);
     {
-        const auto silence = [&] { EXPECT_TRUE(ConsoleClient(port).WaitClosed()); };
-        EXPECT_LT(test::Milliseconds(silence), 5000);
+        EXPECT_LT(test::Milliseconds([&] { ConsoleClient(port).WaitClosed(); }), 5000);
         const ConsoleClient wrong(port);
         wrong.SendLines("wrong");
         EXPECT_TRUE(wrong.WaitClosed());
