@@ -43,7 +43,7 @@ protected:
             const RawPeer connection = listener->Accept();
             for (std::string frame; !(frame = connection.ReceiveFrame()).empty();) {
                 commands.push_back(frame);
-                usleep(5000);  // the call waits for a slow player, too
+                usleep(20000);  // the call waits for a slow player, too
                 connection.Send(EmptyReply());
             }
         });
