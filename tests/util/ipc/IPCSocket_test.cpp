@@ -104,7 +104,8 @@ TEST_P(IPCSocketTest, PeekSeesWhatReadReturns)
     EXPECT_EQ(std::string(bytes, 5), "abcde");
     EXPECT_EQ(reader.Select(3), 1);
     ASSERT_EQ(caller->WriteBytes("ij", 2), 2);
-    EXPECT_EQ(reader.Peek(bytes, 9), 5) << "of what was received before and what was not";
+    // Of what was received before and of what was not, which may take a moment to arrive.
+    EXPECT_TRUE(WaitUntil([&] { return reader.Peek(bytes, 9) == 5; }));
     EXPECT_EQ(reader.Read(bytes, 5), 5);
     EXPECT_EQ(std::string(bytes, 5), "fghij");
     EXPECT_EQ(reader.Select(0), 0);
